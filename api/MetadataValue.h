@@ -1,0 +1,57 @@
+// Reads single values out of camera metadata entries, trusting nothing about them: an entry is present when it has a
+// count and data and its payload covers what is read. Values need not be aligned.
+
+#pragma once
+
+#include <system/camera_metadata.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+
+#include "metadatautils/ZoMetadata.h"
+
+namespace zohal {
+
+// Payload bytes of one element, 0 for a type that camera metadata does not know.
+inline size_t elementSize(uint8_t type) {
+    switch (type) {
+        case TYPE_BYTE:
+            return 1;
+        case TYPE_INT32:
+        case TYPE_FLOAT:
+            return 4;
+        case TYPE_INT64:
+        case TYPE_DOUBLE:
+        case TYPE_RATIONAL:
+            return 8;
+        default:
+            return 0;
+    }
+}
+
+// True when the entry's payload holds at least `bytes` bytes (one or more).
+inline bool covers(const camera_metadata_ro_entry_t& entry, size_t bytes) {
+    const size_t size = elementSize(entry.type);
+    if (size == 0 || entry.data.u8 == nullptr) return false;
+    return entry.count > (bytes - 1) / size;  // count x size may exceed size_t, this can't
+}
+
+// The T at a byte offset of the payload, absent where the payload ends before it does.
+template <typename T>
+std::optional<T> valueAt(const camera_metadata_ro_entry_t& entry, size_t offset) {
+    if (!covers(entry, offset + sizeof(T))) return std::nullopt;
+    T value;
+    std::memcpy(&value, entry.data.u8 + offset, sizeof(T));
+    return value;
+}
+
+// The first value of a tag, given by Android tag id or by vendor tag name. A null metadata object has no tags.
+template <typename T, typename Tag>
+std::optional<T> firstValue(const ZoMetadata* metadata, Tag tag) {
+    if (metadata == nullptr) return std::nullopt;
+    return valueAt<T>(metadata->find(tag), 0);
+}
+
+}  // namespace zohal
