@@ -1,0 +1,30 @@
+// Selection by groups, for captures whose frames come in cycles of exposures: a frame whose number is a multiple of the
+// cycle starts a group.
+
+#pragma once
+
+#include <cstdint>
+
+#include "external/odm/policy/zsl/mtk/general/motion/FrameSpan.h"
+
+namespace motion {
+
+struct GroupScan {
+    uint32_t fwkFrame;  // for the log
+    const zohal::ZSLFrameQueue* metaQueue;
+    int64_t zsdTs;          // the capture moment, ns
+    uint32_t lastZslFrame;  // groups that start at or below it are not considered
+    uint32_t groupCycle;
+    uint32_t groupLength;
+
+    // Position in the list of all frames of the group whose reference frame, the one halfway to the group's end, is
+    // nearest to the capture moment; of two equally near the earlier. The list's size when there is no such group.
+    // Groups that the list does not hold whole, or whose reference frame the queue has lost, are passed over.
+    uint32_t nearestGroup(const FrameList& allList, zolog::Caller caller = zolog::Caller::here()) const;
+
+    // Appends the nearest group's frames: the consumer list's, at positions from the group's up to the group length.
+    // False when there is no group.
+    bool appendNearestGroup(FrameList& selectList, zolog::Caller caller = zolog::Caller::here()) const;
+};
+
+}  // namespace motion

@@ -1,0 +1,78 @@
+#include "external/odm/policy/zsl/mtk/general/motion/MotionTags.h"
+
+#include <limits>
+
+#include "api/MetadataValue.h"
+
+namespace motion {
+
+using zohal::firstValue;
+using zohal::valueAt;
+
+namespace {
+
+constexpr uint32_t kTagEnableZsl = 0x10029;  // android.control.enableZsl
+constexpr uint8_t kIconForcesMotion = 4;
+
+constexpr double kDelayNs = 60e6;
+constexpr double kShortDelayNs = 30e6;
+
+// Layout of "nexaro.camera.zoseamlesspolicy.result": records of 52 bytes, in host byte order.
+constexpr size_t kPolicyRecords = 4;
+constexpr size_t kPolicyRecordSize = 52;
+constexpr size_t kPolicySensorId = 0;
+constexpr size_t kPolicySensorMode = 40;
+
+// What the device's conversion instruction does, spelled out: out of range saturates.
+int64_t toNanoseconds(double ns) {
+    constexpr double kTwoTo63 = 9223372036854775808.0;
+    if (ns >= kTwoTo63) return std::numeric_limits<int64_t>::max();
+    if (ns < -kTwoTo63) return std::numeric_limits<int64_t>::min();
+    return static_cast<int64_t>(ns);
+}
+
+}  // namespace
+
+std::shared_ptr<ZoMetadata> requestMetadata(const zohal::ZSLFrameSelectInfo& selectInfo) {
+    return selectInfo.requestMetas.empty() ? nullptr : selectInfo.requestMetas.front();
+}
+
+GateTags readGateTags(const ZoMetadata* metadata) {
+    GateTags tags;
+    tags.enableZsl = firstValue<uint8_t>(metadata, kTagEnableZsl).value_or(0);
+    tags.forceOn =
+        firstValue<uint8_t>(metadata, "nexaro.ai.zosd.motionCaptureEnabledIcon").value_or(0) == kIconForcesMotion;
+    tags.hdrEnable = firstValue<uint8_t>(metadata, "nexaro.hdr.enabled").value_or(0);
+    tags.hdrsrEnable = firstValue<uint8_t>(metadata, "nexaro.hdr.sr.enabled").value_or(0);
+    return tags;
+}
+
+AnchorTags readAnchorTags(const ZoMetadata* metadata) {
+    AnchorTags tags;
+    tags.anchorTS = firstValue<int64_t>(metadata, "nexaro.mfnr.anchorTimeStamp").value_or(0);
+    tags.motionCapType = firstValue<uint32_t>(metadata, "nexaro.ai.zosd.motionCaptureType").value_or(0);
+    return tags;
+}
+
+int64_t zeroShutterDelayTarget(const AnchorTags& tags) {
+    if ((tags.motionCapType & 0xFF) != 1) return 0;
+    // The sum is formed in double precision: above 2^53 the target is a rounded one.
+    const double delay = (tags.motionCapType & 0xF0000) != 0 ? kShortDelayNs : kDelayNs;
+    return toNanoseconds(static_cast<double>(tags.anchorTS) + delay);
+}
+
+std::optional<SeamlessPolicyEntry> readSeamlessPolicy(const ZoMetadata* metadata, uint32_t masterId) {
+    if (metadata == nullptr) return std::nullopt;
+    const camera_metadata_ro_entry_t policy = metadata->find("nexaro.camera.zoseamlesspolicy.result");
+    for (size_t record = 0; record < kPolicyRecords; ++record) {
+        const size_t begin = record * kPolicyRecordSize;
+        if (!zohal::covers(policy, begin + kPolicyRecordSize)) break;
+        const uint32_t sensorId = *valueAt<uint32_t>(policy, begin + kPolicySensorId);
+        if (sensorId == masterId) {
+            return SeamlessPolicyEntry{sensorId, *valueAt<uint32_t>(policy, begin + kPolicySensorMode)};
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace motion

@@ -1,0 +1,291 @@
+#define LOG_TAG "ZoCamHAL"
+
+#include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
+
+#include <cutils/properties.h>
+#include <utils/Timers.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "adapter/AdapterClient.h"
+#include "external/odm/policy/zsl/mtk/general/motion/FrameSpan.h"
+#include "external/odm/policy/zsl/mtk/general/motion/GroupScan.h"
+#include "external/odm/policy/zsl/mtk/general/motion/MotionTags.h"
+#include "log/ZoLog.h"
+
+using motion::AnchorSearch;
+using motion::DeliveryOrder;
+using motion::FrameList;
+using motion::FrameRange;
+using motion::GroupScan;
+using zohal::vectorToString;
+
+namespace {
+
+// Read once, while the library is being loaded. Without the property the selector is off.
+const int32_t gMotionZslDisable = property_get_bool("vendor.zohal.selector.motion.zsl.disable", true);
+
+bool isBandingStrategy(uint32_t motionStrategy) { return motionStrategy >= 2 && motionStrategy < 5; }
+
+bool isLbmfMode(uint32_t sensorModeType) { return sensorModeType == 8 || sensorModeType == 9 || sensorModeType == 21; }
+
+// Both lists are asked for whether or not they are logged: the core sees the same calls with any log settings.
+void logFrameLists(uint32_t fwkFrame, const zohal::ZSLFrameQueue& queue, zolog::Caller caller = zolog::Caller::here()) {
+    const FrameList consumer = queue.getFrameList(zohal::kConsumerList);
+    if (consumer.empty()) {
+        ZSL_LOG(zolog::kInfo, caller, "[ZSLSelector] fwkFrame:%u [%s] Current Consumer list none", fwkFrame,
+                queue.getName().c_str());
+    } else {
+        ZSL_LOG(zolog::kInfo, caller, "[ZSLSelector] fwkFrame:%u [%s] Current Consumer list: %s", fwkFrame,
+                queue.getName().c_str(), vectorToString(consumer).c_str());
+    }
+    const FrameList producer = queue.getFrameList(zohal::kProducerList);
+    if (producer.empty()) {
+        ZSL_LOG(zolog::kInfo, caller, "[ZSLSelector] fwkFrame:%u [%s] Current Producer list none", fwkFrame,
+                queue.getName().c_str());
+    } else {
+        ZSL_LOG(zolog::kInfo, caller, "[ZSLSelector] fwkFrame:%u [%s] Current Producer list: %s", fwkFrame,
+                queue.getName().c_str(), vectorToString(producer).c_str());
+    }
+}
+
+// Removes the entries at positions 1, 3, 5, ... up to `last`, as far as the list goes.
+void removeOddPositions(FrameList& frames, int64_t last) {
+    size_t kept = 0;
+    for (size_t position = 0; position < frames.size(); ++position) {
+        const bool removed = position % 2 == 1 && static_cast<int64_t>(position) <= last;
+        if (!removed) frames[kept++] = frames[position];
+    }
+    frames.resize(kept);
+}
+
+}  // namespace
+
+extern "C" void createZSLSelector(std::vector<std::shared_ptr<zohal::ZSLSelectorBase>>& selectors) {
+    selectors.push_back(std::make_shared<MotionZSLSelector>());
+}
+
+MotionZSLSelector::MotionZSLSelector() { mName = "ZSLSelectorMotion"; }
+MotionZSLSelector::~MotionZSLSelector() = default;
+
+bool MotionZSLSelector::isSelectorNeeded(const zohal::ZSLFrameSelectInfo& selectInfo) {
+    if (gMotionZslDisable != 0) {
+        ZSL_LOGD("disable motion zsl selector");
+        return false;
+    }
+
+    const motion::GateTags tags = motion::readGateTags(motion::requestMetadata(selectInfo).get());
+    hdrEnable = tags.hdrEnable;
+    hdrsrEnable = tags.hdrsrEnable;
+
+    // Without an adapter the strategy of the last answer stands.
+    const auto platformInfo = adapter::AdapterClient::getInstance().getPlatformInfoHolder();
+    if (platformInfo) {
+        uint32_t motionInfo = 0;
+        platformInfo->GetMotionInfo(&motionInfo);
+        motionStrategy = (motionInfo >> 8) & 0xF;
+        isMotionBanding = isBandingStrategy(motionStrategy);
+    }
+
+    const bool finalNeedZSL =
+        tags.enableZsl != 0 && tags.forceOn && (hdrEnable != 0 || hdrsrEnable != 0 || isMotionBanding);
+    ZSL_LOGD(
+        "[ZSLSelector] %s finalNeedZSL: %d, isNeeded %d, forceOn: %d, hdrEnable: %d, hdrsrEnable: %d, "
+        "motionStrategy: %d, isMotionBanding: %d",
+        mName.c_str(), finalNeedZSL, tags.enableZsl, tags.forceOn, hdrEnable, hdrsrEnable, motionStrategy,
+        isMotionBanding);
+    return finalNeedZSL;
+}
+
+zohal::ZSLSelectorResult MotionZSLSelector::checkFrame(const zohal::ZSLFrameCheckInfo& checkInfo) {
+    zohal::ZSLSelectorResult result = checkDesiredSensorMode(checkInfo);
+    // Only the lowest bit of each flag counts: the check may be another binary's, and its flag bytes need not be 0
+    // or 1.
+    uint16_t flags = 0;
+    static_assert(sizeof(flags) == sizeof(result));
+    std::memcpy(&flags, &result, sizeof(flags));
+    flags &= 0x0101;
+    std::memcpy(&result, &flags, sizeof(flags));
+    return result;
+}
+
+zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameSelectInfo& selectInfo) {
+    const uint32_t fwkFrame = selectInfo.fwkFrame;
+    const int lastZslFrame = selectInfo.usedZslFrames.empty() ? 0 : static_cast<int>(selectInfo.usedZslFrames.back());
+
+    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue = firstQueueOfType(selectInfo.zslQueues, zohal::kMetaQueue);
+    if (!metaQueue) {
+        ZSL_LOGD("[ZSLSelector] fwkFrame:%u no metaQueue, select finished", fwkFrame);
+        return {};
+    }
+    logFrameLists(fwkFrame, *metaQueue);
+
+    motion::AnchorTags anchor;
+    uint32_t sensorModeType = 0;
+    if (const std::shared_ptr<ZoMetadata> metadata = motion::requestMetadata(selectInfo)) {
+        anchor = motion::readAnchorTags(metadata.get());
+        if (const auto policy = motion::readSeamlessPolicy(metadata.get(), selectInfo.reqtMasterId)) {
+            ZSL_LOGI("sensor id:%d sensor mode: %d", policy->sensorId, policy->sensorMode);
+            sensorModeType = policy->sensorMode;
+        }
+    }
+    ZSL_LOGI("<mc anchor pick> anchorTS:%ld, motionCapType:0x%x, reqtMasterId: %d, sensorModeType: %d, needZslNum: %d",
+             anchor.anchorTS, anchor.motionCapType, selectInfo.reqtMasterId, sensorModeType,
+             motion::needZslNum(selectInfo));
+
+    const int64_t curTime = systemTime(SYSTEM_TIME_BOOTTIME);
+    const int64_t zsdTs = motion::zeroShutterDelayTarget(anchor);
+    ZSL_LOGI("[ZSLSelector] fwkFrame:%u zsdTs:%ld curTime:%ld", fwkFrame, zsdTs, curTime);
+
+    FrameList selectList;
+    bool selected = false;
+    if (hdrEnable != 0 || hdrsrEnable != 0) {
+        if (isLbmfMode(sensorModeType)) {
+            selected = selectFramesForLbmfAndHdr(fwkFrame, selectInfo, metaQueue, selectList, zsdTs, lastZslFrame);
+        } else if (sensorModeType == 0) {
+            selected = selectFramesForBinningAndHdr(fwkFrame, selectInfo, metaQueue, selectList, zsdTs, lastZslFrame);
+        }
+    } else if (isMotionBanding) {
+        selected = selectZSLFramesForSNSCBinning1(fwkFrame, selectInfo, metaQueue, selectList, zsdTs, lastZslFrame);
+    } else {
+        selected = selectZSLFramesForZeroShutterDelay(fwkFrame, selectInfo, metaQueue, selectList, zsdTs, lastZslFrame);
+        if (!selected) {
+            ZSL_LOGI("[ZSLSelector] fwkFrame:%u selectZSLFramesByZeroShutterDelay failed", fwkFrame);
+            selected = selectZSLFramesForNormal(fwkFrame, selectInfo, metaQueue, selectList, zsdTs, lastZslFrame);
+        }
+    }
+
+    zohal::SelectionResult result;
+    if (selected) {
+        forEachZSLQ(selectInfo.zslQueues, [&result, &selectList](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
+            if (queue) result.insert_or_assign(queue->getQueueId(), selectList);
+        });
+    }
+    return result;
+}
+
+bool MotionZSLSelector::selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame,
+                                                           const zohal::ZSLFrameSelectInfo& selectInfo,
+                                                           std::shared_ptr<zohal::ZSLFrameQueue>& metaQueue,
+                                                           std::vector<uint32_t>& selectList, long zsdTs,
+                                                           int lastZslFrame) {
+    const DeliveryOrder frames(metaQueue.get());
+    const uint32_t needed = motion::needZslNum(selectInfo);
+
+    int64_t anchorOffset = 0;
+    const AnchorSearch search{fwkFrame, metaQueue.get(), zsdTs};
+    if (!search.inConsumerList(frames.consumer, anchorOffset)) search.inProducerList(frames.producer, anchorOffset);
+
+    const uint32_t csbegin = motion::spanBegin(frames.consumerCount() + anchorOffset, needed);
+    ZSL_LOGI("[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%d csbegin:%d consumerQ[%s]", fwkFrame,
+             static_cast<int32_t>(anchorOffset), csbegin, vectorToString(frames.consumer).c_str());
+
+    const int64_t begin = motion::skipFramesLost(selectInfo, frames.consumer, csbegin);
+    // An anchor before the last consumer frame leaves the producer list out.
+    const int64_t producerEnd = anchorOffset >= -1 ? frames.producerCount() : 0;
+    appendNewer(selectList, FrameRange(frames.consumer, begin, frames.consumerCount()),
+                FrameRange(frames.producer, motion::spanBegin(anchorOffset, needed), producerEnd), lastZslFrame);
+    return selectList.size() >= needed;
+}
+
+bool MotionZSLSelector::selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                                       std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                                       std::vector<uint32_t>& selectList, long zsdTs,
+                                                       int lastZslFrame) {
+    const DeliveryOrder frames(metaQueue.get());
+    const uint32_t needed = motion::needZslNum(selectInfo);
+    if (!frames.hasEnough(needed, fwkFrame)) return false;
+
+    // An even anchor in the consumer list gives way to the next place, which may be the first of the producer list.
+    int64_t anchorOffset = 0;
+    const AnchorSearch search{fwkFrame, metaQueue.get(), zsdTs};
+    bool anchored = search.inConsumerList(frames.consumer, anchorOffset);
+    if (anchored && motion::isEven(frames.frameAt(frames.consumerCount() + anchorOffset))) {
+        ++anchorOffset;
+        anchored = anchorOffset < 0;
+    }
+    if (!anchored) search.inProducerList(frames.producer, anchorOffset);
+
+    const uint32_t csbegin = motion::spanBegin(frames.consumerCount() + anchorOffset, needed);
+    ZSL_LOGI("[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%lu csbegin:%d consumerQ[%s]", fwkFrame, anchorOffset, csbegin,
+             vectorToString(frames.consumer).c_str());
+
+    const int64_t begin = motion::skipFramesLost(selectInfo, frames.consumer, csbegin);
+    appendNewer(selectList, FrameRange(frames.consumer, begin, frames.consumerCount()),
+                FrameRange(frames.producer, motion::spanBegin(anchorOffset, needed), frames.producerCount()),
+                lastZslFrame);
+    return true;
+}
+
+bool MotionZSLSelector::selectZSLFramesForNormal(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                                 std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                                 std::vector<uint32_t>& selectList, long /*zsdTs*/, int lastZslFrame) {
+    DeliveryOrder frames(metaQueue.get());
+    const int64_t needed = motion::needZslNum(selectInfo);
+    if (!frames.hasEnough(needed, fwkFrame)) return false;
+
+    // The newest consumer frames make up for what the producer list is short of. Their order is settled at the end.
+    FrameList& consumer = frames.consumer;
+    const int64_t newestBegin = frames.consumerCount() - std::max<int64_t>(needed - frames.producerCount(), 0);
+    std::nth_element(consumer.begin(), consumer.begin() + newestBegin, consumer.end());
+    appendNewer(selectList, FrameRange(consumer, newestBegin, frames.consumerCount()),
+                FrameRange(frames.producer, 0, frames.producerCount()), lastZslFrame);
+    std::sort(selectList.begin(), selectList.end());
+    return true;
+}
+
+bool MotionZSLSelector::selectFramesForLbmfAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                                  std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                                  std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame) {
+    const GroupScan scan{
+        fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame), 4, motion::needZslNum(selectInfo) + 1};
+    return scan.appendNearestGroup(selectList);
+}
+
+bool MotionZSLSelector::selectFramesForBinningAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                                     std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                                     std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame) {
+    const GroupScan scan{
+        fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame), 7, motion::needZslNum(selectInfo) + 1};
+    if (!scan.appendNearestGroup(selectList)) return false;
+    if (selectList.size() > 3) selectList.erase(selectList.begin() + 3);
+    return true;
+}
+
+bool MotionZSLSelector::selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                                       std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                                       std::vector<uint32_t>& selectList, long /*zsdTs*/,
+                                                       int lastZslFrame) {
+    const DeliveryOrder frames(metaQueue.get());
+    const int64_t needed = motion::needZslNum(selectInfo);
+    int64_t length = 2 * needed - 2;
+    if (!frames.hasEnough(length, fwkFrame)) return false;
+
+    int64_t begin = frames.frameCount() - length;
+    ZSL_LOGD("[ZSLSelector] fwkFrame:%u, consumerSize: %d, fistConsumerFrameNum: %d", fwkFrame,
+             static_cast<int32_t>(length - frames.producerCount()),
+             begin < frames.consumerCount() ? frames.consumer[begin] : 0);
+    if (needed == 1) {
+        // No pair to choose from: the newest frame it is.
+        --begin;
+        length = 1;
+    } else if (needed > 1 && begin > 0 && motion::isEven(frames.frameAt(begin))) {
+        --begin;
+    }
+
+    const FrameRange consumerPart(frames.consumer, begin, frames.consumerCount());
+    const FrameRange producerPart(frames.producer, begin - frames.consumerCount(),
+                                  begin + length - frames.consumerCount());
+    selectList.reserve(selectList.size() + consumerPart.size() + producerPart.size());
+    appendNewer(selectList, consumerPart, lastZslFrame);
+    ZSL_LOGD("[ZSLSelector] consumer: finalList: %s", vectorToString(selectList).c_str());
+    appendNewer(selectList, producerPart, lastZslFrame);
+    ZSL_LOGI("[ZSLSelector] before update fwkFrame:%u final Select list: %s", fwkFrame,
+             vectorToString(selectList).c_str());
+    // Of every pair but the last only the first frame stays.
+    removeOddPositions(selectList, 2 * needed - 5);
+    ZSL_LOGI("[ZSLSelector] after update fwkFrame:%u final Select list: %s", fwkFrame,
+             vectorToString(selectList).c_str());
+    return true;
+}

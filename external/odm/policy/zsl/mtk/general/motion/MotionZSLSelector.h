@@ -1,0 +1,84 @@
+// The selector for motion captures: the plug-in's one product.
+//
+// A motion capture shows a moment that an anchor timestamp in the request metadata marks, usually a little after it.
+// The selector takes requests in which motion capture is forced on together with HDR, HDR super-resolution or the
+// platform's motion banding, and picks for them, among the frames the camera has already captured, those around that
+// moment.
+
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "external/odm/policy/zsl/mtk/ZSLSelectorExt.h"
+
+class MotionZSLSelector : public ZSLSelectorExt {
+public:
+    MotionZSLSelector();
+    ~MotionZSLSelector() override;
+
+    // The gate. Besides answering it notes the request's HDR flags and the platform's motion strategy, by which
+    // selectZSLFrames chooses its strategy: call it first, with the same request. False, without a look at the request,
+    // while the property "vendor.zohal.selector.motion.zsl.disable" was true or unset when the library was loaded.
+    bool isSelectorNeeded(const zohal::ZSLFrameSelectInfo& selectInfo) override;
+
+    // Passes on what checkDesiredSensorMode says, the most derived class's.
+    zohal::ZSLSelectorResult checkFrame(const zohal::ZSLFrameCheckInfo& checkInfo) override;
+
+    // Chooses frames from the first queue of kind kMetaQueue and returns the one list under the id of every queue.
+    zohal::SelectionResult selectZSLFrames(const zohal::ZSLFrameSelectInfo& selectInfo) override;
+
+    // The strategies. They read no member of the selector, and share their parameters:
+    //   fwkFrame      the request's framework frame, for the log
+    //   selectInfo    the request; the element count of requestMetas is the number of frames it needs
+    //   metaQueue     the queue to choose from; null counts as a queue with empty lists
+    //   selectList    the selection; a strategy appends to it
+    //   zsdTs         the moment to show, ns on the clock of the shutter times
+    //   lastZslFrame  frames numbered at or below it, as an unsigned number, have been used and are not chosen
+    // True: selectList is the selection. False: the strategy cannot serve the request.
+
+    // The frames around the first one after zsdTs, as far as every queue still holds them. True when selectList ends up
+    // with as many frames as the request needs; what was appended stays in it in any case.
+    bool selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                            std::shared_ptr<zohal::ZSLFrameQueue>& metaQueue,
+                                            std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
+
+    // The newest frames, without regard to time; sorts the whole of selectList. False when there are too few.
+    bool selectZSLFramesForNormal(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                  std::shared_ptr<zohal::ZSLFrameQueue> metaQueue, std::vector<uint32_t>& selectList,
+                                  long zsdTs, int lastZslFrame);
+
+    // The group of exposures nearest to zsdTs, where groups start at multiples of 4. False when there is none.
+    bool selectFramesForLbmfAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                   std::shared_ptr<zohal::ZSLFrameQueue> metaQueue, std::vector<uint32_t>& selectList,
+                                   long zsdTs, int lastZslFrame);
+
+    // The same with groups that start at multiples of 7; then removes the fourth entry of selectList.
+    bool selectFramesForBinningAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                      std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                      std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
+
+    // Motion banding: the newest pairs of frames, thinned out to one of each but the last pair. False when there are
+    // too few frames.
+    bool selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                        std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                        std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
+
+    // Motion banding placed in time: all frames from those before the first one after zsdTs to the newest. False when
+    // there are too few frames. For callers of the class; selectZSLFrames does not use it.
+    bool selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                        std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                        std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
+
+private:
+    // The current request's, written by isSelectorNeeded.
+    uint8_t hdrEnable = 0;
+    uint8_t hdrsrEnable = 0;
+    uint32_t motionStrategy = 0;
+    bool isMotionBanding = false;
+};
+
+// The plug-in's entry: appends a new selector, of which the list then is the only owner. On an allocation failure the
+// exception passes and the list is unchanged. Calls on one list must not overlap.
+extern "C" void createZSLSelector(std::vector<std::shared_ptr<zohal::ZSLSelectorBase>>& selectors);
