@@ -1,0 +1,75 @@
+#include "hal_core/SelectorPlugin.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+
+namespace halcore {
+
+namespace {
+
+// Member functions as the platform's C++ ABI calls them: the object is the first argument.
+using Strategy = bool(zohal::ZSLSelectorBase*, uint32_t, const zohal::ZSLFrameSelectInfo&,
+                      std::shared_ptr<zohal::ZSLFrameQueue>, std::vector<uint32_t>&, long, int);
+using StrategyByReference = bool(zohal::ZSLSelectorBase*, uint32_t, const zohal::ZSLFrameSelectInfo&,
+                                 std::shared_ptr<zohal::ZSLFrameQueue>&, std::vector<uint32_t>&, long, int);
+
+constexpr char kByReference[] = "selectZSLFramesForZeroShutterDelay";
+
+// The mangled name of MotionZSLSelector's member (of a build with libstdc++).
+std::string mangled(const std::string& strategy) {
+    const char* const reference = strategy == kByReference ? "R" : "";
+    return "_ZN17MotionZSLSelector" + std::to_string(strategy.size()) + strategy + "EjRKN5zohal18ZSLFrameSelectInfoE" +
+           reference + "St10shared_ptrINS0_13ZSLFrameQueueEERSt6vectorIjSaIjEEli";
+}
+
+}  // namespace
+
+void SelectorPlugin::Unload::operator()(void* library) const { dlclose(library); }
+
+SelectorPlugin::SelectorPlugin(const std::string& path) : mLibrary(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+    if (!mLibrary) throw PluginError(std::string("cannot load the plug-in: ") + dlerror());
+    using CreateZSLSelector = void(std::vector<std::shared_ptr<zohal::ZSLSelectorBase>>&);
+    reinterpret_cast<CreateZSLSelector*>(symbol("createZSLSelector"))(mSelectors);
+    if (mSelectors.empty() || !mSelectors.back()) throw PluginError("the plug-in made no selector: " + path);
+}
+
+void* SelectorPlugin::symbol(const char* name) const {
+    void* const address = dlsym(mLibrary.get(), name);
+    if (address == nullptr) throw PluginError(std::string("the plug-in lacks its entry: ") + dlerror());
+    return address;
+}
+
+RequestOutcome SelectorPlugin::serve(const zohal::ZSLFrameSelectInfo& request, bool selectAnyway,
+                                     std::optional<zohal::ZSLFrameCheckInfo> checkInfo) {
+    RequestOutcome outcome;
+    outcome.needed = selector().isSelectorNeeded(request);
+    outcome.selected = outcome.needed || selectAnyway;
+    if (outcome.selected) outcome.selection = selector().selectZSLFrames(request);
+    if (!checkInfo || outcome.selection.empty()) return outcome;
+    for (const uint32_t zslFrame : outcome.selection.begin()->second) {
+        checkInfo->checkFrameNum = zslFrame;
+        outcome.checks[zslFrame] = selector().checkFrame(*checkInfo);
+    }
+    return outcome;
+}
+
+bool SelectorPlugin::callStrategy(StrategyCall& call, const zohal::ZSLFrameSelectInfo& request,
+                                  std::shared_ptr<zohal::ZSLFrameQueue> metaQueue) {
+    void* const address = symbol(mangled(call.strategy).c_str());
+    if (call.strategy == kByReference) {
+        return reinterpret_cast<StrategyByReference*>(address)(&selector(), request.fwkFrame, request, metaQueue,
+                                                               call.selectList, call.zsdTs, call.lastZslFrame);
+    }
+    return reinterpret_cast<Strategy*>(address)(&selector(), request.fwkFrame, request, metaQueue, call.selectList,
+                                                call.zsdTs, call.lastZslFrame);
+}
+
+const std::vector<std::string>& SelectorPlugin::strategies() {
+    static const std::vector<std::string> names = {
+        "selectZSLFramesForZeroShutterDelay", "selectZSLFramesForNormal",       "selectFramesForLbmfAndHdr",
+        "selectFramesForBinningAndHdr",       "selectZSLFramesForSNSCBinning1", "selectZSLFramesForSNSCBinning2"};
+    return names;
+}
+
+}  // namespace halcore

@@ -1,0 +1,50 @@
+// The HAL core's queue of captured frames, filled by hand on a desk.
+
+#pragma once
+
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "api/ZSLFrameRecords.h"
+
+namespace halcore {
+
+class FrameQueue;
+
+// A call of a queue operation, as seen by an observer.
+struct QueueCall {
+    const FrameQueue& queue;
+    const char* operation;
+    uint32_t argument;  // frame number of getFrame, list kind of getFrameList, else 0
+    bool found;         // whether getFrame had an entry
+};
+
+class FrameQueue final : public zohal::ZSLFrameQueue {
+public:
+    FrameQueue(uint32_t id, int32_t type, std::string name) : mId(id), mType(type), mName(std::move(name)) {}
+
+    void setFrameList(zohal::ZSLFrameListKind kind, std::vector<uint32_t> frames) { mLists[kind] = std::move(frames); }
+    void setFrame(uint32_t zslFrame, zohal::ZSLFrameEntry entry) { mEntries[zslFrame] = std::move(entry); }
+    void setObserver(std::function<void(const QueueCall&)> observer) { mObserver = std::move(observer); }
+
+    int32_t getQueueType() const override;
+    void reservedForHalCore() override {}
+    std::string getName() const override;
+    uint32_t getQueueId() const override;
+    const zohal::ZSLFrameEntry* getFrame(uint32_t zslFrame) const override;
+    std::vector<uint32_t> getFrameList(int32_t listKind) const override;
+
+private:
+    void observe(const char* operation, uint32_t argument = 0, bool found = true) const;
+
+    uint32_t mId;
+    int32_t mType;
+    std::string mName;
+    std::vector<uint32_t> mLists[3];
+    std::unordered_map<uint32_t, zohal::ZSLFrameEntry> mEntries;
+    std::function<void(const QueueCall&)> mObserver;
+};
+
+}  // namespace halcore

@@ -1,0 +1,66 @@
+// The piece of the HAL core that loads a selector plug-in and walks requests through its selector.
+
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "api/ZSLSelectorBase.h"
+
+namespace halcore {
+
+// A plug-in that can't be loaded, or lacks what it must have.
+class PluginError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// What a selector did with one request.
+struct RequestOutcome {
+    bool needed = false;    // the gate's answer
+    bool selected = false;  // whether selection was asked for
+    zohal::SelectionResult selection;
+    std::map<uint32_t, zohal::ZSLSelectorResult> checks;  // by frame
+};
+
+// Arguments of a strategy that is called directly.
+struct StrategyCall {
+    std::string strategy;  // one of SelectorPlugin::strategies()
+    int64_t zsdTs = 0;
+    int32_t lastZslFrame = 0;
+    std::vector<uint32_t> selectList;  // in and out
+};
+
+class SelectorPlugin {
+public:
+    // Loads the plug-in and makes one selector. Throws PluginError.
+    explicit SelectorPlugin(const std::string& path);
+
+    zohal::ZSLSelectorBase& selector() { return *mSelectors.back(); }
+
+    // Asks the gate; selects where the gate takes the request, or in any case; then has every frame chosen checked,
+    // where check info is given (its frame number is filled in).
+    RequestOutcome serve(const zohal::ZSLFrameSelectInfo& request, bool selectAnyway,
+                         std::optional<zohal::ZSLFrameCheckInfo> checkInfo);
+
+    // Calls a strategy that the plug-in exports, on the selector. Throws PluginError when the plug-in lacks it.
+    bool callStrategy(StrategyCall& call, const zohal::ZSLFrameSelectInfo& request,
+                      std::shared_ptr<zohal::ZSLFrameQueue> metaQueue);
+
+    static const std::vector<std::string>& strategies();
+
+private:
+    void* symbol(const char* name) const;
+
+    struct Unload {
+        void operator()(void* library) const;
+    };
+    std::unique_ptr<void, Unload> mLibrary;
+    std::vector<std::shared_ptr<zohal::ZSLSelectorBase>> mSelectors;  // declared last: released before the unload
+};
+
+}  // namespace halcore
