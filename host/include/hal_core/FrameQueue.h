@@ -25,6 +25,9 @@ class FrameQueue final : public zohal::ZSLFrameQueue {
 public:
     FrameQueue(uint32_t id, int32_t type, std::string name) : mId(id), mType(type), mName(std::move(name)) {}
 
+    // Unobserved, for the core itself.
+    uint32_t id() const { return mId; }
+
     void setFrameList(zohal::ZSLFrameListKind kind, std::vector<uint32_t> frames) { mLists[kind] = std::move(frames); }
     void setFrame(uint32_t zslFrame, zohal::ZSLFrameEntry entry) { mEntries[zslFrame] = std::move(entry); }
     void setObserver(std::function<void(const QueueCall&)> observer) { mObserver = std::move(observer); }

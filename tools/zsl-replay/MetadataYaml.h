@@ -1,0 +1,28 @@
+// Camera metadata in case files.
+
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Case.h"
+#include "YamlInput.h"
+#include "metadatautils/ZoMetadata.h"
+
+namespace replay {
+
+// Tags by name; nothing for a null.
+std::optional<Tags> readTags(const Yaml& in);
+
+// A metadata object with these tags; null for nothing.
+std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags);
+
+// A value in the type that the tag has, as a case file would give it. `tag` must be a known one.
+TagValue tagValue(const std::string& tag, int64_t value);
+TagValue seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndMode);
+
+// The value as a case file gives it.
+std::string toYaml(const TagValue& value);
+
+}  // namespace replay

@@ -1,0 +1,74 @@
+// Typed access to YAML that says where and how the input is wrong.
+
+#pragma once
+
+#include <yaml-cpp/yaml.h>
+
+#include <charconv>
+#include <functional>
+#include <initializer_list>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "Case.h"
+
+namespace replay {
+
+// Parses a whole decimal or hexadecimal number; false when it is none or out of T's range.
+template <typename T>
+bool parseNumber(std::string_view text, T& value) {
+    const bool negative = !text.empty() && text[0] == '-';
+    if (negative) text.remove_prefix(1);
+    const bool hex = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
+    if (hex) text.remove_prefix(2);
+    uint64_t magnitude = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude, hex ? 16 : 10);
+    if (error != std::errc() || end != text.data() + text.size() || text.empty()) return false;
+    const auto least = static_cast<uint64_t>(std::numeric_limits<T>::min());  // as 64-bit two's complement
+    if (negative ? magnitude > 0 - least : magnitude > static_cast<uint64_t>(std::numeric_limits<T>::max())) {
+        return false;
+    }
+    value = static_cast<T>(negative ? 0 - magnitude : magnitude);
+    return true;
+}
+
+// A YAML node and the file it stands in.
+class Yaml {
+public:
+    Yaml(YAML::Node node, const std::string& file) : mNode(std::move(node)), mFile(&file) {}
+
+    // "file:line:column: expected ..., found ..."
+    [[noreturn]] void fail(const std::string& expected) const;
+
+    explicit operator bool() const { return mNode.IsDefined(); }
+    bool isNull() const { return mNode.IsNull(); }
+    bool isMap() const { return mNode.IsMap(); }
+    bool isSequence() const { return mNode.IsSequence(); }
+
+    // Requires a map whose keys are among these; without keys, any map. No key may stand twice.
+    const Yaml& asMap(std::initializer_list<const char*> keys = {}) const;
+    Yaml operator[](const char* key) const { return {mNode[key], *mFile}; }
+    void forEach(const std::function<void(const Yaml& key, const Yaml& value)>& visit) const;
+    std::vector<Yaml> elements(const char* expected) const;
+
+    std::string text(const char* expected) const;
+    bool boolean() const;
+
+    template <typename T>
+    T number(T least = std::numeric_limits<T>::min(), T most = std::numeric_limits<T>::max()) const {
+        T value = 0;
+        if (!mNode.IsScalar() || !parseNumber(mNode.Scalar(), value) || value < least || value > most) {
+            fail("a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+        }
+        return value;
+    }
+
+    const YAML::Node& node() const { return mNode; }
+
+private:
+    YAML::Node mNode;
+    const std::string* mFile;
+};
+
+}  // namespace replay
