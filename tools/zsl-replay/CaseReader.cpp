@@ -144,16 +144,17 @@ void readProperties(const Yaml& in, Case& result) {
 }  // namespace
 
 Case readCase(const std::string& file, const std::string& text, const std::vector<Setting>& settings) {
-    YAML::Node root;
+    std::vector<YAML::Node> documents;
     try {
-        root = YAML::Load(text);
+        documents = YAML::LoadAll(text);
     } catch (const YAML::ParserException& error) {
-        throw InputError(file + ':' + std::to_string(error.mark.line + 1) + ':' +
-                         std::to_string(error.mark.column + 1) + ": expected YAML, found " + error.msg);
+        throw InputError(file + ':' + position(error.mark) + ": expected YAML, found " + error.msg);
     }
+    if (documents.size() > 1) Yaml(documents[1], file).fail("one document");
+    const YAML::Node root = documents.empty() ? YAML::Node() : documents.front();
     const Yaml in(root, file);
     in.asMap({"properties", "staticMetadata", "defaults", "requests"});
-    const std::vector<Yaml> requests = in["requests"].elements("requests: a list");
+    const std::vector<Yaml> requests = in["requests"].elements("a list of requests");
     for (const Setting& setting : settings) apply(setting, root);
 
     Case result;
@@ -167,7 +168,7 @@ Case readCase(const std::string& file, const std::string& text, const std::vecto
     if (in["defaults"]) in["defaults"].asMap(kRequestKeys);
     AdapterAnswer adapter = "absent";
     for (size_t i = 0; i < requests.size(); ++i) {
-        const Yaml request = in["requests"].elements("requests: a list")[i];
+        const Yaml request = in["requests"].elements("a list of requests")[i];
         request.asMap(kRequestKeys);
         result.requests.push_back(readRequest({request, in["defaults"]}, i, adapter));
         adapter = result.requests.back().adapter;

@@ -15,16 +15,45 @@ std::string shown(const YAML::Node& node) {
     return '"' + text + '"';
 }
 
+YAML::Node resolveMerge(const YAML::Node& node) {
+    if (!node.IsMap() || !node["<<"] || !node["<<"].IsMap()) return node;
+    YAML::Node merged(YAML::NodeType::Map);
+    for (const auto& pair : node) {
+        if (pair.first.Scalar() != "<<") merged.force_insert(pair.first, pair.second);
+    }
+    for (const auto& pair : resolveMerge(node["<<"])) {
+        if (!node[pair.first.Scalar()]) merged.force_insert(pair.first, pair.second);
+    }
+    return merged;
+}
+
 }  // namespace
 
+std::string position(const YAML::Mark& mark) {
+    return std::to_string(std::max(mark.line, 0) + 1) + ':' + std::to_string(std::max(mark.column, 0) + 1);
+}
+
+Yaml::Yaml(const YAML::Node& node, const std::string& file)
+    : mNode(node.IsDefined() ? resolveMerge(node) : node),
+      mMark(node.IsDefined() ? node.Mark() : YAML::Mark::null_mark()),
+      mFile(&file) {}
+
+Yaml Yaml::operator[](const char* key) const {
+    Yaml child(mNode[key], *mFile);
+    if (!child) {
+        child.mMark = mMark;
+        child.mMissing = key;
+    }
+    return child;
+}
+
 void Yaml::fail(const std::string& expected) const {
-    const YAML::Mark mark = mNode.IsDefined() ? mNode.Mark() : YAML::Mark::null_mark();
-    throw InputError(*mFile + ':' + std::to_string(mark.line + 1) + ':' + std::to_string(mark.column + 1) +
-                     ": expected " + expected + ", found " + shown(mNode));
+    throw InputError(*mFile + ':' + position(mMark) + ": expected " + expected + ", found " +
+                     (mMissing.empty() ? shown(mNode) : "no \"" + mMissing + '"'));
 }
 
 const Yaml& Yaml::asMap(std::initializer_list<const char*> keys) const {
-    if (!mNode.IsMap()) fail("a map");
+    if (!isMap()) fail("a map");
     std::set<std::string> seen;
     forEach([&](const Yaml& key, const Yaml&) {
         const std::string name = key.text("a key");
@@ -44,20 +73,20 @@ void Yaml::forEach(const std::function<void(const Yaml&, const Yaml&)>& visit) c
 }
 
 std::vector<Yaml> Yaml::elements(const char* expected) const {
-    if (!mNode.IsSequence()) fail(expected);
+    if (!isSequence()) fail(expected);
     std::vector<Yaml> result;
     for (const YAML::Node& element : mNode) result.emplace_back(element, *mFile);
     return result;
 }
 
 std::string Yaml::text(const char* expected) const {
-    if (!mNode.IsScalar()) fail(expected);
+    if (!isScalar()) fail(expected);
     return mNode.Scalar();
 }
 
 bool Yaml::boolean() const {
     bool value = false;
-    if (!mNode.IsScalar() || !YAML::convert<bool>::decode(mNode, value)) fail("true or false");
+    if (!isScalar() || !YAML::convert<bool>::decode(mNode, value)) fail("true or false");
     return value;
 }
 

@@ -33,22 +33,27 @@ bool parseNumber(std::string_view text, T& value) {
     return true;
 }
 
+// "line:column", counted from 1.
+std::string position(const YAML::Mark& mark);
+
 // A YAML node and the file it stands in.
 class Yaml {
 public:
-    Yaml(YAML::Node node, const std::string& file) : mNode(std::move(node)), mFile(&file) {}
+    // A map's merge key ("<<") is resolved.
+    Yaml(const YAML::Node& node, const std::string& file);
 
     // "file:line:column: expected ..., found ..."
     [[noreturn]] void fail(const std::string& expected) const;
 
     explicit operator bool() const { return mNode.IsDefined(); }
-    bool isNull() const { return mNode.IsNull(); }
-    bool isMap() const { return mNode.IsMap(); }
-    bool isSequence() const { return mNode.IsSequence(); }
+    bool isNull() const { return type() == YAML::NodeType::Null; }
+    bool isMap() const { return type() == YAML::NodeType::Map; }
+    bool isSequence() const { return type() == YAML::NodeType::Sequence; }
+    bool isScalar() const { return type() == YAML::NodeType::Scalar; }
 
     // Requires a map whose keys are among these; without keys, any map. No key may stand twice.
     const Yaml& asMap(std::initializer_list<const char*> keys = {}) const;
-    Yaml operator[](const char* key) const { return {mNode[key], *mFile}; }
+    Yaml operator[](const char* key) const;
     void forEach(const std::function<void(const Yaml& key, const Yaml& value)>& visit) const;
     std::vector<Yaml> elements(const char* expected) const;
 
@@ -58,16 +63,18 @@ public:
     template <typename T>
     T number(T least = std::numeric_limits<T>::min(), T most = std::numeric_limits<T>::max()) const {
         T value = 0;
-        if (!mNode.IsScalar() || !parseNumber(mNode.Scalar(), value) || value < least || value > most) {
+        if (!isScalar() || !parseNumber(mNode.Scalar(), value) || value < least || value > most) {
             fail("a whole number from " + std::to_string(least) + " to " + std::to_string(most));
         }
         return value;
     }
 
-    const YAML::Node& node() const { return mNode; }
-
 private:
+    YAML::NodeType::value type() const { return mNode.IsDefined() ? mNode.Type() : YAML::NodeType::Undefined; }
+
     YAML::Node mNode;
+    YAML::Mark mMark;      // of the map where a key is missing
+    std::string mMissing;  // the key
     const std::string* mFile;
 };
 
