@@ -57,12 +57,13 @@ RequestOutcome SelectorPlugin::serve(const zohal::ZSLFrameSelectInfo& request, b
 bool SelectorPlugin::callStrategy(StrategyCall& call, const zohal::ZSLFrameSelectInfo& request,
                                   std::shared_ptr<zohal::ZSLFrameQueue> metaQueue) {
     void* const address = symbol(mangled(call.strategy).c_str());
+    const uint32_t fwkFrame = call.fwkFrame.value_or(request.fwkFrame);
     if (call.strategy == kByReference) {
-        return reinterpret_cast<StrategyByReference*>(address)(&selector(), request.fwkFrame, request, metaQueue,
+        return reinterpret_cast<StrategyByReference*>(address)(&selector(), fwkFrame, request, metaQueue,
                                                                call.selectList, call.zsdTs, call.lastZslFrame);
     }
-    return reinterpret_cast<Strategy*>(address)(&selector(), request.fwkFrame, request, metaQueue, call.selectList,
-                                                call.zsdTs, call.lastZslFrame);
+    return reinterpret_cast<Strategy*>(address)(&selector(), fwkFrame, request, metaQueue, call.selectList, call.zsdTs,
+                                                call.lastZslFrame);
 }
 
 const std::vector<std::string>& SelectorPlugin::strategies() {

@@ -37,13 +37,14 @@ AdapterAnswer readAdapter(const Yaml& in, const AdapterAnswer& before) {
 }
 
 halcore::StrategyCall readCall(const Yaml& in) {
-    in.asMap({"strategy", "zsdTs", "last", "list"});
+    in.asMap({"strategy", "frame", "zsdTs", "last", "list"});
     halcore::StrategyCall call;
     call.strategy = in["strategy"] ? in["strategy"].text("a strategy") : "";
     const auto& known = halcore::SelectorPlugin::strategies();
     if (std::find(known.begin(), known.end(), call.strategy) == known.end()) {
         (in["strategy"] ? in["strategy"] : in).fail("a strategy, such as " + known.front());
     }
+    if (in["frame"]) call.fwkFrame = in["frame"].number<uint32_t>();
     readNumber(in["zsdTs"], call.zsdTs);
     if (in["last"]) call.lastZslFrame = static_cast<int32_t>(in["last"].number<int64_t>(INT32_MIN, UINT32_MAX));
     if (in["list"]) call.selectList = readFrameList(in["list"]);

@@ -1,6 +1,9 @@
 #include "MetadataYaml.h"
 
 #include <cstring>
+#include <sstream>
+
+#include "api/MetadataValue.h"
 
 namespace replay {
 
@@ -49,14 +52,19 @@ void append(std::vector<uint8_t>& payload, T value) {
     payload.insert(payload.end(), bytes, bytes + sizeof(T));
 }
 
-// One element; the bits of a float, a double or a rational are given as a number of its size.
+// One element; of a rational the 64 bits.
 void appendElement(TagValue& value, const Yaml& in) {
     switch (value.type) {
         case TYPE_BYTE:
             append(value.payload, in.number<uint8_t>());
             break;
-        case TYPE_INT32:
         case TYPE_FLOAT:
+            append(value.payload, static_cast<float>(in.real()));
+            break;
+        case TYPE_DOUBLE:
+            append(value.payload, in.real());
+            break;
+        case TYPE_INT32:
             append(value.payload, static_cast<uint32_t>(in.number<int64_t>(INT32_MIN, UINT32_MAX)));
             break;
         default:
@@ -107,6 +115,24 @@ TagValue readValue(const std::string& tag, const Yaml& key, const Yaml& in) {
     return readElements(known->type, in);
 }
 
+template <typename T>
+T load(const uint8_t* data) {
+    T value;
+    std::memcpy(&value, data, sizeof(T));
+    return value;
+}
+
+std::string elementText(uint8_t type, const uint8_t* data) {
+    std::ostringstream text;
+    text.precision(17);
+    if (type == TYPE_BYTE) text << +*data;
+    if (type == TYPE_INT32) text << load<int32_t>(data);
+    if (type == TYPE_FLOAT) text << load<float>(data);
+    if (type == TYPE_DOUBLE) text << load<double>(data);
+    if (type == TYPE_INT64 || type == TYPE_RATIONAL) text << load<int64_t>(data);
+    return text.str();
+}
+
 }  // namespace
 
 std::optional<Tags> readTags(const Yaml& in) {
@@ -152,12 +178,10 @@ TagValue seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndM
 }
 
 std::string toYaml(const TagValue& value) {
-    const size_t size = value.type == TYPE_BYTE ? 1 : value.type == TYPE_INT32 || value.type == TYPE_FLOAT ? 4 : 8;
+    const size_t size = zohal::elementSize(value.type);
     std::string text = std::string("{type: ") + kTypes[value.type].name + ", values: [";
     for (size_t at = 0; at + size <= value.payload.size(); at += size) {
-        int64_t number = 0;
-        std::memcpy(&number, value.payload.data() + at, size);
-        text += (at > 0 ? ", " : "") + std::to_string(number);
+        text += (at > 0 ? ", " : "") + elementText(value.type, value.payload.data() + at);
     }
     return text + "], count: " + std::to_string(value.count) + '}';
 }

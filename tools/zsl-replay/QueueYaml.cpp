@@ -26,7 +26,8 @@ void appendFrames(const Yaml& in, FrameList& frames) {
     if (in["except"]) {
         for (const Yaml& each : in["except"].elements("a list of frames")) left.push_back(each.number<uint32_t>());
     }
-    for (const uint32_t frame : readRun(in, in["count"].number<uint32_t>(0, kMostFrames))) {
+    const auto room = static_cast<uint32_t>(kMostFrames - frames.size());
+    for (const uint32_t frame : readRun(in, in["count"].number<uint32_t>(0, room))) {
         if (std::find(left.begin(), left.end(), frame) == left.end()) frames.push_back(frame);
     }
 }
@@ -50,8 +51,9 @@ void readFrameRun(const Yaml& in, Queue& queue) {
     in.asMap({"first", "count", "step", "shutter", "interval", "mode", "except"});
     std::vector<Yaml> times;
     if (in["shutter"] && in["shutter"].isSequence()) times = in["shutter"].elements("a list of shutter times");
-    const auto count = in["count"] || times.empty() ? in["count"].number<uint32_t>(0, kMostFrames)
-                                                    : static_cast<uint32_t>(times.size());
+    const auto room = static_cast<uint32_t>(kMostFrames - std::min<size_t>(queue.held.size(), kMostFrames));
+    const auto count =
+        in["count"] || times.empty() ? in["count"].number<uint32_t>(0, room) : static_cast<uint32_t>(times.size());
     if (!times.empty() && times.size() != count) in["shutter"].fail("as many shutter times as frames");
 
     const FrameList frames = readRun(in, count);
@@ -74,11 +76,7 @@ void readFrameRun(const Yaml& in, Queue& queue) {
     });
 }
 
-void readFrames(const Yaml& in, Queue& queue) {
-    if (in.isSequence()) {
-        for (const Yaml& each : in.elements("frames")) readFrames(each, queue);
-        return;
-    }
+void readFrameMap(const Yaml& in, Queue& queue) {
     if (!in.isMap()) in.fail("frames: a run, or shutter times by frame");
     if (in["first"]) {
         readFrameRun(in, queue);
@@ -90,6 +88,11 @@ void readFrames(const Yaml& in, Queue& queue) {
         readFrameData(value, data);
         addFrame(queue, frame, data, key);
     });
+}
+
+void readFrames(const Yaml& in, Queue& queue) {
+    if (!in.isSequence()) return readFrameMap(in, queue);
+    for (const Yaml& each : in.elements("frames")) readFrameMap(each, queue);
 }
 
 bool namesFrames(const Yaml& in) { return in["consumer"] || in["producer"] || in["all"] || in["frames"]; }

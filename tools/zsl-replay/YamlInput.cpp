@@ -15,13 +15,14 @@ std::string shown(const YAML::Node& node) {
     return '"' + text + '"';
 }
 
-YAML::Node resolveMerge(const YAML::Node& node) {
-    if (!node.IsMap() || !node["<<"] || !node["<<"].IsMap()) return node;
+// A map may name one that names a third, and so on; one that names itself comes to an end.
+YAML::Node resolveMerge(const YAML::Node& node, int depth = 8) {
+    if (depth == 0 || !node.IsMap() || !node["<<"] || !node["<<"].IsMap()) return node;
     YAML::Node merged(YAML::NodeType::Map);
     for (const auto& pair : node) {
         if (pair.first.Scalar() != "<<") merged.force_insert(pair.first, pair.second);
     }
-    for (const auto& pair : resolveMerge(node["<<"])) {
+    for (const auto& pair : resolveMerge(node["<<"], depth - 1)) {
         if (!node[pair.first.Scalar()]) merged.force_insert(pair.first, pair.second);
     }
     return merged;
@@ -87,6 +88,12 @@ std::string Yaml::text(const char* expected) const {
 bool Yaml::boolean() const {
     bool value = false;
     if (!isScalar() || !YAML::convert<bool>::decode(mNode, value)) fail("true or false");
+    return value;
+}
+
+double Yaml::real() const {
+    double value = 0;
+    if (!isScalar() || !YAML::convert<double>::decode(mNode, value)) fail("a number");
     return value;
 }
 

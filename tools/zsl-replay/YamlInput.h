@@ -59,6 +59,7 @@ public:
 
     std::string text(const char* expected) const;
     bool boolean() const;
+    double real() const;
 
     template <typename T>
     T number(T least = std::numeric_limits<T>::min(), T most = std::numeric_limits<T>::max()) const {

@@ -29,7 +29,8 @@ struct RequestOutcome {
 
 // Arguments of a strategy that is called directly.
 struct StrategyCall {
-    std::string strategy;  // one of SelectorPlugin::strategies()
+    std::string strategy;              // one of SelectorPlugin::strategies()
+    std::optional<uint32_t> fwkFrame;  // where it differs from the request's
     int64_t zsdTs = 0;
     int32_t lastZslFrame = 0;
     std::vector<uint32_t> selectList;  // in and out
