@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# What zsl-replay says of input that it can't run: one line on standard error, exit 2, and nothing on standard output.
+# Usage: bad_input.sh ZSL-REPLAY LIBRARY-THAT-IS-NO-PLUGIN
+set -u
+replay=$1
+failures=0
+
+# expect NAME EXPECTED-MESSAGE INPUT [OPTION...]
+expect() {
+  local name=$1 expected=$2 input=$3
+  shift 3
+  local out err status
+  err=$(mktemp)
+  out=$(printf '%b' "$input" | "$replay" "$@" - 2>"$err")
+  status=$?
+  if [[ $status != 2 || -n $out || $(<"$err") != "$expected" ]]; then
+    printf '%s: expected exit 2 and "%s",\nfound exit %s and "%s"; standard output "%s"\n' \
+      "$name" "$expected" "$status" "$(<"$err")" "$out" >&2
+    failures=$((failures + 1))
+  fi
+  rm -f "$err"
+}
+
+whole32="a whole number from 0 to 4294967295"
+expect "not YAML" '<stdin>:1:1: expected YAML, found end of sequence flow not found' 'a: [1'
+expect "nothing" '<stdin>:1:1: expected a map, found nothing' ''
+expect "two documents" '<stdin>:3:1: expected one document, found a map' 'requests: []\n---\nrequests: []\n'
+expect "unknown key" '<stdin>:1:1: expected one of the keys properties, staticMetadata, defaults, requests, found "request"' \
+  'request: []\n'
+expect "unknown key of a queue" \
+  '<stdin>:2:14: expected one of the keys id, type, name, consumer, producer, all, frames, lost, found "ids"' \
+  'requests:\n- {queues: [{ids: 3}]}\n'
+expect "key twice" '<stdin>:2:14: expected every key once, found "frame"' 'requests:\n- {frame: 1, frame: 2}\n'
+expect "no list" '<stdin>:2:24: expected a list of frames, found "5"' 'requests:\n- {queues: [{consumer: 5}]}\n'
+expect "missing key" "<stdin>:2:25: expected $whole32, found no \"first\"" \
+  'requests:\n- {queues: [{consumer: [{count: 3}]}]}\n'
+expect "negative" "<stdin>:2:11: expected $whole32, found \"-1\"" 'requests:\n- {frame: -1}\n'
+expect "33 bits" "<stdin>:2:11: expected $whole32, found \"0x100000000\"" 'requests:\n- {frame: 0x100000000}\n'
+expect "no whole number" '<stdin>:2:11: expected a whole number from -9223372036854775808 to 9223372036854775807, found "1e5"' \
+  'requests:\n- {clock: 1e5}\n'
+expect "a frame twice" '<stdin>:2:44: expected every frame of a queue once, found "0x1"' \
+  'requests:\n- {queues: [{consumer: [1], frames: {1: 5, 0x1: 6}}]}\n'
+expect "a byte of 9 bits" '<stdin>:2:35: expected a whole number from 0 to 255, found "256"' \
+  'requests:\n- {metadata: {nexaro.hdr.enabled: 256}}\n'
+expect "adapter gone again" '<stdin>:3:13: expected an adapter that stays once it is there, found "absent"' \
+  'requests:\n- {adapter: 1}\n- {adapter: absent}\n'
+expect "nothing half run" "<stdin>:3:11: expected $whole32, found \"x\"" 'requests:\n- {}\n- {frame: x}\n'
+expect "no plug-in" \
+  'cannot load the plug-in: /none.so: cannot open shared object file: No such file or directory' 'requests: [{}]\n' \
+  --plugin /none.so
+expect "no entry" "the plug-in lacks its entry: $2: undefined symbol: createZSLSelector" 'requests: [{}]\n' --plugin "$2"
+exit $((failures > 0))
