@@ -1,0 +1,178 @@
+// The plug-in loaded and unloaded on a desk: its switch, the life of the adapter library, two threads.
+
+#include <cutils/properties.h>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "desk/LogSink.h"
+#include "hal_core/FrameQueue.h"
+#include "hal_core/SelectorPlugin.h"
+#include "metadatautils/ZoMetadata.h"
+#include "zodebug/Log.h"
+
+namespace {
+
+constexpr char kAdapterPath[] = "/vendor/lib64/libzocamera_adapter.so";
+constexpr char kSwitch[] = "vendor.zohal.selector.motion.zsl.disable";
+
+constexpr char kOwnAdapter[] = "this executable";
+
+const char* gAdapter = "";          // what stands under the adapter's path: a file, or nothing
+std::atomic<int> gTries, gOpen;     // of the adapter library
+std::atomic<void*> gAdapterHandle;  // the one opened last
+
+}  // namespace
+
+// An adapter that declares its interface by itself, and fails the first time it is asked for.
+namespace adapter {
+struct PlatformInfoHolder final {
+    virtual int GetMotionInfo(uint32_t* info) { return *info = 0xFFFFF4FF, -1; }
+};
+}  // namespace adapter
+
+struct CameraAdapter final {
+    virtual int Init() { return property_set("desk.adapter.init", "1"), -1; }
+    virtual std::shared_ptr<adapter::PlatformInfoHolder> GetPlatformInfoHolder() {
+        return std::make_shared<adapter::PlatformInfoHolder>();
+    }
+};
+
+extern "C" CameraAdapter* GetInstance() {
+    static int calls = 0;
+    if (calls++ == 0) throw std::runtime_error("GetInstance failed");
+    static CameraAdapter instance;
+    return &instance;
+}
+
+extern "C" void* dlopen(const char* path, int flags) noexcept {
+    static const auto next = reinterpret_cast<void* (*)(const char*, int)>(dlsym(RTLD_NEXT, "dlopen"));
+    if (path == nullptr || std::string(path) != kAdapterPath) return next(path, flags);
+    EXPECT_EQ(flags, RTLD_NOW | RTLD_GLOBAL);
+    ++gTries;
+    void* const handle = next(gAdapter == kOwnAdapter ? nullptr : *gAdapter != '\0' ? gAdapter : path, flags);
+    if (handle != nullptr) ++gOpen, gAdapterHandle = handle;
+    return handle;
+}
+
+extern "C" int dlclose(void* handle) noexcept {
+    static const auto next = reinterpret_cast<int (*)(void*)>(dlsym(RTLD_NEXT, "dlclose"));
+    if (handle == gAdapterHandle) --gOpen;
+    return next(handle);
+}
+
+namespace {
+
+bool loaded(const char* path) {
+    void* const handle = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
+    return handle != nullptr && dlclose(handle) == 0;
+}
+
+zohal::ZSLFrameSelectInfo motionRequest() {
+    const auto metadata = std::make_shared<ZoMetadata>();
+    metadata->set(0x10029, TYPE_BYTE, 1, {1});
+    metadata->set("nexaro.ai.zosd.motionCaptureEnabledIcon", TYPE_BYTE, 1, {4});
+    const auto queue = std::make_shared<halcore::FrameQueue>(1, zohal::kMetaQueue, "meta");
+    queue->setFrameList(zohal::kConsumerList, {7});
+    queue->setFrame(7, {{nullptr, {}, 1, {}}, 0});
+    return {1, {}, 0, {queue}, {metadata}};
+}
+
+TEST(Desk, SwitchIsReadAtEachLoad) {
+    const std::map<std::string, bool> enabled = {
+        {"", false},   {"1", false}, {"y", false}, {"yes", false}, {"on", false}, {"true", false}, {"2", false},
+        {"No", false}, {"0", true},  {"n", true},  {"no", true},   {"off", true}, {"false", true}};
+    gAdapter = DESK_ADAPTER;
+    property_set("desk.adapter.motion", "0x300");
+    for (const auto& [word, needed] : enabled) {
+        property_set(kSwitch, word.empty() ? nullptr : word.c_str());
+        {
+            halcore::SelectorPlugin plugin(PLUGIN);
+            property_set(kSwitch, needed ? "1" : "0");
+            EXPECT_EQ(plugin.selector().isSelectorNeeded(motionRequest()), needed) << word;
+        }
+        ASSERT_FALSE(loaded(PLUGIN)) << word;
+    }
+}
+
+TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailure) {
+    const struct {
+        bool reload;  // the plug-in first
+        const char* adapter;
+        const char* motion;  // what the desk's adapter answers
+        const char* seen;    // how the gate's message ends, or what was thrown; tries, calls of Init(), open libraries
+    } gates[] = {{true, DESK_ADAPTER, "0x300", "motionStrategy: 3, isMotionBanding: 1; 1 1 1"},
+                 {false, DESK_ADAPTER, "0x500", "motionStrategy: 5, isMotionBanding: 0; 0 0 1"},
+                 {false, DESK_ADAPTER, "empty", "motionStrategy: 5, isMotionBanding: 0; 0 0 1"},
+                 {false, "", "0xF200", "motionStrategy: 2, isMotionBanding: 1; 0 0 1"},
+                 {false, "", nullptr, "motionStrategy: 0, isMotionBanding: 0; 0 0 1"},
+                 {true, "", "0x300", "motionStrategy: 0, isMotionBanding: 0; 2 0 0"},
+                 {false, "", "0x300", "motionStrategy: 0, isMotionBanding: 0; 1 0 0"},
+                 {false, DESK_ADAPTER, "0x300", "motionStrategy: 3, isMotionBanding: 1; 1 1 1"},
+                 {true, ENTRYLESS, "", "motionStrategy: 0, isMotionBanding: 0; 2 0 0"},
+                 {false, ENTRYLESS, "", "motionStrategy: 0, isMotionBanding: 0; 1 0 0"},
+                 {true, DESK_ADAPTER, "unavailable", "motionStrategy: 0, isMotionBanding: 0; 2 0 0"},
+                 {false, DESK_ADAPTER, "unavailable", "motionStrategy: 0, isMotionBanding: 0; 1 0 0"},
+                 {true, DESK_ADAPTER, "throw", "desk adapter: Init() told to throw; 1 1 0"},
+                 {false, DESK_ADAPTER, "0x300", "motionStrategy: 3, isMotionBanding: 1; 1 1 1"},
+                 {true, kOwnAdapter, "", "GetInstance failed; 1 0 0"},
+                 {false, kOwnAdapter, "", "motionStrategy: 4, isMotionBanding: 1; 1 1 1"}};
+    std::optional<halcore::SelectorPlugin> plugin;
+    std::string seen;
+    zodebug::gZoCamLogGroup = 0x40;
+    desk::setLogSink([&seen](const desk::LogLine& line) { seen = line.message; });
+    property_set(kSwitch, "0");
+    for (const auto& gate : gates) {
+        SCOPED_TRACE("row " + std::to_string(&gate - gates));
+        if (gate.reload) {
+            plugin.reset();
+            EXPECT_EQ(gOpen, 0);
+            EXPECT_FALSE(loaded(PLUGIN) || loaded(DESK_ADAPTER));
+            plugin.emplace(PLUGIN);
+        }
+        gAdapter = gate.adapter;
+        gTries = 0;
+        property_set("desk.adapter.motion", gate.motion);
+        property_set("desk.adapter.init", "0");
+        try {
+            plugin->selector().isSelectorNeeded(motionRequest());
+            seen.erase(0, seen.find("motionStrategy"));
+        } catch (const std::exception& thrown) {
+            seen = thrown.what();
+        }
+        char inits[PROPERTY_VALUE_MAX];
+        property_get("desk.adapter.init", inits, "");
+        EXPECT_EQ(seen + "; " + std::to_string(gTries) + ' ' + inits + ' ' + std::to_string(gOpen), gate.seen);
+    }
+    plugin.reset();
+    EXPECT_EQ(gOpen, 0);
+}
+
+TEST(Desk, TwoThreadsRunTwoSelectors) {
+    zodebug::gZoCamLogGroup = 0;
+    property_set("desk.adapter.motion", "0x500");
+    property_set(kSwitch, "0");
+    for (const char* adapter : {DESK_ADAPTER, ""}) {
+        gAdapter = adapter;
+        halcore::SelectorPlugin first(PLUGIN), second(PLUGIN);
+        const auto serve = [](halcore::SelectorPlugin& plugin) {
+            for (int i = 0; i < 50; ++i) {
+                const auto request = motionRequest();
+                const zohal::ZSLFrameCheckInfo check{0, request.requestMetas[0], 1, 0, 0, 0, request.zslQueues, 0};
+                EXPECT_EQ(plugin.serve(request, true, check).selection, (zohal::SelectionResult{{1, {7}}}));
+            }
+        };
+        std::thread other(serve, std::ref(second));
+        serve(first);
+        other.join();
+    }
+}
+
+}  // namespace
