@@ -33,9 +33,9 @@ inline size_t elementSize(uint8_t type) {
 
 // True when the entry's payload holds at least `bytes` bytes (one or more).
 inline bool covers(const camera_metadata_ro_entry_t& entry, size_t bytes) {
-    const size_t size = elementSize(entry.type);
-    if (size == 0 || entry.data.u8 == nullptr) return false;
-    return entry.count > (bytes - 1) / size;  // count x size may exceed size_t, this can't
+    size_t payload = 0;
+    const bool beyondSizeT = __builtin_mul_overflow(entry.count, elementSize(entry.type), &payload);
+    return entry.data.u8 != nullptr && (beyondSizeT || payload >= bytes);
 }
 
 // The T at a byte offset of the payload, absent where the payload ends before it does.

@@ -17,11 +17,15 @@ constexpr uint8_t kIconForcesMotion = 4;
 constexpr double kDelayNs = 60e6;
 constexpr double kShortDelayNs = 30e6;
 
-// Layout of "nexaro.camera.zoseamlesspolicy.result": records of 52 bytes, in host byte order.
+// "nexaro.camera.zoseamlesspolicy.result" is a row of these, in host byte order.
+struct PolicyRecord {
+    uint32_t sensorId;
+    uint8_t other[36];
+    uint32_t sensorMode;
+    uint8_t more[8];
+};
+static_assert(sizeof(PolicyRecord) == 52);
 constexpr size_t kPolicyRecords = 4;
-constexpr size_t kPolicyRecordSize = 52;
-constexpr size_t kPolicySensorId = 0;
-constexpr size_t kPolicySensorMode = 40;
 
 // What the device's conversion instruction does, spelled out: out of range saturates.
 int64_t toNanoseconds(double ns) {
@@ -64,13 +68,10 @@ int64_t zeroShutterDelayTarget(const AnchorTags& tags) {
 std::optional<SeamlessPolicyEntry> readSeamlessPolicy(const ZoMetadata* metadata, uint32_t masterId) {
     if (metadata == nullptr) return std::nullopt;
     const camera_metadata_ro_entry_t policy = metadata->find("nexaro.camera.zoseamlesspolicy.result");
-    for (size_t record = 0; record < kPolicyRecords; ++record) {
-        const size_t begin = record * kPolicyRecordSize;
-        if (!zohal::covers(policy, begin + kPolicyRecordSize)) break;
-        const uint32_t sensorId = *valueAt<uint32_t>(policy, begin + kPolicySensorId);
-        if (sensorId == masterId) {
-            return SeamlessPolicyEntry{sensorId, *valueAt<uint32_t>(policy, begin + kPolicySensorMode)};
-        }
+    for (size_t i = 0; i < kPolicyRecords; ++i) {
+        const std::optional<PolicyRecord> record = valueAt<PolicyRecord>(policy, i * sizeof(PolicyRecord));
+        if (!record) break;
+        if (record->sensorId == masterId) return SeamlessPolicyEntry{record->sensorId, record->sensorMode};
     }
     return std::nullopt;
 }
