@@ -19,14 +19,16 @@ int64_t distance(int64_t a, int64_t b) {
 
 }  // namespace
 
-uint32_t GroupScan::nearestGroup(const FrameList& allList, zolog::Caller caller) const {
+template <uint32_t kGroupCycle>
+uint32_t GroupScan<kGroupCycle>::nearestGroup(const FrameList& allList, zolog::Caller caller) const {
     const auto allCount = static_cast<uint32_t>(allList.size());
     uint32_t baseIndex = allCount;
     int64_t timeStampDiffMin = kFarthest;
+    const uint32_t* const frames = allList.data();  // read once: no call of the queue can move it
     for (uint32_t i = 0; i + groupLength < allCount; ++i) {
-        if (allList[i] <= lastZslFrame || allList[i] % groupCycle != 0) continue;
+        if (frames[i] % kGroupCycle != 0 || frames[i] <= lastZslFrame) continue;
 
-        const uint32_t referenceFrame = allList[(i + groupLength) / 2];
+        const uint32_t referenceFrame = frames[(i + groupLength) / 2];
         const zohal::ZSLFrameEntry* entry = metaQueue->getFrame(referenceFrame);
         if (entry == nullptr) continue;  // a group that cannot be judged must not win
 
@@ -45,7 +47,8 @@ uint32_t GroupScan::nearestGroup(const FrameList& allList, zolog::Caller caller)
     return baseIndex;
 }
 
-bool GroupScan::appendNearestGroup(FrameList& selectList, zolog::Caller caller) const {
+template <uint32_t kGroupCycle>
+bool GroupScan<kGroupCycle>::appendNearestGroup(FrameList& selectList, zolog::Caller caller) const {
     const FrameList consumer = frameList(metaQueue, zohal::kConsumerList);
     const FrameList allList = frameList(metaQueue, zohal::kAllFrames);
     const uint32_t baseIndex = nearestGroup(allList, caller);
@@ -55,5 +58,8 @@ bool GroupScan::appendNearestGroup(FrameList& selectList, zolog::Caller caller) 
     selectList.insert(selectList.end(), group.begin(), group.end());
     return true;
 }
+
+template struct GroupScan<4>;
+template struct GroupScan<7>;
 
 }  // namespace motion

@@ -238,16 +238,16 @@ bool MotionZSLSelector::selectZSLFramesForNormal(uint32_t fwkFrame, const zohal:
 bool MotionZSLSelector::selectFramesForLbmfAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                                   std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                                   std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame) {
-    const GroupScan scan{
-        fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame), 4, motion::needZslNum(selectInfo) + 1};
+    const GroupScan<4> scan{fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame),
+                            motion::needZslNum(selectInfo) + 1};
     return scan.appendNearestGroup(selectList);
 }
 
 bool MotionZSLSelector::selectFramesForBinningAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                                      std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                                      std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame) {
-    const GroupScan scan{
-        fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame), 7, motion::needZslNum(selectInfo) + 1};
+    const GroupScan<7> scan{fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame),
+                            motion::needZslNum(selectInfo) + 1};
     if (!scan.appendNearestGroup(selectList)) return false;
     if (selectList.size() > 3) selectList.erase(selectList.begin() + 3);
     return true;
