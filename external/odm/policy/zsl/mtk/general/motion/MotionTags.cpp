@@ -2,17 +2,12 @@
 
 #include <limits>
 
-#include "api/MetadataValue.h"
-
 namespace motion {
 
 using zohal::firstValue;
 using zohal::valueAt;
 
 namespace {
-
-constexpr uint32_t kTagEnableZsl = 0x10029;  // android.control.enableZsl
-constexpr uint8_t kIconForcesMotion = 4;
 
 constexpr double kDelayNs = 60e6;
 constexpr double kShortDelayNs = 30e6;
@@ -39,16 +34,6 @@ int64_t toNanoseconds(double ns) {
 
 std::shared_ptr<ZoMetadata> requestMetadata(const zohal::ZSLFrameSelectInfo& selectInfo) {
     return selectInfo.requestMetas.empty() ? nullptr : selectInfo.requestMetas.front();
-}
-
-GateTags readGateTags(const ZoMetadata* metadata) {
-    GateTags tags;
-    tags.enableZsl = firstValue<uint8_t>(metadata, kTagEnableZsl).value_or(0);
-    tags.forceOn =
-        firstValue<uint8_t>(metadata, "nexaro.ai.zosd.motionCaptureEnabledIcon").value_or(0) == kIconForcesMotion;
-    tags.hdrEnable = firstValue<uint8_t>(metadata, "nexaro.hdr.enabled").value_or(0);
-    tags.hdrsrEnable = firstValue<uint8_t>(metadata, "nexaro.hdr.sr.enabled").value_or(0);
-    return tags;
 }
 
 AnchorTags readAnchorTags(const ZoMetadata* metadata) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "api/MetadataValue.h"
 #include "api/ZSLFrameRecords.h"
 
 namespace motion {
@@ -13,14 +14,11 @@ namespace motion {
 // The metadata that all request tags are read from; empty when the request brings none.
 std::shared_ptr<ZoMetadata> requestMetadata(const zohal::ZSLFrameSelectInfo& selectInfo);
 
-// What the gate decides on. Flags are bytes, as they stand in the metadata.
-struct GateTags {
-    uint8_t enableZsl = 0;
-    bool forceOn = false;  // the motion-capture icon demands it
-    uint8_t hdrEnable = 0;
-    uint8_t hdrsrEnable = 0;
-};
-GateTags readGateTags(const ZoMetadata* metadata);
+// First byte of a tag, whatever its declared type; 0 when it is absent.
+template <typename Tag>
+uint8_t readByte(const ZoMetadata* metadata, Tag tag) {
+    return zohal::firstValue<uint8_t>(metadata, tag).value_or(0);
+}
 
 // What places a motion capture in time.
 struct AnchorTags {

@@ -26,6 +26,9 @@ namespace {
 // Read once, while the library is being loaded. Without the property the selector is off.
 const int32_t gMotionZslDisable = property_get_bool("vendor.zohal.selector.motion.zsl.disable", true);
 
+constexpr uint32_t kTagEnableZsl = 0x10029;  // android.control.enableZsl
+constexpr uint8_t kIconForcesMotion = 4;
+
 bool isBandingStrategy(uint32_t motionStrategy) { return motionStrategy >= 2 && motionStrategy < 5; }
 
 bool isLbmfMode(uint32_t sensorModeType) { return sensorModeType == 8 || sensorModeType == 9 || sensorModeType == 21; }
@@ -75,9 +78,16 @@ bool MotionZSLSelector::isSelectorNeeded(const zohal::ZSLFrameSelectInfo& select
         return false;
     }
 
-    const motion::GateTags tags = motion::readGateTags(motion::requestMetadata(selectInfo).get());
-    hdrEnable = tags.hdrEnable;
-    hdrsrEnable = tags.hdrsrEnable;
+    hdrEnable = 0;
+    hdrsrEnable = 0;
+    uint8_t isNeeded = 0;
+    bool forceOn = false;
+    if (const std::shared_ptr<ZoMetadata> metadata = motion::requestMetadata(selectInfo)) {
+        isNeeded = motion::readByte(metadata.get(), kTagEnableZsl);
+        forceOn = motion::readByte(metadata.get(), "nexaro.ai.zosd.motionCaptureEnabledIcon") == kIconForcesMotion;
+        hdrEnable = motion::readByte(metadata.get(), "nexaro.hdr.enabled");
+        hdrsrEnable = motion::readByte(metadata.get(), "nexaro.hdr.sr.enabled");
+    }
 
     // Without an adapter the strategy of the last answer stands.
     const auto platformInfo = adapter::AdapterClient::getInstance().getPlatformInfoHolder();
@@ -88,13 +98,11 @@ bool MotionZSLSelector::isSelectorNeeded(const zohal::ZSLFrameSelectInfo& select
         isMotionBanding = isBandingStrategy(motionStrategy);
     }
 
-    const bool finalNeedZSL =
-        tags.enableZsl != 0 && tags.forceOn && (hdrEnable != 0 || hdrsrEnable != 0 || isMotionBanding);
+    const bool finalNeedZSL = isNeeded != 0 && forceOn && (hdrEnable != 0 || hdrsrEnable != 0 || isMotionBanding);
     ZSL_LOGD(
         "[ZSLSelector] %s finalNeedZSL: %d, isNeeded %d, forceOn: %d, hdrEnable: %d, hdrsrEnable: %d, "
         "motionStrategy: %d, isMotionBanding: %d",
-        mName.c_str(), finalNeedZSL, tags.enableZsl, tags.forceOn, hdrEnable, hdrsrEnable, motionStrategy,
-        isMotionBanding);
+        mName.c_str(), finalNeedZSL, isNeeded, forceOn, hdrEnable, hdrsrEnable, motionStrategy, isMotionBanding);
     return finalNeedZSL;
 }
 
