@@ -4,7 +4,6 @@
 
 #include "MetadataYaml.h"
 #include "QueueYaml.h"
-#include "Settings.h"
 #include "YamlInput.h"
 
 namespace replay {
@@ -97,7 +96,9 @@ Expectation readExpectation(const Yaml& in) {
 int64_t newestShutterTime(const Request& request) {
     int64_t newest = 0;
     if (const Queue* meta = request.metaQueue()) {
-        for (const auto& [frame, data] : meta->held) newest = std::max(newest, data.shutterTimeNs);
+        for (const auto* frames : {&meta->held, &meta->lost}) {
+            for (const auto& [frame, data] : *frames) newest = std::max(newest, data.shutterTimeNs);
+        }
     }
     return newest;
 }
@@ -144,7 +145,7 @@ void readProperties(const Yaml& in, Case& result) {
 
 }  // namespace
 
-Case readCase(const std::string& file, const std::string& text, const std::vector<Setting>& settings) {
+YAML::Node parseCase(const std::string& file, const std::string& text) {
     std::vector<YAML::Node> documents;
     try {
         documents = YAML::LoadAll(text);
@@ -152,11 +153,15 @@ Case readCase(const std::string& file, const std::string& text, const std::vecto
         throw InputError(file + ':' + position(error.mark) + ": expected YAML, found " + error.msg);
     }
     if (documents.size() > 1) Yaml(documents[1], file).fail("one document");
-    const YAML::Node root = documents.empty() ? YAML::Node() : documents.front();
+    return documents.empty() ? YAML::Node() : documents.front();
+}
+
+Case readCase(const std::string& file, const std::string& text) { return readCase(file, parseCase(file, text)); }
+
+Case readCase(const std::string& file, const YAML::Node& root) {
     const Yaml in(root, file);
     in.asMap({"properties", "staticMetadata", "defaults", "requests"});
     const std::vector<Yaml> requests = in["requests"].elements("a list of requests");
-    for (const Setting& setting : settings) apply(setting, root);
 
     Case result;
     result.file = file;

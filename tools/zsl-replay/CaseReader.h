@@ -2,15 +2,21 @@
 
 #pragma once
 
+#include <yaml-cpp/yaml.h>
+
 #include <string>
-#include <vector>
 
 #include "Case.h"
-#include "Settings.h"
 
 namespace replay {
 
-// Reads a case from YAML text. `file` is shown in errors. Throws InputError.
-Case readCase(const std::string& file, const std::string& text, const std::vector<Setting>& settings = {});
+// `file` is shown in errors. All throw InputError.
+
+// Parses YAML text that holds one document.
+YAML::Node parseCase(const std::string& file, const std::string& text);
+
+// Reads a case from its tree, or from YAML text.
+Case readCase(const std::string& file, const YAML::Node& root);
+Case readCase(const std::string& file, const std::string& text);
 
 }  // namespace replay

@@ -1,4 +1,5 @@
-// Changes of a case from the command line.
+// Changes of a case file's tree from the command line. Trees are copied along the path that changes, never written to:
+// an alias may share a node with other requests.
 
 #pragma once
 
@@ -6,16 +7,20 @@
 
 #include <string>
 
+#include "Case.h"
+
 namespace replay {
 
-// `path` names a key of every request, such as "queues[1].lost", or of request N (from 1) when it starts with "N:";
-// `value` is YAML.
-struct Setting {
-    std::string path;
-    std::string value;
-};
+// KEY=VALUE: the key is the path of a request's key, such as "queues[1].lost" or "metadata.nexaro.hdr.enabled", in
+// every request, or in request N (from 1) when it starts with "N:"; a list's next index appends. The value is YAML.
+YAML::Node withSetting(const YAML::Node& root, const std::string& setting);
 
-// Changes a case file's tree. Throws InputError when there is no such key.
-void apply(const Setting& setting, YAML::Node root);
+// FRAME[@QUEUE]: the queue with that id, or every queue, has lost the frame. `theCase` is what the tree reads as.
+YAML::Node withoutFrame(const YAML::Node& root, const Case& theCase, const std::string& drop);
+
+// Both throw InputError("expected ..., found ...").
+
+// The same for the key of one request, by its path.
+YAML::Node withRequestKey(const YAML::Node& root, size_t request, const std::string& path, const YAML::Node& value);
 
 }  // namespace replay
