@@ -185,7 +185,7 @@ void reportText(std::ostream& out, const Request& request, const RequestRun& run
 }
 
 void reportJson(std::ostream& out, const std::string& file, const Request& request, const RequestRun& run,
-                const std::vector<std::string>& differences, LogChannel channel) {
+                const std::vector<std::string>& differences, LogChannel channel, const nlohmann::ordered_json& more) {
     const Facts facts = factsOf(run);
     nlohmann::ordered_json json;
     json["file"] = file;
@@ -203,6 +203,7 @@ void reportJson(std::ostream& out, const std::string& file, const Request& reque
     }
     json["differences"] = differences;
     for (const auto& line : logOf(run, channel)) json["log"].push_back(desk::threadtime(line));
+    json.update(more);
     // A queue name need not be UTF-8.
     out << json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -33,8 +34,8 @@ std::string join(const FrameList& frames);
 void reportText(std::ostream& out, const Request& request, const RequestRun& run,
                 const std::vector<std::string>& differences, const ReportStyle& style);
 
-// One line of JSON.
+// One line of JSON, with the keys of `more` at its end.
 void reportJson(std::ostream& out, const std::string& file, const Request& request, const RequestRun& run,
-                const std::vector<std::string>& differences, LogChannel channel);
+                const std::vector<std::string>& differences, LogChannel channel, const nlohmann::ordered_json& more);
 
 }  // namespace replay
