@@ -43,7 +43,8 @@ std::string readFile(const std::string& name) {
         return text.str();
     }
     std::ifstream file(name, std::ios::binary);
-    if (!file || !(text << file.rdbuf())) throw InputError(name + ": expected a readable file, found none");
+    if (file.peek() != EOF) text << file.rdbuf();
+    if (!file.is_open() || file.bad()) throw InputError(name + ": expected a readable file, found none");
     return text.str();
 }
 
