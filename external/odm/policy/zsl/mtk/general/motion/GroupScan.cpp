@@ -2,6 +2,7 @@
 
 #include "external/odm/policy/zsl/mtk/general/motion/GroupScan.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace motion {
@@ -22,10 +23,11 @@ int64_t distance(int64_t a, int64_t b) {
 template <uint32_t kGroupCycle>
 uint32_t GroupScan<kGroupCycle>::nearestGroup(const FrameList& allList, zolog::Caller caller) const {
     const auto allCount = static_cast<uint32_t>(allList.size());
+    const uint32_t end = allCount - std::min(groupLength, allCount);
     uint32_t baseIndex = allCount;
     int64_t timeStampDiffMin = kFarthest;
     const uint32_t* const frames = allList.data();  // read once: no call of the queue can move it
-    for (uint32_t i = 0; i + groupLength < allCount; ++i) {
+    for (uint32_t i = 0; i < end; ++i) {
         if (frames[i] % kGroupCycle != 0 || frames[i] <= lastZslFrame) continue;
 
         const uint32_t referenceFrame = frames[(i + groupLength) / 2];
