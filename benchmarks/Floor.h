@@ -6,24 +6,24 @@
 
 #include "adapter/CameraAdapter.h"
 #include "api/ZSLSelectorBase.h"
-#include "benchmarks/LeanCore.h"
+#include "benchmarks/Capture.h"
 
-namespace lean {
+namespace bench {
+
+using QueueHandle = std::shared_ptr<zohal::ZSLFrameQueue>;
 
 class Floor {
 public:
-    // `selection`: what the selector chooses.
+    // `selection`: what the selector chooses. The adapter is the gate's alone.
     Floor(const Capture& capture, FrameList selection, CameraAdapter* adapter = nullptr);
 
     bool isSelectorNeeded(const zohal::ZSLFrameSelectInfo& request) const;
     zohal::SelectionResult selectZSLFrames(const zohal::ZSLFrameSelectInfo& request);
     zohal::ZSLSelectorResult checkFrame(const zohal::ZSLFrameCheckInfo& check) const;
 
-    // What the strategies call of the queues.
-    void callsOfAnchorSearch(const zohal::ZSLFrameSelectInfo& request, const zohal::ZSLFrameQueue& metaQueue) const;
-    void callsOfNormal(std::shared_ptr<zohal::ZSLFrameQueue> metaQueue) const;
-    void callsOfGroups(std::shared_ptr<zohal::ZSLFrameQueue> metaQueue) const;
-    void callsOfBanding(std::shared_ptr<zohal::ZSLFrameQueue> metaQueue) const;
+    // What the mode's strategy calls of the queues, of a fallback the first one; what the normal strategy does.
+    void strategyCalls(const zohal::ZSLFrameSelectInfo& request, const QueueHandle& metaQueue) const;
+    void normalCalls(const zohal::ZSLFrameSelectInfo& request, const QueueHandle& metaQueue) const;
 
     const FrameList& selection() const { return mSelection; }
 
@@ -36,4 +36,6 @@ private:
     uint32_t mSpanFrame;  // first frame of the span, asked of every queue
 };
 
-}  // namespace lean
+using FloorCalls = void (Floor::*)(const zohal::ZSLFrameSelectInfo&, const QueueHandle&) const;
+
+}  // namespace bench

@@ -1,29 +1,21 @@
 // What the selector costs beside the floor, as a table; or, with --soak N, what N requests do to the memory.
 
-#include <desk/VendorLibraries.h>
+#include <desk/LogSink.h>
+#include <desk/OfflineLog.h>
 #include <dlfcn.h>
-#include <unistd.h>
+#include <malloc.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <thread>
 
 #include "benchmarks/Comparison.h"
 #include "benchmarks/Floor.h"
 #include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
+#include "zodebug/Log.h"
 
-namespace {
+namespace bench {
 
-using lean::Capture;
-using lean::FrameList;
-using lean::Mode;
-using Selector = MotionZSLSelector;
-
-enum class Log { kShut, kOpen };
-
-// As the HAL core sees it: by its contract only.
 zohal::ZSLSelectorBase& selector() {
     static std::vector<std::shared_ptr<zohal::ZSLSelectorBase>> selectors;
     if (selectors.empty()) createZSLSelector(selectors);
@@ -46,108 +38,91 @@ FrameList choose(const Capture& capture) {
 
 struct Scene {
     Capture capture;
-    lean::Floor floor{capture, choose(capture), cameraAdapter()};
+    Floor floor{capture, choose(capture), cameraAdapter()};
     std::shared_ptr<zohal::ZSLFrameQueue> metaQueue = capture.request.zslQueues.front();
 };
 
-template <typename Library, typename Floor>
-void add(const char* name, Mode mode, Library library, Floor floor, Log log = Log::kShut) {
-    auto* const added = benchmark::RegisterBenchmark(name, [=](benchmark::State& state) {
+template <typename LibraryCall, typename FloorCall>
+benchmark::internal::Benchmark* add(const std::string& name, Mode mode, LibraryCall library, FloorCall floor) {
+    const auto run = [=](benchmark::State& state) {
         Scene scene{{mode, static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1))}};
-        lean::openLog(log == Log::kOpen);
-        compare(
-            state, [&] { return library(scene); }, [&] { return floor(scene); });
-        lean::openLog(false);
-    });
-    added->Iterations(kRounds)->UseManualTime();
-    for (const int queues : {1, 3, 8}) {
-        if (log == Log::kOpen && queues != 3) continue;
-        for (const int frames : {16, 64, 256, 1024}) added->Args({frames, queues});
-    }
+        const auto ofLibrary = [&] { return library(scene); };
+        compare(state, ofLibrary, [&] { return floor(scene); });
+        zodebug::gZoCamLogGroup = zodebug::gZoCamDebugMask = 0;
+    };
+    return benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(kRounds)->UseManualTime();
 }
 
 // The floor of a strategy makes its calls and has the list grow once.
-template <typename Strategy, typename Calls>
-void addStrategy(const char* name, Mode mode, Strategy strategy, Calls calls) {
+template <typename Strategy>
+void addStrategy(const char* name, Mode mode, Strategy strategy, FloorCalls floorCalls = &Floor::strategyCalls) {
     const auto library = [strategy](Scene& scene) {
         FrameList selectList;
-        (static_cast<Selector&>(selector()).*strategy)(1, scene.capture.request, scene.metaQueue, selectList,
-                                                       scene.capture.zsdTs, 0);
+        (static_cast<MotionZSLSelector&>(selector()).*strategy)(1, scene.capture.request, scene.metaQueue, selectList,
+                                                                scene.capture.zsdTs, 0);
         return selectList;
     };
-    const auto floor = [calls](Scene& scene) {
-        calls(scene);
+    const auto floor = [floorCalls](Scene& scene) {
+        (scene.floor.*floorCalls)(scene.capture.request, scene.metaQueue);
         return FrameList(scene.floor.selection());
     };
-    add(name, mode, library, floor);
+    add(name, mode, library, floor)->ArgsProduct({kFrameCounts, kQueueCounts});
 }
 
 void addBenchmarks() {
     const auto select = [](Scene& scene) { return selector().selectZSLFrames(scene.capture.request); };
-    const auto selectFloor = [](Scene& scene) { return scene.floor.selectZSLFrames(scene.capture.request); };
-    for (const Mode mode : lean::kModes) add(lean::modeName(mode), mode, select, selectFloor);
-    add("plain, log open", lean::kPlain, select, selectFloor, Log::kOpen);
-    add("LBMF HDR, log open", lean::kLbmfHdr, select, selectFloor, Log::kOpen);
-    add("banding, log open", lean::kBanding, select, selectFloor, Log::kOpen);
-
-    add(
-        "gate", lean::kLbmfHdr, [](Scene& scene) { return selector().isSelectorNeeded(scene.capture.request); },
-        [](Scene& scene) { return scene.floor.isSelectorNeeded(scene.capture.request); });
-    add(
-        "checkFrame", lean::kPlain, [](Scene& scene) { return selector().checkFrame(scene.capture.check); },
-        [](Scene& scene) { return scene.floor.checkFrame(scene.capture.check); });
-
-    const auto anchorSearch = [](Scene& scene) {
-        scene.floor.callsOfAnchorSearch(scene.capture.request, *scene.metaQueue);
+    const auto floor = [](Scene& scene) { return scene.floor.selectZSLFrames(scene.capture.request); };
+    const auto selectLogging = [](Scene& scene) {
+        zodebug::gZoCamLogGroup = zodebug::gZoCamOfflineLogGroup = zodebug::gZoCamDebugMask = ~0U;
+        desk::takeOfflineLog();
+        return selector().selectZSLFrames(scene.capture.request);
     };
-    const auto normal = [](Scene& scene) { scene.floor.callsOfNormal(scene.metaQueue); };
-    const auto groups = [](Scene& scene) { scene.floor.callsOfGroups(scene.metaQueue); };
-    const auto banding = [](Scene& scene) { scene.floor.callsOfBanding(scene.metaQueue); };
-    addStrategy("ForZeroShutterDelay", lean::kPlain, &Selector::selectZSLFramesForZeroShutterDelay, anchorSearch);
-    addStrategy("ForNormal", lean::kPlain, &Selector::selectZSLFramesForNormal, normal);
-    addStrategy("ForLbmfAndHdr", lean::kLbmfHdr, &Selector::selectFramesForLbmfAndHdr, groups);
-    addStrategy("ForBinningAndHdr", lean::kBinningHdr, &Selector::selectFramesForBinningAndHdr, groups);
-    addStrategy("ForSNSCBinning1", lean::kBanding, &Selector::selectZSLFramesForSNSCBinning1, banding);
-    addStrategy("ForSNSCBinning2", lean::kPlain, &Selector::selectZSLFramesForSNSCBinning2, anchorSearch);
+    for (const Mode mode : kModes)
+        add(kModeNames[mode], mode, select, floor)->ArgsProduct({kFrameCounts, kQueueCounts});
+    for (const Mode mode : {kPlain, kLbmfHdr, kBanding}) {
+        add(std::string(kModeNames[mode]) + ", log open", mode, selectLogging, floor)->ArgsProduct({kFrameCounts, {3}});
+    }
+    const auto gate = [](Scene& scene) { return selector().isSelectorNeeded(scene.capture.request); };
+    const auto gateFloor = [](Scene& scene) { return scene.floor.isSelectorNeeded(scene.capture.request); };
+    add("gate", kLbmfHdr, gate, gateFloor)->ArgsProduct({kFrameCounts, kQueueCounts});
+    const auto check = [](Scene& scene) { return selector().checkFrame(scene.capture.check); };
+    const auto checkFloor = [](Scene& scene) { return scene.floor.checkFrame(scene.capture.check); };
+    add("checkFrame", kPlain, check, checkFloor)->ArgsProduct({kFrameCounts, kQueueCounts});
+    addStrategy("ForZeroShutterDelay", kPlain, &MotionZSLSelector::selectZSLFramesForZeroShutterDelay);
+    addStrategy("ForNormal", kPlain, &MotionZSLSelector::selectZSLFramesForNormal, &Floor::normalCalls);
+    addStrategy("ForLbmfAndHdr", kLbmfHdr, &MotionZSLSelector::selectFramesForLbmfAndHdr);
+    addStrategy("ForBinningAndHdr", kBinningHdr, &MotionZSLSelector::selectFramesForBinningAndHdr);
+    addStrategy("ForSNSCBinning1", kBanding, &MotionZSLSelector::selectZSLFramesForSNSCBinning1);
+    addStrategy("ForSNSCBinning2", kPlain, &MotionZSLSelector::selectZSLFramesForSNSCBinning2);
 }
 
-// Without the pages of files, which are mapped as code is first run.
-long residentKiB() {
-    long total = 0, resident = 0, ofFiles = 0;
-    std::ifstream("/proc/self/statm") >> total >> resident >> ofFiles;
-    return (resident - ofFiles) * (sysconf(_SC_PAGESIZE) / 1024);
-}
-
-// Requests of every mode in turn through the one selector. What the first tenth leaves behind must be all there is.
+// Requests of every mode in turn through the one selector. What the first tenth leaves on the heap must be all there
+// is.
 int soak(long requests) {
     std::vector<Capture> captures;
-    for (const Mode mode : lean::kModes) captures.emplace_back(mode, 64, 3);
-    long warm = 0;
+    for (const Mode mode : kModes) captures.emplace_back(mode, 64, 3);
+    size_t warm = 0;
     for (long i = 0; i < requests; ++i) {
-        if (i == requests / 10) warm = residentKiB();
+        if (i == requests / 10) warm = mallinfo2().uordblks;
         const Capture& capture = captures[static_cast<size_t>(i) % captures.size()];
         choose(capture);
         selector().checkFrame(capture.check);
     }
-    const long end = residentKiB();
-    std::printf("%ld requests: %ld KiB resident after a tenth, %ld KiB at the end\n", requests, warm, end);
+    const size_t end = mallinfo2().uordblks;
+    std::printf("%ld requests: %zu bytes of heap in use after a tenth, %zu at the end\n", requests, warm, end);
     return end > warm ? 1 : 0;
 }
 
-}  // namespace
+}  // namespace bench
 
 int main(int argc, char** argv) {
-    desk::setVendorLibraryDir(ZSL_VENDOR_LIBRARIES);
-    lean::openLog(false);
+    desk::setLogSink([](const desk::LogLine&) {});
     // A HAL has many threads, so handles are counted atomically. Standard libraries do without in a process that never
     // had a second one.
     std::thread([] {}).join();
-    if (argc == 3 && std::strcmp(argv[1], "--soak") == 0) return soak(std::atol(argv[2]));
-
+    if (argc == 3 && std::strcmp(argv[1], "--soak") == 0) return bench::soak(std::atol(argv[2]));
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
-    addBenchmarks();
-    TableReporter table;
+    bench::addBenchmarks();
+    bench::TableReporter table;
     benchmark::RunSpecifiedBenchmarks(&table);
-    return 0;
 }

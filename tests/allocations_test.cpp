@@ -1,43 +1,15 @@
-// The selector beside the floor: the same calls of the queues, and heap use counted with the floor of the same build,
-// since how often a list or a map allocates is the standard library's.
+// The selector beside the floor: the same calls of the queues in the same order, and heap use counted with the floor of
+// the same build, since how often a list or a map allocates is the standard library's.
 
-#include <desk/VendorLibraries.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <new>
 
 #include "benchmarks/Floor.h"
 #include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
 #include "hal_core/FrameQueue.h"
 
-namespace {
-
-int gAllocations = 0;
-
-template <typename Call>
-int allocationsOf(Call call) {
-    const int before = gAllocations;
-    call();
-    return gAllocations - before;
-}
-
-using Calls = std::vector<std::string>;
-
-// The queue once more, noting every call.
-std::shared_ptr<zohal::ZSLFrameQueue> observed(const zohal::ZSLFrameQueue& queue, Calls& calls) {
-    auto copy = std::make_shared<halcore::FrameQueue>(queue.getQueueId(), queue.getQueueType(), "observed");
-    for (const auto kind : {zohal::kConsumerList, zohal::kProducerList, zohal::kAllFrames}) {
-        for (const uint32_t zslFrame : queue.getFrameList(kind)) copy->setFrame(zslFrame, *queue.getFrame(zslFrame));
-        copy->setFrameList(kind, queue.getFrameList(kind));
-    }
-    copy->setObserver([&calls, id = std::to_string(queue.getQueueId())](const halcore::QueueCall& call) {
-        calls.push_back(id + ' ' + call.operation + ' ' + std::to_string(call.argument));
-    });
-    return copy;
-}
-
-}  // namespace
+static int gAllocations = 0;
 
 void* operator new(size_t size) {
     ++gAllocations;
@@ -48,30 +20,36 @@ void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t) noexcept { std::free(memory); }
 
 TEST(Floor, SelectorMakesItsQueueCallsAndOneGrowthOfTheListPerStrategyMore) {
-    desk::setVendorLibraryDir(ZSL_VENDOR_LIBRARIES);
+    const auto allocationsOf = [](auto call) {
+        const int before = gAllocations;
+        return call(), gAllocations - before;
+    };
     std::vector<std::shared_ptr<zohal::ZSLSelectorBase>> selectors;
     createZSLSelector(selectors);
-    for (const lean::Mode mode : lean::kModes) {
-        for (const uint32_t queues : {1, 3, 8}) {
-            SCOPED_TRACE(std::string(lean::modeName(mode)) + ", queues: " + std::to_string(queues));
-            lean::Capture capture(mode, 64, queues);
-            capture.setPlatform();
-            selectors[0]->isSelectorNeeded(capture.request);
-            const zohal::SelectionResult selection = selectors[0]->selectZSLFrames(capture.request);
-            ASSERT_EQ(selection.size(), queues);
-            lean::Floor floor(capture, selection.begin()->second);
+    zohal::ZSLSelectorBase& selector = *selectors.front();
+    for (const bench::Mode mode : bench::kModes) {
+        SCOPED_TRACE(bench::kModeNames[mode]);
+        bench::Capture capture(mode, 64, 3);
+        capture.setPlatform();
+        selector.isSelectorNeeded(capture.request);
+        const zohal::SelectionResult selection = selector.selectZSLFrames(capture.request);
+        ASSERT_EQ(selection.size(), 3U);
+        bench::Floor floor(capture, selection.begin()->second);
 
-            const int floorCount = allocationsOf([&] { floor.selectZSLFrames(capture.request); });
-            EXPECT_EQ(allocationsOf([&] { selectors[0]->selectZSLFrames(capture.request); }),
-                      floorCount + (mode == lean::kNormalFallback ? 2 : 1));
-            EXPECT_EQ(allocationsOf([&] { selectors[0]->checkFrame(capture.check); }), 0);
+        EXPECT_EQ(allocationsOf([&] { selector.selectZSLFrames(capture.request); }) -
+                      allocationsOf([&] { floor.selectZSLFrames(capture.request); }),
+                  mode == bench::kNormalFallback ? 2 : 1);
+        EXPECT_EQ(allocationsOf([&] { selector.checkFrame(capture.check); }), 0);
 
-            Calls calls;
-            for (auto& queue : capture.request.zslQueues) queue = observed(*queue, calls);
-            EXPECT_EQ(floor.selectZSLFrames(capture.request), selection);
-            const Calls floorCalls = std::exchange(calls, {});
-            EXPECT_EQ(selectors[0]->selectZSLFrames(capture.request), selection);
-            EXPECT_EQ(calls, floorCalls);
+        std::string calls;
+        for (const auto& queue : capture.request.zslQueues) {
+            static_cast<halcore::FrameQueue&>(*queue).setObserver([&calls](const halcore::QueueCall& call) {
+                calls += std::to_string(call.queue.id()) + call.operation + std::to_string(call.argument) + '\n';
+            });
         }
+        EXPECT_EQ(floor.selectZSLFrames(capture.request), selection);
+        const std::string floorCalls = std::exchange(calls, "");
+        EXPECT_EQ(selector.selectZSLFrames(capture.request), selection);
+        EXPECT_EQ(calls, floorCalls);
     }
 }

@@ -1,6 +1,5 @@
-// A HAL core with as little of its own as there can be, so that what a selector costs shows: queues that look a frame
-// up by its distance from the first one, log sinks that discard, a property store and a clock that answer at once.
-// These platform calls are this executable's own definitions, which take precedence over the host libraries'.
+// A request in each selection mode, on the platform that the host libraries make up: their frame queue, metadata,
+// properties, clock and adapter.
 
 #pragma once
 
@@ -9,7 +8,7 @@
 
 #include "api/ZSLFrameRecords.h"
 
-namespace lean {
+namespace bench {
 
 using FrameList = std::vector<uint32_t>;
 
@@ -19,13 +18,13 @@ inline constexpr uint32_t kNeededFrames = 8;
 
 // The selection modes of a motion capture.
 enum Mode { kPlain, kNormalFallback, kLbmfHdr, kBinningHdr, kBanding };
+inline constexpr const char* kModeNames[] = {"plain", "normal fallback", "LBMF HDR", "binning HDR", "banding"};
 inline constexpr Mode kModes[] = {kPlain, kNormalFallback, kLbmfHdr, kBinningHdr, kBanding};
-const char* modeName(Mode mode);
+inline bool choosesGroups(Mode mode) { return mode == kLbmfHdr || mode == kBinningHdr; }
 
-// A request in one mode. Every queue holds every frame; the anchor is the last consumer frame, or, for groups, what
-// chooses the first group.
+// Every queue holds every frame; the anchor is the last consumer frame, or, for groups, what chooses the first group.
 struct Capture {
-    Capture(Mode mode, uint32_t frames, uint32_t queues);
+    Capture(Mode captureMode, uint32_t frames, uint32_t queues);
 
     // What the platform adapter is to answer before the gate sees the request.
     void setPlatform() const;
@@ -37,7 +36,4 @@ struct Capture {
     zohal::ZSLFrameCheckInfo check{};
 };
 
-// Opens or shuts both log channels.
-void openLog(bool open);
-
-}  // namespace lean
+}  // namespace bench
