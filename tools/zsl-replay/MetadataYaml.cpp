@@ -1,7 +1,6 @@
 #include "MetadataYaml.h"
 
 #include <cstring>
-#include <sstream>
 
 #include "api/MetadataValue.h"
 
@@ -115,24 +114,6 @@ TagValue readValue(const std::string& tag, const Yaml& key, const Yaml& in) {
     return readElements(known->type, in);
 }
 
-template <typename T>
-T load(const uint8_t* data) {
-    T value;
-    std::memcpy(&value, data, sizeof(T));
-    return value;
-}
-
-std::string elementText(uint8_t type, const uint8_t* data) {
-    std::ostringstream text;
-    text.precision(17);
-    if (type == TYPE_BYTE) text << +*data;
-    if (type == TYPE_INT32) text << load<int32_t>(data);
-    if (type == TYPE_FLOAT) text << load<float>(data);
-    if (type == TYPE_DOUBLE) text << load<double>(data);
-    if (type == TYPE_INT64 || type == TYPE_RATIONAL) text << load<int64_t>(data);
-    return text.str();
-}
-
 }  // namespace
 
 std::optional<Tags> readTags(const Yaml& in) {
@@ -177,13 +158,18 @@ TagValue seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndM
     return value;
 }
 
-std::string toYaml(const TagValue& value) {
-    const size_t size = zohal::elementSize(value.type);
-    std::string text = std::string("{type: ") + kTypes[value.type].name + ", values: [";
-    for (size_t at = 0; at + size <= value.payload.size(); at += size) {
-        text += (at > 0 ? ", " : "") + elementText(value.type, value.payload.data() + at);
+YAML::Node toYaml(const std::string& tag, const TagValue& value) {
+    const auto number = [&value](size_t at, size_t size) {
+        int64_t result = 0;
+        std::memcpy(&result, value.payload.data() + at, size);
+        return result;
+    };
+    if (tag != kSeamlessPolicy) return YAML::Node(number(0, value.payload.size()));
+    YAML::Node records(YAML::NodeType::Sequence);
+    for (size_t at = 0; at < value.payload.size(); at += kPolicyRecordSize) {
+        records.push_back(std::vector<int64_t>{number(at, 4), number(at + kPolicyModeOffset, 4)});
     }
-    return text + "], count: " + std::to_string(value.count) + '}';
+    return records;
 }
 
 }  // namespace replay

@@ -22,7 +22,7 @@ std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags);
 TagValue tagValue(const std::string& tag, int64_t value);
 TagValue seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndMode);
 
-// The value as a case file gives it.
-std::string toYaml(const TagValue& value);
+// What tagValue() or seamlessPolicy() made, as a case file gives it.
+YAML::Node toYaml(const std::string& tag, const TagValue& value);
 
 }  // namespace replay
