@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
+#include <memory>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
@@ -15,6 +15,7 @@
 #include "CaseReader.h"
 #include "Expect.h"
 #include "Explain.h"
+#include "FieldLog.h"
 #include "Picture.h"
 #include "Report.h"
 #include "Session.h"
@@ -34,19 +35,8 @@ struct Options {
     bool explain = false;
     std::string picture;
     std::string saveCase;
+    bool roundTrip = false;
 };
-
-std::string readFile(const std::string& name) {
-    std::ostringstream text;
-    if (name == "-") {
-        text << std::cin.rdbuf();
-        return text.str();
-    }
-    std::ifstream file(name, std::ios::binary);
-    if (file.peek() != EOF) text << file.rdbuf();
-    if (!file.is_open() || file.bad()) throw InputError(name + ": expected a readable file, found none");
-    return text.str();
-}
 
 std::string shownName(const std::string& file) { return file == "-" ? "<stdin>" : file; }
 
@@ -87,21 +77,76 @@ bool replayCase(const Case& theCase, const Variant* variant, const Options& opti
     return differing == 0;
 }
 
-int replayAll(const Options& options) {
-    // Everything is read before anything runs.
-    std::vector<Case> cases;
-    std::vector<Variant> variants;
-    for (const std::string& file : options.files) {
-        const YAML::Node tree = parseCase(shownName(file), readFile(file));
-        cases.push_back(readCase(shownName(file), tree));
-        if (!options.changes.empty()) variants.push_back(makeVariant(cases.back(), tree, options.changes));
+// A case, or a log that is yet to be read.
+struct Input {
+    std::string file;
+    std::optional<Case> theCase;
+    std::optional<Variant> variant;
+    std::unique_ptr<LineReader> stdinLog;  // what was read ahead can't be read again
+};
+
+void readCaseInput(Input& input, const std::string& text, const Options& options) {
+    const YAML::Node tree = parseCase(input.file, text);
+    input.theCase = readCase(input.file, tree);
+    if (!options.changes.empty()) input.variant = makeVariant(*input.theCase, tree, options.changes);
+}
+
+Input readInput(const std::string& file, const Options& options) {
+    Input input{shownName(file), std::nullopt, std::nullopt, nullptr};
+    auto reader = std::make_unique<LineReader>(file);
+    const std::string_view head = reader->head();
+    if (looksLikeLog(head)) {
+        if (file == "-") input.stdinLog = std::move(reader);
+        return input;
     }
+    if (head.find('\0') != std::string_view::npos) {
+        throw InputError(input.file + ": expected a case file or a log, found binary data");
+    }
+    if (!options.saveCase.empty() && options.changes.empty()) {
+        throw InputError("--save-case: expected --set or --drop");
+    }
+    readCaseInput(input, reader->readAll(), options);
+    return input;
+}
+
+bool replayInput(const Input& input, const Options& options) {
+    const Variant* variant = input.variant ? &*input.variant : nullptr;
+    if (input.theCase && options.roundTrip) return roundTrip(std::cout, *input.theCase, options.session);
+    return replayCase(*input.theCase, variant, options);
+}
+
+// What is asked of a log beyond its report is asked of the case that it is rebuilt into.
+bool replayLogInput(Input& input, const Options& options) {
+    const bool asksMore = options.explain || !options.picture.empty() || !options.changes.empty();
+    std::ostringstream rebuilt;
+    std::ofstream saved;
+    FieldLogOptions logOptions{options.session, options.style, options.json, options.summary, nullptr};
+    if (asksMore) {
+        logOptions.saved = &rebuilt;
+    } else if (!options.saveCase.empty()) {
+        saved.open(options.saveCase);
+        logOptions.saved = &saved;
+    }
+    const auto reader = input.stdinLog ? std::move(input.stdinLog) : std::make_unique<LineReader>(input.file);
+    const bool reproduced = replayLog(std::cout, input.file, *reader, logOptions);
+    if (logOptions.saved == &saved && !saved.flush()) {
+        throw InputError(options.saveCase + ": expected a file that can be written, found none");
+    }
+    if (!asksMore) return reproduced;
+    readCaseInput(input, rebuilt.str(), options);
+    return replayInput(input, options) && reproduced;
+}
+
+int replayAll(const Options& options) {
+    // Every case is read before anything runs; a log may be larger than memory.
+    std::vector<Input> inputs;
+    for (const std::string& file : options.files) inputs.push_back(readInput(file, options));
     size_t differing = 0;
-    for (size_t i = 0; i < cases.size(); ++i) {
-        differing += replayCase(cases[i], variants.empty() ? nullptr : &variants[i], options) ? 0 : 1;
+    for (Input& each : inputs) {
+        differing += (each.theCase ? replayInput(each, options) : replayLogInput(each, options)) ? 0 : 1;
     }
     if (options.summary && !options.json) {
-        std::cout << "total: " << cases.size() << " files, " << differing << " differ\n";
+        std::cout << "total: " << inputs.size() << " files, " << differing << " differ\n";
     }
     return differing == 0 ? 0 : 1;
 }
@@ -122,7 +167,9 @@ void addWhatIfOptions(CLI::App& app, Options& options) {
            "FRAME[@QUEUE]: what if the queue with this id, or every queue, had lost the frame? Repeatable; after\n"
            "--set")
         ->allow_extra_args(false);
-    app.add_option("--save-case", options.saveCase, "keep the changed case in a file; it expects what came out of it");
+    app.add_option(
+        "--save-case", options.saveCase,
+        "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out of it");
     app.add_flag("--explain", options.explain,
                  "one line a frame: why it was chosen or left out, as the library was seen to do, or as a replay with\n"
                  "one thing changed proves");
@@ -141,16 +188,18 @@ int main(int argc, char** argv) {
     options.session.vendorDir = root / "vendor/lib64";
 
     CLI::App app{
-        "Runs the requests of case files through the selector plug-in and reports what it chose.\n"
+        "Runs the requests of case files, or of logs in logcat's threadtime format, through the selector plug-in and\n"
+        "reports what it chose.\n"
         "Exit status: 0 as expected, 1 something differs, 2 usage or input error.",
         "zsl-replay"};
     std::string log;
     app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
-    app.add_option("CASE", options.files, "case files; - reads standard input")->required();
+    app.add_option("CASE", options.files, "case files or logs; - reads standard input")->required();
     app.add_option("--log", log, "show the log lines of a channel: online (default) or offline")
         ->expected(0, 1)
         ->default_str("online")
         ->check(CLI::IsMember({"online", "offline"}));
+    app.add_flag("--round-trip", options.roundTrip, "feed every case's own log back and compare the selections");
     app.add_flag("--json", options.json, "print one JSON object a request");
     addWhatIfOptions(app, options);
     app.add_option("--plugin", options.session.plugin, "the plug-in to load")->capture_default_str();
@@ -165,8 +214,6 @@ int main(int argc, char** argv) {
     }
     options.style.colour = isatty(STDOUT_FILENO) == 1;
     options.summary = options.files.size() > 1 && !options.explain && options.changes.empty();
-    if (!options.saveCase.empty() && options.changes.empty())
-        return usageError("--save-case: expected --set or --drop");
     if (options.files.size() > 1 && !(options.picture + options.saveCase).empty()) {
         return usageError("--picture and --save-case: expected one case, found several");
     }
