@@ -1,5 +1,4 @@
 # Shares the captures and the floor with the benchmarks, whether or not those are built.
-find_package(GTest REQUIRED)
 add_executable(allocations_test ${CMAKE_CURRENT_LIST_DIR}/allocations_test.cpp
                ${CMAKE_SOURCE_DIR}/benchmarks/Floor.cpp ${CMAKE_SOURCE_DIR}/benchmarks/Capture.cpp)
 target_compile_definitions(allocations_test PRIVATE ZSL_VENDOR_LIBRARIES="${CMAKE_BINARY_DIR}/vendor/lib64")

@@ -1,0 +1,444 @@
+#include "fuzz/HostileCore.h"
+
+#include <android/log.h>
+#include <cutils/properties.h>
+#include <dlfcn.h>
+#include <utils/Timers.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <numeric>
+#include <tuple>
+
+#include "adapter/AdapterClient.h"
+#include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
+#include "metadatautils/StaticMetadataWraper.h"
+#include "metadatautils/ZoMetadata.h"
+#include "zodebug/Log.h"
+
+namespace {
+
+using adapter::AdapterClient;
+using FrameList = std::vector<uint32_t>;
+
+struct CoreFault {};  // what the core throws
+
+void require(bool kept, const char* promise) {
+    if (kept) return;
+    std::fprintf(stderr, "broken promise: %s\n", promise);
+    std::abort();
+}
+
+// What a call into the library starts from and, when a fault has struck, starts from again.
+struct State {
+    const uint8_t* input = nullptr;
+    size_t left = 0;
+    uint64_t digest = 0xcbf29ce484222325;
+    int openLibraries = 0;
+
+    // Zeros follow the input's end: every answer drawn as 0 is a dull one.
+    template <typename T = uint8_t>
+    T draw() {
+        T value{};
+        const size_t size = std::min(sizeof(T), left);
+        if (size != 0) std::memcpy(&value, input, size);
+        input += size;
+        left -= size;
+        return value;
+    }
+    // Mostly small, now and then anything.
+    uint32_t number() {
+        const auto small = draw();
+        return small < 0xF0 ? small : draw<uint32_t>();
+    }
+    void add(uint32_t value) { digest = (digest ^ value) * 0x100000001b3; }
+    void add(const FrameList& list) {
+        std::for_each(list.begin(), list.end(), [this](uint32_t frame) { add(frame); });
+    }
+    void add(const char* text) {
+        while (*text != '\0') add(static_cast<uint8_t>(*text++));
+    }
+};
+
+State gNow;
+FrameList gHandedOut;
+uint64_t gCoreCallsToFault = 0;
+bool gThrown = false;  // on a whim, in the current call
+bool gHookTakes = false;
+std::unique_ptr<zohal::ZSLFrameEntry> gEntry;  // what was handed out last, the next time it is gone
+std::unique_ptr<uint8_t[]> gPayload;
+
+// Of every operation that may throw.
+uint8_t mood() {
+    if (gCoreCallsToFault != 0 && --gCoreCallsToFault == 0) {
+        ++hostile::gFaultsStruck;
+        throw CoreFault();
+    }
+    const auto drawn = gNow.draw();
+    if (drawn != 0xFF) return drawn;
+    gThrown = true;
+    throw CoreFault();
+}
+
+struct HostileQueue final : public zohal::ZSLFrameQueue {
+    HostileQueue() : mType(gNow.draw() % 4), mId(gNow.number()), mFirst(gNow.draw<uint32_t>()) {
+        for (FrameList& list : mLists) {
+            list.resize(gNow.draw() % 32U);
+            std::iota(list.begin(), list.end(), mFirst + gNow.draw() % 8U);
+        }
+    }
+
+    int32_t getQueueType() const override { return mood(), mType; }
+    void reservedForHalCore() override { require(false, "the core's own operation is not called"); }
+    std::string getName() const override { return mood(), "a queue whose name takes an allocation"; }
+    uint32_t getQueueId() const override { return mood(), mId; }
+
+    const zohal::ZSLFrameEntry* getFrame(uint32_t zslFrame) const override {
+        const auto drawn = mood();
+        gEntry.reset();
+        if (drawn % 4 == 3) return nullptr;
+        gEntry = std::make_unique<zohal::ZSLFrameEntry>();
+        const uint64_t time = mTime + mInterval * (zslFrame - mFirst);
+        gEntry->metaInfo.shutterTime = static_cast<int64_t>(drawn % 4 == 2 ? gNow.draw<uint64_t>() : time);
+        gEntry->perframeSensorMode = drawn < 0xF0 ? drawn / 4U : gNow.draw<uint32_t>();
+        return gEntry.get();
+    }
+
+    FrameList getFrameList(int32_t listKind) const override {
+        const auto drawn = mood();
+        require(listKind >= zohal::kConsumerList && listKind <= zohal::kAllFrames, "list kinds are 0, 1 or 2");
+        FrameList list = mLists[listKind];
+        if (drawn % 8 == 1) list.clear();
+        if (drawn % 8 == 2 && !list.empty()) list.erase(list.begin());
+        if (drawn % 8 == 3) std::reverse(list.begin(), list.end());
+        if (drawn % 8 == 4) list.resize(drawn / 8U, gNow.draw<uint32_t>());
+        if (drawn % 8 == 5) std::generate(list.begin(), list.end(), [] { return gNow.draw<uint32_t>(); });
+        gHandedOut.insert(gHandedOut.end(), list.begin(), list.end());
+        return list;
+    }
+
+    const int32_t mType;
+    const uint32_t mId;
+    const uint32_t mFirst;
+    FrameList mLists[3];
+    const uint64_t mTime = gNow.draw<uint64_t>();
+    const uint64_t mInterval = gNow.draw<uint32_t>();
+};
+
+// Answers whatever the tag.
+struct HostileMetadata final : public ZoMetadata {
+    camera_metadata_ro_entry_t answer() const {
+        static const size_t kSizes[] = {1, 4, 4, 8, 8, 8, 1, 1};
+        const auto drawn = mood();
+        camera_metadata_ro_entry_t entry{};
+        entry.index = drawn;
+        entry.data.u8 = reinterpret_cast<const uint8_t*>(uintptr_t{0xDEAD0001});  // stale
+        if (drawn % 4 == 0) return entry;
+
+        entry.type = gNow.draw() % 8;
+        entry.count = drawn % 4 == 1 ? 1 : drawn % 4 == 2 ? gNow.draw() : gNow.draw<uint64_t>();
+        entry.data.u8 = nullptr;
+        const size_t misalignment = drawn / 4 % 4;
+        if (misalignment == 3) return entry;
+        // As long as the entry says, up to more than anybody reads; zeros but for the first byte and a few words.
+        const size_t size = std::min<size_t>(entry.count, 256 / kSizes[entry.type]) * kSizes[entry.type];
+        gPayload = std::make_unique<uint8_t[]>(misalignment + size);
+        uint8_t* const payload = gPayload.get() + misalignment;
+        entry.data.u8 = payload;
+        if (size != 0) *payload = gNow.draw();
+        for (int words = drawn / 16 % 4; words > 0; --words) {
+            const size_t place = gNow.draw() * sizeof(uint32_t);
+            const uint32_t word = gNow.number();
+            if (place + sizeof(word) <= size) std::memcpy(payload + place, &word, sizeof(word));
+        }
+        return entry;
+    }
+};
+
+struct HostilePlatform final : public CameraAdapter, public adapter::PlatformInfoHolder {
+    int Init() override { return mood(); }
+    std::shared_ptr<adapter::PlatformInfoHolder> GetPlatformInfoHolder() override {
+        return mood() % 4 == 3 ? nullptr : holder;
+    }
+    int GetMotionInfo(uint32_t* info) override {
+        const auto drawn = mood();
+        if (drawn % 2 == 1) *info = gNow.draw<uint32_t>();
+        return drawn;
+    }
+    const std::shared_ptr<adapter::PlatformInfoHolder> holder{this, [](void*) {}};
+} gPlatform;
+
+CameraAdapter* getAdapterInstance() { return mood() % 4 == 3 ? nullptr : &gPlatform; }
+
+// The client lives as long as the process. For every session to start without an adapter, its fields are reached as
+// only an explicit instantiation may.
+std::tuple<void*&, CameraAdapter*&, int32_t&> fieldsOf(AdapterClient& client);
+template <auto handle, auto instance, auto loadState>
+struct ClientFields {
+    friend std::tuple<void*&, CameraAdapter*&, int32_t&> fieldsOf(AdapterClient& client) {
+        return {client.*handle, client.*instance, client.*loadState};
+    }
+};
+template struct ClientFields<&AdapterClient::mHandle, &AdapterClient::mInstance, &AdapterClient::mLoadState>;
+
+using Strategy = bool (MotionZSLSelector::*)(uint32_t, const zohal::ZSLFrameSelectInfo&,
+                                             std::shared_ptr<zohal::ZSLFrameQueue>, FrameList&, long, int);
+constexpr Strategy kStrategies[] = {
+    &MotionZSLSelector::selectZSLFramesForNormal, &MotionZSLSelector::selectFramesForLbmfAndHdr,
+    &MotionZSLSelector::selectFramesForBinningAndHdr, &MotionZSLSelector::selectZSLFramesForSNSCBinning1,
+    &MotionZSLSelector::selectZSLFramesForSNSCBinning2};
+
+// One request, and selectors that are called for it.
+class Session {
+public:
+    explicit Session(hostile::Fault fault) : mFault(fault) {
+        for (int count = gNow.draw() % 4; count > 0; --count) mQueues.push_back(std::make_shared<HostileQueue>());
+        for (int count = 3; count > 0; --count) mMetas.push_back(std::make_shared<HostileMetadata>());
+        mInfo.fwkFrame = gNow.number();
+        for (int count = gNow.draw() % 3; count > 0; --count) mInfo.usedZslFrames.push_back(gNow.number());
+        mInfo.reqtMasterId = gNow.number();
+        for (int count = gNow.draw() % 6; count > 0; --count) mInfo.zslQueues.push_back(anyOf(mQueues));
+        for (int count = gNow.draw() % 12; count > 0; --count) mInfo.requestMetas.push_back(anyOf(mMetas));
+        create();
+        create();
+        for (int count = gNow.draw() % 8; count > 0; --count) step(gNow.draw() % 10);
+    }
+
+private:
+    template <typename T>
+    std::shared_ptr<T> anyOf(const std::vector<std::shared_ptr<T>>& handles) {
+        const size_t index = gNow.draw() % 8;
+        return index < handles.size() ? handles[index] : nullptr;
+    }
+
+    MotionZSLSelector& selector() { return static_cast<MotionZSLSelector&>(*mSelectors.back()); }
+
+    void step(int kind) {
+        if (kind < 6) return callStrategy(kind);
+        if (kind == 6) return attempt([this] { gNow.add(selector().isSelectorNeeded(mInfo)); });
+        if (kind == 7) return attempt([this] { select(); });
+        check(kind == 8);
+    }
+
+    void create() {
+        const auto before = mSelectors;
+        attempt([this, &before] {
+            require(mSelectors == before, "a failed entry leaves the list unchanged");
+            createZSLSelector(mSelectors);
+        });
+        require(mSelectors.size() == before.size() + 1 && mSelectors.back().use_count() == 1, "the list is the owner");
+        require(std::equal(before.begin(), before.end(), mSelectors.begin()), "the entry appends");
+    }
+
+    void select() {
+        const zohal::SelectionResult result = selector().selectZSLFrames(mInfo);
+        for (const auto& [id, list] : result) addOwnFrames(list, {id});
+        for (const auto& queue : mInfo.zslQueues) {
+            require(result.empty() || !queue || result.count(queue->getQueueId()) == 1, "every queue has a list");
+        }
+    }
+
+    void callStrategy(size_t kind) {
+        auto queue = std::shared_ptr<zohal::ZSLFrameQueue>(anyOf(mQueues));
+        const auto zsdTs = gNow.draw<int64_t>();
+        const auto last = gNow.draw<int32_t>();
+        const FrameList before(gNow.draw() % 5, 4);
+        attempt([&] {
+            FrameList list = before;
+            gNow.add(kind == 5 ? selector().selectZSLFramesForZeroShutterDelay(mInfo.fwkFrame, mInfo, queue, list,
+                                                                               zsdTs, last)
+                               : (selector().*kStrategies[kind])(mInfo.fwkFrame, mInfo, queue, list, zsdTs, last));
+            addOwnFrames(list, before);
+        });
+    }
+
+    void addOwnFrames(const FrameList& list, const FrameList& before) {
+        gNow.add(list);
+        gHandedOut.insert(gHandedOut.end(), before.begin(), before.end());
+        for (const uint32_t frame : list) {
+            const bool known = std::find(gHandedOut.begin(), gHandedOut.end(), frame) != gHandedOut.end();
+            require(known, "every chosen frame was in a list handed out or handed in");
+        }
+    }
+
+    // Twice by one selector: the base check remembers what it finds.
+    void check(bool extension) {
+        zohal::ZSLFrameCheckInfo info{};
+        info.checkFrameNum = gNow.number();
+        info.requestMeta = anyOf(mMetas);
+        info.zslQueues = mInfo.zslQueues;
+        attempt([&] {
+            MotionZSLSelector fresh;
+            for (int round = 0; round < 2; ++round) {
+                const zohal::ZSLSelectorResult result =
+                    extension ? fresh.checkFrame(info) : fresh.ZSLSelectorBase::checkDesiredSensorMode(info);
+                require(result.second == (extension ? result.first : true), "the second flag follows from the check");
+                gNow.add(result.first);
+            }
+        });
+    }
+
+    // Makes a call as often as faults strike, from the same state each time, and once without.
+    template <typename Call>
+    void attempt(Call&& call) {
+        const State before = gNow;
+        const auto fields = fieldsOf(AdapterClient::getInstance());
+        const std::tuple<void*, CameraAdapter*, int32_t> fieldsBefore = fields;
+        const int64_t live = hostile::gLiveAllocations;
+        const long references = countReferences();
+        for (uint64_t nth = 1, struck = hostile::gFaultsStruck;; ++nth) {
+            gThrown = false;
+            gHandedOut.clear();
+            gCoreCallsToFault = mFault == hostile::Fault::kCoreCall ? nth : 0;
+            hostile::gAllocationsToFault = mFault == hostile::Fault::kAllocation ? nth : 0;
+            const bool threw = throws(call);
+            gCoreCallsToFault = hostile::gAllocationsToFault = 0;
+            gEntry.reset();
+            gPayload.reset();
+            const bool faulty = hostile::gFaultsStruck != struck++;
+            require(threw == (faulty || gThrown), "exceptions pass, and none comes from the library");
+            require(!threw || hostile::gLiveAllocations == live, "a failed call leaks nothing");
+            require(countReferences() == references, "no handle is kept");
+            require(gNow.openLibraries == std::get<int32_t&>(fields), "only a loaded adapter library stays open");
+            if (!faulty) return;
+            gNow = before;
+            fieldsOf(AdapterClient::getInstance()) = fieldsBefore;
+        }
+    }
+
+    template <typename Call>
+    static bool throws(Call& call) try {
+        call();
+        return false;
+    } catch (const CoreFault&) {
+        return true;
+    } catch (const std::bad_alloc&) {
+        return true;
+    }
+
+    long countReferences() const {
+        long count = gPlatform.holder.use_count();
+        for (const auto& queue : mQueues) count += queue.use_count();
+        for (const auto& metadata : mMetas) count += metadata.use_count();
+        return count;
+    }
+
+    const hostile::Fault mFault;
+    std::vector<std::shared_ptr<HostileQueue>> mQueues;
+    std::vector<std::shared_ptr<HostileMetadata>> mMetas;
+    zohal::ZSLFrameSelectInfo mInfo{};
+    std::vector<std::shared_ptr<zohal::ZSLSelectorBase>> mSelectors;
+};
+
+// Messages count for the digest, but for the one address among them.
+__attribute__((format(printf, 2, 0))) void addMessage(const char* from, const char* format, va_list arguments) {
+    char text[2048];
+    std::vsnprintf(text, sizeof(text), format, arguments);
+    if (char* const address = std::strstr(text, "this = ")) *address = '\0';
+    gNow.add(from);
+    gNow.add(text);
+}
+
+}  // namespace
+
+uint64_t hostile::play(const uint8_t* data, size_t size, Fault fault) {
+    gNow = State();
+    gHandedOut.reserve(4096);
+    fieldsOf(AdapterClient::getInstance()) = std::tuple(nullptr, nullptr, 0);
+    gNow = State{data, size};
+    const auto settings = gNow.draw();
+    zodebug::gZoCamLogLevel = 2 + settings % 4;
+    zodebug::gZoCamOfflineLogLevel = 2 + settings / 4 % 4;
+    zodebug::gZoCamLogGroup = (settings & 0x10) == 0 ? 0x40 : ~0x40U;
+    zodebug::gZoCamOfflineLogGroup = (settings & 0x20) == 0 ? 0x40 : ~0x40U;
+    zodebug::gZoCamDebugMask = (settings & 0x40) == 0;
+    gHookTakes = (settings & 0x80) != 0;
+    const int64_t live = gLiveAllocations;
+    { const Session session(fault); }
+    require(gLiveAllocations == live, "a session leaks nothing");
+    return gNow.digest;
+}
+
+// The platform.
+
+zohal::ZSLFrameQueue::~ZSLFrameQueue() = default;
+
+camera_metadata_ro_entry_t ZoMetadata::find(uint32_t tag) const {
+    gNow.add(tag);
+    return static_cast<const HostileMetadata*>(this)->answer();
+}
+camera_metadata_ro_entry_t ZoMetadata::find(const char* name) const {
+    gNow.add(name);
+    return static_cast<const HostileMetadata*>(this)->answer();
+}
+
+StaticMetadataWraper gStaticMetadata;
+StaticMetadataWraper* StaticMetadataWraper::getInstance() { return &gStaticMetadata; }
+std::shared_ptr<ZoMetadata> StaticMetadataWraper::getStaticMetadata(uint32_t /*logicalId*/) {
+    return mood() % 4 == 3 ? nullptr : std::make_shared<HostileMetadata>();
+}
+
+void* dlopen(const char* path, int flags) noexcept {
+    gNow.add(path);
+    gNow.add(static_cast<uint32_t>(flags));
+    if (gNow.draw() % 4 == 0) return nullptr;
+    ++gNow.openLibraries;
+    return &gPlatform;
+}
+void* dlsym(void* /*handle*/, const char* name) noexcept {
+    gNow.add(name);
+    return gNow.draw() % 8 == 7 ? nullptr : reinterpret_cast<void*>(&getAdapterInstance);
+}
+int dlclose(void* handle) noexcept {
+    require(handle == &gPlatform && gNow.openLibraries-- > 0, "what is closed is open");
+    return 0;
+}
+
+int8_t property_get_bool(const char* /*key*/, int8_t /*default_value*/) { return 0; }
+nsecs_t systemTime(int /*clock*/) { return gNow.number(); }
+
+int __android_log_print(int priority, const char* tag, const char* format, ...) {
+    gNow.add(static_cast<uint32_t>(priority));
+    const State before = gNow;  // the format starts with a source line
+    va_list arguments;
+    va_start(arguments, format);
+    addMessage(tag, format, arguments);
+    va_end(arguments);
+    gNow = before;
+    return -1;
+}
+
+namespace zodebug {
+
+uint32_t gZoCamLogLevel, gZoCamLogGroup, gZoCamOfflineLogLevel, gZoCamOfflineLogGroup, gZoCamDebugMask;
+
+const char* Log::getFileName(const char* path) { return path; }
+const char* Log::zoaGroupToString(unsigned int /*group*/) { return "group"; }
+
+int Log::catchLogEncryptLog(unsigned int group, const char* fileName, int /*line*/, const char* function, char level,
+                            const char* format, ...) {
+    gNow.add(group + static_cast<uint8_t>(level));
+    gNow.add(fileName);
+    va_list arguments;
+    va_start(arguments, format);
+    addMessage(function, format, arguments);
+    va_end(arguments);
+    return gHookTakes ? 1 : 0;
+}
+
+void Log::logSystem(unsigned int group, const char* level, const char* fileName, const char* function, int /*line*/,
+                    const char* format, ...) {
+    gNow.add(group);
+    gNow.add(level);
+    gNow.add(fileName);
+    va_list arguments;
+    va_start(arguments, format);
+    addMessage(function, format, arguments);
+    va_end(arguments);
+}
+
+}  // namespace zodebug

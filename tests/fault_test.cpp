@@ -1,0 +1,80 @@
+// Every call into the library, in every session of the fuzzer's corpus, with every allocation failing and every
+// operation of the core throwing, one after the other. The hostile core checks that the exception passes, that nothing
+// leaks and that a failed call leaves everything usable; the calls' answers are those of a core without faults.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <new>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "fuzz/HostileCore.h"
+
+// Not inlined, or the compiler takes malloc() and delete for a mismatch.
+__attribute__((noinline)) void* operator new(size_t size) {
+    if (hostile::gAllocationsToFault != 0 && --hostile::gAllocationsToFault == 0) {
+        ++hostile::gFaultsStruck;
+        throw std::bad_alloc();
+    }
+    void* const memory = std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) throw std::bad_alloc();
+    ++hostile::gLiveAllocations;
+    return memory;
+}
+
+__attribute__((noinline)) void operator delete(void* memory) noexcept {
+    if (memory != nullptr) --hostile::gLiveAllocations;
+    std::free(memory);
+}
+void operator delete(void* memory, size_t) noexcept { operator delete(memory); }
+
+namespace {
+
+using Sessions = std::map<std::string, std::string>;
+
+Sessions corpus() {
+    Sessions sessions;
+    for (const auto& file : std::filesystem::directory_iterator(ZSL_CORPUS "/contract")) {
+        std::ifstream in(file.path(), std::ios::binary);
+        sessions[file.path().filename()] = {std::istreambuf_iterator<char>(in), {}};
+    }
+    return sessions;
+}
+
+uint64_t play(const std::string& session, hostile::Fault fault) {
+    return hostile::play(reinterpret_cast<const uint8_t*>(session.data()), session.size(), fault);
+}
+
+// Made on x86-64. After a change that means to answer or to log otherwise, the failures of this test are the new lines
+// of the file.
+TEST(Corpus, IsAnsweredAsOnEveryOtherMachine) {
+    std::ifstream lines(ZSL_CORPUS "/contract.digests");
+    std::set<std::string> expected;
+    for (std::string line; std::getline(lines, line);) expected.insert(line);
+    for (const auto& [name, session] : corpus()) {
+        std::ostringstream line;
+        line << name << ' ' << std::hex << play(session, hostile::Fault::kNone);
+        EXPECT_EQ(expected.count(line.str()), 1) << line.str();
+    }
+}
+
+void expectNothingToChangeFor(hostile::Fault fault) {
+    const Sessions sessions = corpus();
+    const uint64_t struckBefore = hostile::gFaultsStruck;
+    for (const auto& [name, session] : sessions) {
+        EXPECT_EQ(play(session, fault), play(session, hostile::Fault::kNone)) << name;
+    }
+    EXPECT_GT(hostile::gFaultsStruck - struckBefore, 10 * sessions.size());
+}
+
+TEST(Faults, OfAnyAllocationChangeNothing) { expectNothingToChangeFor(hostile::Fault::kAllocation); }
+
+TEST(Faults, OfAnyCallIntoTheCoreChangeNothing) { expectNothingToChangeFor(hostile::Fault::kCoreCall); }
+
+}  // namespace
