@@ -11,13 +11,14 @@
 
 static int gAllocations = 0;
 
-void* operator new(size_t size) {
+// Not inlined, or the compiler takes malloc() and delete for a mismatch.
+__attribute__((noinline)) void* operator new(size_t size) {
     ++gAllocations;
     if (void* const memory = std::malloc(size)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+__attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, size_t) noexcept { operator delete(memory); }
 
 TEST(Floor, SelectorMakesItsQueueCallsAndGrowsOneListPerStrategy) {
     const auto allocationsOf = [](auto call) {

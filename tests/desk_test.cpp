@@ -64,7 +64,7 @@ extern "C" void* dlopen(const char* path, int flags) noexcept {
 
 extern "C" int dlclose(void* handle) noexcept {
     static const auto next = reinterpret_cast<int (*)(void*)>(dlsym(RTLD_NEXT, "dlclose"));
-    if (handle == gAdapterHandle) --gOpen;
+    if (handle == gAdapterHandle) --gOpen, gAdapterHandle = nullptr;  // another library may get the same handle
     return next(handle);
 }
 
