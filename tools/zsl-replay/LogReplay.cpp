@@ -225,7 +225,7 @@ void LogReplay::searchLostFrames(const LoggedRequest& logged, ReplayedRequest& b
 void LogReplay::searchLastUsedFrame(const LoggedRequest& logged, ReplayedRequest& best) {
     const Rebuilt start = best.rebuilt;
     FrameList candidates;
-    if (!best.agreement.distance() == 0) {
+    if (best.agreement.distance() != 0) {
         const Facts facts = replay::factsOf(best.run);
         candidates = facts.beforeThinning.value_or(best.run.chosen());
         const Queue* meta = start.request.metaQueue();
@@ -235,7 +235,7 @@ void LogReplay::searchLastUsedFrame(const LoggedRequest& logged, ReplayedRequest
         std::sort(candidates.begin(), candidates.end());
     }
     const size_t most = std::min<size_t>(candidates.size(), 256);
-    for (size_t i = 0; i < most && !best.agreement.distance() == 0; ++i) {
+    for (size_t i = 0; i < most && best.agreement.distance() != 0; ++i) {
         Rebuilt variant = start;
         variant.request.used = {candidates[i]};
         attempt(logged, variant, best);
