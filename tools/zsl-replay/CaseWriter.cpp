@@ -122,6 +122,13 @@ YAML::Node requestNode(const Request& request) {
     return node;
 }
 
+// A comment may quote what a damaged log holds.
+std::string printable(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return text;
+}
+
 }  // namespace
 
 CaseWriter::CaseWriter(std::ostream& out, const Case& platform) : mOut(out) {
@@ -133,9 +140,9 @@ CaseWriter::CaseWriter(std::ostream& out, const Case& platform) : mOut(out) {
 }
 
 void CaseWriter::add(const Request& request, const std::vector<std::string>& comments) {
+    for (const std::string& comment : comments) mOut << "# " << printable(comment) << '\n';
     YAML::Emitter text;
     text.SetOutputCharset(YAML::EscapeNonAscii);
-    for (const std::string& comment : comments) text << YAML::Comment(comment) << YAML::Newline;
     text << YAML::BeginSeq << requestNode(request) << YAML::EndSeq;
     mOut << text.c_str() << '\n';
 }
