@@ -9,7 +9,7 @@
 
 namespace replay {
 
-constexpr uint32_t kMostFrames = 1'000'000;  // of one run or one request; a guard against slips of the hand
+constexpr uint32_t kMostFrames = 100'000;  // of one run or one request; a guard against slips of the hand
 
 // A run {first, count, step, except}, or a list of numbers and runs.
 FrameList readFrameList(const Yaml& in);
