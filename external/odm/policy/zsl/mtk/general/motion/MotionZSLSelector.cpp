@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 #include "adapter/AdapterClient.h"
 #include "external/odm/policy/zsl/mtk/general/motion/FrameSpan.h"
@@ -167,15 +166,8 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
 
     zohal::SelectionResult result;
     if (selected) {
-        // The first queue gets the list itself, the others copies of it.
         forEachZSLQ(selectInfo.zslQueues, [&result, &selectList](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
-            if (!queue) return;
-            const uint32_t id = queue->getQueueId();
-            if (result.empty()) {
-                result.emplace(id, std::move(selectList));
-            } else {
-                result.insert_or_assign(id, result.begin()->second);
-            }
+            if (queue) result.insert_or_assign(queue->getQueueId(), selectList);
         });
     }
     return result;
