@@ -5,16 +5,6 @@ zohal::ZSLFrameQueue::~ZSLFrameQueue() = default;
 
 namespace halcore {
 
-void FrameQueue::setFrameList(zohal::ZSLFrameListKind kind, std::vector<uint32_t> frames) {
-    const std::lock_guard<std::mutex> guard(mLock);
-    mLists[kind] = std::move(frames);
-}
-
-void FrameQueue::setFrame(uint32_t zslFrame, zohal::ZSLFrameEntry entry) {
-    const std::lock_guard<std::mutex> guard(mLock);
-    mEntries[zslFrame] = std::move(entry);
-}
-
 void FrameQueue::observe(const char* operation, uint32_t argument, bool found) const {
     if (mObserver) mObserver({*this, operation, argument, found});
 }
@@ -35,14 +25,12 @@ uint32_t FrameQueue::getQueueId() const {
 }
 
 const zohal::ZSLFrameEntry* FrameQueue::getFrame(uint32_t zslFrame) const {
-    const std::lock_guard<std::mutex> guard(mLock);
     const auto found = mEntries.find(zslFrame);
     observe("getFrame", zslFrame, found != mEntries.end());
     return found != mEntries.end() ? &found->second : nullptr;
 }
 
 std::vector<uint32_t> FrameQueue::getFrameList(int32_t listKind) const {
-    const std::lock_guard<std::mutex> guard(mLock);
     observe("getFrameList", static_cast<uint32_t>(listKind));
     return listKind >= zohal::kConsumerList && listKind <= zohal::kAllFrames ? mLists[listKind]
                                                                              : std::vector<uint32_t>();

@@ -1,10 +1,8 @@
-// The HAL core's queue of captured frames, filled by hand on a desk. Every operation takes the queue's lock, as on a
-// device, where the camera goes on adding and dropping frames while a selector reads.
+// The HAL core's queue of captured frames, filled by hand on a desk.
 
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -30,8 +28,8 @@ public:
     // Unobserved, for the core itself.
     uint32_t id() const { return mId; }
 
-    void setFrameList(zohal::ZSLFrameListKind kind, std::vector<uint32_t> frames);
-    void setFrame(uint32_t zslFrame, zohal::ZSLFrameEntry entry);
+    void setFrameList(zohal::ZSLFrameListKind kind, std::vector<uint32_t> frames) { mLists[kind] = std::move(frames); }
+    void setFrame(uint32_t zslFrame, zohal::ZSLFrameEntry entry) { mEntries[zslFrame] = std::move(entry); }
     void setObserver(std::function<void(const QueueCall&)> observer) { mObserver = std::move(observer); }
 
     int32_t getQueueType() const override;
@@ -44,10 +42,9 @@ public:
 private:
     void observe(const char* operation, uint32_t argument = 0, bool found = true) const;
 
-    const uint32_t mId;
-    const int32_t mType;
-    const std::string mName;
-    mutable std::mutex mLock;  // of the frames
+    uint32_t mId;
+    int32_t mType;
+    std::string mName;
     std::vector<uint32_t> mLists[3];
     std::unordered_map<uint32_t, zohal::ZSLFrameEntry> mEntries;
     std::function<void(const QueueCall&)> mObserver;
