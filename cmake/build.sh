@@ -18,5 +18,7 @@ if ((${#missing[@]})); then
   $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
 fi
 
-cmake -S "$root" -B "$root/build" -G Ninja >&2
-cmake --build "$root/build" >&2
+generator=()
+[[ -f $root/build/CMakeCache.txt ]] || generator=(-G Ninja)  # a folder configured by hand keeps its own
+cmake -S "$root" -B "$root/build" "${generator[@]}" >&2
+cmake --build "$root/build" --parallel "$(nproc)" >&2

@@ -60,7 +60,7 @@ struct Expectation {
     std::optional<bool> result;
     std::optional<int64_t> targetNs;
     std::optional<uint32_t> anchor;
-    std::map<uint32_t, std::pair<bool, bool>> checks;
+    std::optional<std::map<uint32_t, std::pair<bool, bool>>> checks;  // empty: none is made
     std::optional<std::vector<std::string>> log;
     std::vector<std::string> logHas;
 };

@@ -43,7 +43,11 @@ void compareSelection(const Request& request, const RequestRun& run, Lines& out)
 }
 
 void compareChecks(const Request& request, const RequestRun& run, Lines& out) {
-    for (const auto& [frame, expected] : request.expect.checks) {
+    if (!request.expect.checks) return;
+    if (request.expect.checks->empty()) {
+        compare("frames checked", "0", std::to_string(run.outcome.checks.size()), out);
+    }
+    for (const auto& [frame, expected] : *request.expect.checks) {
         const auto found = run.outcome.checks.find(frame);
         compare("check of frame " + std::to_string(frame), text(expected.first) + ' ' + text(expected.second),
                 found == run.outcome.checks.end() ? "not checked"

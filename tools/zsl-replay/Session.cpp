@@ -74,19 +74,23 @@ const FrameList& RequestRun::chosen() const {
 }
 
 Session::Session(const Case& platform, const SessionOptions& options) : mOptions(options) {
+    mPlatform.properties = platform.properties;
+    mPlatform.staticMetadata = platform.staticMetadata;
     for (const auto& [key, value] : platform.properties) property_set(key.c_str(), value ? value->c_str() : nullptr);
     for (const auto& [camera, tags] : platform.staticMetadata) {
         StaticMetadataWraper::getInstance()->setStaticMetadata(camera, makeMetadata(tags));
     }
-    property_set("desk.adapter.init", nullptr);
     openLog(options.offlineLog);
     mPlugin = std::make_unique<halcore::SelectorPlugin>(options.plugin);
 }
 
 Session::~Session() {
     mPlugin.reset();
-    desk::setLogSink(nullptr);
     desk::setBoottime(std::nullopt);
+    for (const auto& [key, value] : mPlatform.properties) property_set(key.c_str(), nullptr);
+    for (const auto& [camera, tags] : mPlatform.staticMetadata) {
+        StaticMetadataWraper::getInstance()->setStaticMetadata(camera, nullptr);
+    }
 }
 
 zohal::ZSLFrameSelectInfo Session::makeSelectInfo(const Request& request, RequestRun& run) const {
@@ -129,6 +133,7 @@ RequestRun Session::serve(const Request& request) {
     } else {
         run.outcome = mPlugin->serve(info, request.selectAlways, makeCheckInfo(request, info));
     }
+    desk::setLogSink(nullptr);
     run.offlineLog = desk::takeOfflineLog();
     return run;
 }

@@ -51,6 +51,7 @@ private:
     zohal::ZSLFrameSelectInfo makeSelectInfo(const Request& request, RequestRun& run) const;
 
     SessionOptions mOptions;
+    Case mPlatform;  // without requests
     std::unique_ptr<halcore::SelectorPlugin> mPlugin;
 };
 

@@ -92,11 +92,12 @@ RunDifference compareRuns(const RequestRun& before, const RequestRun& after) {
     Request asBefore;
     asBefore.expect.needed = before.outcome.needed;
     asBefore.expect.result = before.result;
+    std::map<uint32_t, std::pair<bool, bool>> checks;
     for (const auto& [frame, check] : after.outcome.checks) {
         const auto found = before.outcome.checks.find(frame);
-        if (found != before.outcome.checks.end())
-            asBefore.expect.checks[frame] = {found->second.first, found->second.second};
+        if (found != before.outcome.checks.end()) checks[frame] = {found->second.first, found->second.second};
     }
+    if (!checks.empty()) asBefore.expect.checks = checks;
     for (std::string answer : differences(asBefore, after)) {
         answer.replace(answer.find("expected"), 8, "was");
         answer.replace(answer.rfind("found"), 5, "now");
