@@ -1,5 +1,6 @@
 // The plug-in loaded and unloaded on a desk: its switch, the life of the adapter library, two threads.
 
+#include <android/log.h>
 #include <cutils/properties.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -153,6 +154,19 @@ TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailure) {
     }
     plugin.reset();
     EXPECT_EQ(gOpen, 0);
+}
+
+TEST(Desk, AndroidLogCutsAndPrintsAsADeviceDoes) {
+    std::vector<desk::LogLine> lines;
+    desk::setLogSink([&lines](const desk::LogLine& line) { lines.push_back(line); });
+    __android_log_print(ANDROID_LOG_INFO, "Tag", "%s", std::string(2000, 'x').c_str());
+    desk::setLogSink(nullptr);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].message, std::string(1023, 'x'));
+    setenv("TZ", "UTC", 1);
+    const desk::LogLine line{1'700'000'000'123'999'999, 42, 12345, ANDROID_LOG_DEBUG, "Tag", "one\ntwo"};
+    EXPECT_EQ(desk::threadtime(line),
+              "11-14 22:13:20.123    42 12345 D Tag     : one\n11-14 22:13:20.123    42 12345 D Tag     : two");
 }
 
 TEST(Desk, TwoThreadsRunTwoSelectors) {

@@ -64,8 +64,8 @@ uint32_t spanBegin(int64_t place, uint32_t length) {
     return static_cast<uint32_t>(std::max<int64_t>(place + 1 - static_cast<int64_t>(length), 0));
 }
 
-int64_t skipFramesLost(const zohal::ZSLFrameSelectInfo& selectInfo, const FrameList& consumer, uint32_t begin,
-                       zolog::Caller caller) {
+int64_t firstPresent(const zohal::ZSLFrameSelectInfo& selectInfo, const FrameList& consumer, uint32_t begin,
+                     zolog::Caller caller) {
     for (size_t position = begin; position < consumer.size(); ++position) {
         const uint32_t zslFrame = consumer[position];
         const auto lost =

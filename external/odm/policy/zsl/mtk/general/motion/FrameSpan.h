@@ -1,8 +1,9 @@
 // The ideas that the frame selection strategies are made of.
 //
 // Frames have a delivery order: the consumer list, then the producer list. A "place" is a position in that order. The
-// anchor is the first frame after the capture moment; its offset is its place counted from the end of the consumer
-// list, so it is negative in the consumer list and the position itself in the producer list.
+// anchor is the first frame after the target moment (zsdTs), which the picture is meant to show; its offset is its
+// place counted from the end of the consumer list, so it is negative in the consumer list and the position itself in
+// the producer list.
 //
 // Whatever logs takes the source position of the strategy it works for.
 
@@ -44,13 +45,13 @@ uint32_t needZslNum(const zohal::ZSLFrameSelectInfo& selectInfo);
 
 inline bool isEven(uint32_t zslFrame) { return (zslFrame & 1) == 0; }
 
-// A search for the anchor: the first frame of a list whose shutter time lies after the capture moment. Both searches
+// A search for the anchor: the first frame of a list whose shutter time lies after the target moment. Both searches
 // move `anchorOffset` along with every frame that has an entry, so without an anchor it designates the last such frame,
 // and stays as it was when there is none.
 struct AnchorSearch {
     uint32_t fwkFrame;  // for the log
     const zohal::ZSLFrameQueue* metaQueue;
-    int64_t zsdTs;  // the capture moment, ns
+    int64_t zsdTs;  // the target moment, ns
 
     // True when the list holds the anchor.
     bool inConsumerList(const FrameList& consumer, int64_t& anchorOffset,
@@ -60,12 +61,13 @@ struct AnchorSearch {
 };
 
 // First place of a span of `length` frames that ends with the one at `place`, or 0 when it would start before that.
+// With an anchor offset for a place, the span's first position in the producer list.
 uint32_t spanBegin(int64_t place, uint32_t length);
 
-// First consumer position from `begin` on whose frame every queue of the request still holds; the end of the list when
-// there is none.
-int64_t skipFramesLost(const zohal::ZSLFrameSelectInfo& selectInfo, const FrameList& consumer, uint32_t begin,
-                       zolog::Caller caller = zolog::Caller::here());
+// The presence check: the first consumer position from `begin` on whose frame every queue of the request still holds;
+// the end of the list when there is none.
+int64_t firstPresent(const zohal::ZSLFrameSelectInfo& selectInfo, const FrameList& consumer, uint32_t begin,
+                     zolog::Caller caller = zolog::Caller::here());
 
 // A stretch of a frame list, [begin, end) cut to the list.
 class FrameRange {

@@ -14,13 +14,14 @@ template <uint32_t kGroupCycle>
 struct GroupScan {
     uint32_t fwkFrame;  // for the log
     const zohal::ZSLFrameQueue* metaQueue;
-    int64_t zsdTs;          // the capture moment, ns
+    int64_t zsdTs;          // the target moment, ns
     uint32_t lastZslFrame;  // groups that start at or below it are not considered
     uint32_t groupLength;
 
-    // Position in the list of all frames of the group whose reference frame, the one halfway to the group's end, is
-    // nearest to the capture moment; of two equally near the earlier. The list's size when there is no such group.
-    // Groups that the list does not hold whole, or whose reference frame the queue has lost, are passed over.
+    // Position in the list of all frames of the group whose reference frame is nearest to the target moment, and of two
+    // equally near the earlier. The list's size when there is no such group. The reference frame stands at half the
+    // position of the group's end, so for a later group it may stand ahead of the group. Groups that the list does not
+    // hold whole, or whose reference frame the queue has lost, are passed over.
     uint32_t nearestGroup(const FrameList& allList, zolog::Caller caller) const;
 
     // Appends the nearest group's frames: the consumer list's, at positions from the group's up to the group length.

@@ -1,4 +1,4 @@
-// What the motion selector reads from a request's metadata, and the capture moment that follows from it. Every read
+// What the motion selector reads from a request's metadata, and the target moment that follows from it. Every read
 // takes a null metadata object and an absent tag for "not set".
 
 #pragma once
@@ -27,7 +27,7 @@ struct AnchorTags {
 };
 AnchorTags readAnchorTags(const ZoMetadata* metadata);
 
-// The moment the picture is meant to show, in ns; 0 outside motion capture.
+// The target moment (zsdTs): what the picture is meant to show, in ns; 0 outside motion capture.
 int64_t zeroShutterDelayTarget(const AnchorTags& tags);
 
 // The sensor mode that the platform's seamless policy chose for one camera.

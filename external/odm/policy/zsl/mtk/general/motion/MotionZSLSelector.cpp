@@ -53,8 +53,10 @@ void logFrameLists(uint32_t fwkFrame, const zohal::ZSLFrameQueue& queue, zolog::
     }
 }
 
-// Removes the entries at positions 1, 3, 5, ... up to `last`, as far as the list goes.
-void removeOddPositions(FrameList& frames, int64_t last) {
+// Takes the list for `count` - 1 pairs and removes the second frame of each but the last pair: the entries at positions
+// 1, 3, 5, ..., as far as the list goes.
+void thinPairs(FrameList& frames, int64_t count) {
+    const int64_t last = 2 * count - 5;
     size_t kept = 0;
     for (size_t position = 0; position < frames.size(); ++position) {
         const bool removed = position % 2 == 1 && static_cast<int64_t>(position) <= last;
@@ -189,7 +191,7 @@ bool MotionZSLSelector::selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame,
     ZSL_LOGI("[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%d csbegin:%d consumerQ[%s]", fwkFrame,
              static_cast<int32_t>(anchorOffset), csbegin, vectorToString(frames.consumer).c_str());
 
-    const int64_t begin = motion::skipFramesLost(selectInfo, frames.consumer, csbegin);
+    const int64_t begin = motion::firstPresent(selectInfo, frames.consumer, csbegin);
     // An anchor before the last consumer frame leaves the producer list out.
     const int64_t producerEnd = anchorOffset >= -1 ? frames.producerCount() : 0;
     appendNewer(selectList, FrameRange(frames.consumer, begin, frames.consumerCount()),
@@ -219,7 +221,7 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const 
     ZSL_LOGI("[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%lu csbegin:%d consumerQ[%s]", fwkFrame, anchorOffset, csbegin,
              vectorToString(frames.consumer).c_str());
 
-    const int64_t begin = motion::skipFramesLost(selectInfo, frames.consumer, csbegin);
+    const int64_t begin = motion::firstPresent(selectInfo, frames.consumer, csbegin);
     appendNewer(selectList, FrameRange(frames.consumer, begin, frames.consumerCount()),
                 FrameRange(frames.producer, motion::spanBegin(anchorOffset, needed), frames.producerCount()),
                 lastZslFrame);
@@ -257,6 +259,7 @@ bool MotionZSLSelector::selectFramesForBinningAndHdr(uint32_t fwkFrame, const zo
     const GroupScan<7> scan{fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame),
                             motion::needZslNum(selectInfo) + 1};
     if (!scan.appendNearestGroup(selectList)) return false;
+    // A group is one frame longer than needed, and its fourth exposure is the one to spare.
     if (selectList.size() > 3) selectList.erase(selectList.begin() + 3);
     return true;
 }
@@ -267,7 +270,7 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const 
                                                        int lastZslFrame) {
     const DeliveryOrder frames(metaQueue.get());
     const int64_t needed = motion::needZslNum(selectInfo);
-    int64_t length = 2 * needed - 2;
+    int64_t length = 2 * needed - 2;  // of needed - 1 pairs
     if (!frames.hasEnough(length, fwkFrame)) return false;
 
     int64_t begin = frames.frameCount() - length;
@@ -282,6 +285,7 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const 
         --begin;
     }
 
+    // The consumer part runs to the end of its list: without producers a span that was moved is one frame longer.
     const FrameRange consumerPart(frames.consumer, begin, frames.consumerCount());
     const FrameRange producerPart(frames.producer, begin - frames.consumerCount(),
                                   begin + length - frames.consumerCount());
@@ -291,8 +295,7 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const 
     appendNewer(selectList, producerPart, lastZslFrame);
     ZSL_LOGI("[ZSLSelector] before update fwkFrame:%u final Select list: %s", fwkFrame,
              vectorToString(selectList).c_str());
-    // Of every pair but the last only the first frame stays.
-    removeOddPositions(selectList, 2 * needed - 5);
+    thinPairs(selectList, needed);
     ZSL_LOGI("[ZSLSelector] after update fwkFrame:%u final Select list: %s", fwkFrame,
              vectorToString(selectList).c_str());
     return true;

@@ -34,15 +34,24 @@ public:
     //   selectInfo    the request; the element count of requestMetas is the number of frames it needs
     //   metaQueue     the queue to choose from; null counts as a queue with empty lists
     //   selectList    the selection; a strategy appends to it
-    //   zsdTs         the moment to show, ns on the clock of the shutter times
+    //   zsdTs         the target moment, ns on the clock of the shutter times
     //   lastZslFrame  frames numbered at or below it, as an unsigned number, have been used and are not chosen
     // True: selectList is the selection. False: the strategy cannot serve the request.
 
-    // The frames around the first one after zsdTs, as far as every queue still holds them. True when selectList ends up
-    // with as many frames as the request needs; what was appended stays in it in any case.
+    // From as many frames as are needed, the last of them the anchor, to the newest: the anchor is the first frame
+    // after zsdTs. Starts later where a queue has lost frames, and leaves the producer list out where the anchor stands
+    // ahead of the last consumer frame. True when selectList ends up with as many frames as the request needs; what was
+    // appended stays in it in any case.
     bool selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                             std::shared_ptr<zohal::ZSLFrameQueue>& metaQueue,
                                             std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
+
+    // Motion banding placed in time: the same, but an even anchor in the consumer list gives way to the next frame, and
+    // the producer list is never left out. False when there are too few frames. For callers of the class;
+    // selectZSLFrames does not use it.
+    bool selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
+                                        std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
+                                        std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
 
     // The newest frames, without regard to time; sorts the whole of selectList. False when there are too few.
     bool selectZSLFramesForNormal(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
@@ -62,12 +71,6 @@ public:
     // Motion banding: the newest pairs of frames, thinned out to one of each but the last pair. False when there are
     // too few frames.
     bool selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
-                                        std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
-                                        std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
-
-    // Motion banding placed in time: all frames from those before the first one after zsdTs to the newest. False when
-    // there are too few frames. For callers of the class; selectZSLFrames does not use it.
-    bool selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                         std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                         std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
 
