@@ -14,6 +14,12 @@
 #include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
 #include "zodebug/Log.h"
 
+// Shut, the channels' levels are what shuts them.
+static void openLog(bool open) {
+    zodebug::gZoCamLogGroup = zodebug::gZoCamOfflineLogGroup = zodebug::gZoCamDebugMask = ~0U;
+    zodebug::gZoCamLogLevel = zodebug::gZoCamOfflineLogLevel = open ? 3 : 5;
+}
+
 namespace bench {
 
 zohal::ZSLSelectorBase& selector() {
@@ -48,7 +54,7 @@ benchmark::internal::Benchmark* add(const std::string& name, Mode mode, LibraryC
         Scene scene{{mode, static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1))}};
         const auto ofLibrary = [&] { return library(scene); };
         compare(state, ofLibrary, [&] { return floor(scene); });
-        zodebug::gZoCamLogGroup = zodebug::gZoCamDebugMask = 0;
+        openLog(false);
     };
     return benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(kRounds)->UseManualTime();
 }
@@ -73,7 +79,7 @@ void addBenchmarks() {
     const auto select = [](Scene& scene) { return selector().selectZSLFrames(scene.capture.request); };
     const auto floor = [](Scene& scene) { return scene.floor.selectZSLFrames(scene.capture.request); };
     const auto selectLogging = [](Scene& scene) {
-        zodebug::gZoCamLogGroup = zodebug::gZoCamOfflineLogGroup = zodebug::gZoCamDebugMask = ~0U;
+        openLog(true);
         desk::takeOfflineLog();
         return selector().selectZSLFrames(scene.capture.request);
     };
@@ -117,6 +123,7 @@ int soak(long requests) {
 
 int main(int argc, char** argv) {
     desk::setLogSink([](const desk::LogLine&) {});
+    openLog(false);
     // A HAL has many threads, so handles are counted atomically. Standard libraries do without in a process that never
     // had a second one.
     std::thread([] {}).join();
