@@ -55,7 +55,8 @@ public:
         for (const uint32_t frame : frames) {
             const std::string mark = marked(frame);
             if (column + mark.size() + 1 > kWidth) {
-                text += '\n' + std::string(label("").size(), ' ');
+                text.back() = '\n';
+                text += std::string(label("").size(), ' ');
                 column = label("").size();
             }
             column += mark.size() + 1;
