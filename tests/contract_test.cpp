@@ -65,11 +65,11 @@ TEST_F(ForeignCore, OneRequestCallsTheCoreInOrderAndKeepsNothing) {
     zodebug::gZoCamLogGroup = 0;
     const auto a = queue("a", 0, 1, {}, {}, {{100, 0}});
     const auto b = queue("b", 1, 2, {100}, {}, {{100, 1}});
-    const auto c = queue("c", 1, 3, {}, {}, {{100, 0}});
+    const auto c = queue("c", 1, 0x80000003, {}, {}, {{100, 0}});
     const Metadata meta = capture(0);
     Motion motion;
     const auto result = motion.selectZSLFrames({1, {}, 0, {a, b, c}, {meta}});
-    EXPECT_EQ(result, (zohal::SelectionResult{{1, {100}}, {2, {100}}, {3, {100}}}));
+    EXPECT_EQ(result, (zohal::SelectionResult{{1, {100}}, {2, {100}}, {0x80000003, {100}}}));
     EXPECT_EQ(gWorld.calls, (Texts{"a type", "b type", "b list 0", "b list 1", "nexaro.mfnr.anchorTimeStamp",
                                    "nexaro.ai.zosd.motionCaptureType", "nexaro.camera.zoseamlesspolicy.result",
                                    "systemTime 4", "b list 0", "b list 1", "b frame 100", "a frame 100", "b frame 100",
