@@ -56,13 +56,9 @@ void logFrameLists(uint32_t fwkFrame, const zohal::ZSLFrameQueue& queue, zolog::
 // Takes the list for `count` - 1 pairs and removes the second frame of each but the last pair: the entries at positions
 // 1, 3, 5, ..., as far as the list goes.
 void thinPairs(FrameList& frames, int64_t count) {
-    const int64_t last = 2 * count - 5;
-    size_t kept = 0;
-    for (size_t position = 0; position < frames.size(); ++position) {
-        const bool removed = position % 2 == 1 && static_cast<int64_t>(position) <= last;
-        if (!removed) frames[kept++] = frames[position];
-    }
-    frames.resize(kept);
+    const auto removed = std::clamp<int64_t>(count - 2, 0, static_cast<int64_t>(frames.size() / 2));
+    for (int64_t kept = 1; kept < removed; ++kept) frames[kept] = frames[2 * kept];
+    frames.erase(frames.begin() + removed, frames.begin() + 2 * removed);
 }
 
 }  // namespace
