@@ -87,8 +87,9 @@ FrameRange::FrameRange(const FrameList& frames, int64_t begin, int64_t end) {
 }
 
 void appendNewer(FrameList& selectList, const FrameRange& frames, int lastZslFrame) {
-    std::copy_if(frames.begin(), frames.end(), std::back_inserter(selectList),
-                 [last = static_cast<uint32_t>(lastZslFrame)](uint32_t zslFrame) { return zslFrame > last; });
+    const auto appended = selectList.insert(selectList.end(), frames.begin(), frames.end());
+    const auto isUsed = [last = static_cast<uint32_t>(lastZslFrame)](uint32_t zslFrame) { return zslFrame <= last; };
+    selectList.erase(std::remove_if(appended, selectList.end(), isUsed), selectList.end());
 }
 
 void appendNewer(FrameList& selectList, const FrameRange& consumerPart, const FrameRange& producerPart,

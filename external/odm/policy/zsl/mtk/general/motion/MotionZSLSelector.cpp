@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "adapter/AdapterClient.h"
 #include "external/odm/policy/zsl/mtk/general/motion/FrameSpan.h"
@@ -164,9 +165,13 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
 
     zohal::SelectionResult result;
     if (selected) {
-        forEachZSLQ(selectInfo.zslQueues, [&result, &selectList](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
-            if (queue) result.insert_or_assign(queue->getQueueId(), selectList);
+        forEachZSLQ(selectInfo.zslQueues, [&result](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
+            if (queue) result[queue->getQueueId()];
         });
+        for (auto& [queueId, frames] : result) {
+            const bool isLast = queueId == result.rbegin()->first;
+            frames = isLast ? std::move(selectList) : selectList;
+        }
     }
     return result;
 }
