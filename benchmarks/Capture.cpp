@@ -54,7 +54,7 @@ std::shared_ptr<zohal::ZSLFrameQueue> makeQueue(uint32_t id, int32_t type, uint3
     zohal::ZSLFrameEntry entry{};
     entry.metaInfo.shutterTime = kFirstShutterNs;
     for (const uint32_t zslFrame : all) {
-        queue->setFrame(zslFrame, entry);
+        queue->addFrame(zslFrame, entry);
         entry.metaInfo.shutterTime += kIntervalNs;
     }
     return queue;

@@ -1,13 +1,15 @@
-// The plug-in loaded and unloaded on a desk: its switch, the life of the adapter library, two threads.
+// The plug-in loaded and unloaded on a desk: its switch, the life of the adapter library, threads.
 
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -82,7 +84,7 @@ zohal::ZSLFrameSelectInfo motionRequest() {
     metadata->set("nexaro.ai.zosd.motionCaptureEnabledIcon", TYPE_BYTE, 1, {4});
     const auto queue = std::make_shared<halcore::FrameQueue>(1, zohal::kMetaQueue, "meta");
     queue->setFrameList(zohal::kConsumerList, {7});
-    queue->setFrame(7, {{nullptr, {}, 1, {}}, 0});
+    queue->addFrame(7, {{nullptr, {}, 1, {}}, 0});
     return {1, {}, 0, {queue}, {metadata}};
 }
 
@@ -186,6 +188,54 @@ TEST(Desk, TwoThreadsRunTwoSelectors) {
         std::thread other(serve, std::ref(second));
         serve(first);
         other.join();
+    }
+}
+
+// A queue of a few dozen frames, the newest of them in production, that moves on as a camera's does.
+void stream(halcore::FrameQueue& queue, std::atomic<uint32_t>& newest, const std::atomic<bool>& stop) {
+    const auto numbers = [](uint32_t begin, uint32_t end) {
+        std::vector<uint32_t> list(end - begin);
+        std::iota(list.begin(), list.end(), begin);
+        return list;
+    };
+    for (uint32_t frame = 32; !stop; ++frame) {
+        queue.addFrame(frame, {{nullptr, {}, frame, {}}, 0});
+        newest = frame;
+        queue.setFrameList(zohal::kProducerList, numbers(frame - 3, frame + 1));
+        queue.setFrameList(zohal::kConsumerList, numbers(frame - 24, frame - 3));
+        queue.setFrameList(zohal::kAllFrames, numbers(frame - 24, frame + 1));
+        if (frame > 32 + 24) queue.dropFrame(frame - 24);
+    }
+}
+
+TEST(Desk, FramesComeAndGoWhileASelectorReads) {
+    property_set(kSwitch, "0");
+    gAdapter = DESK_ADAPTER;
+    halcore::SelectorPlugin plugin(PLUGIN);
+    for (const char* banding : {"0x0", "0x300"}) {
+        property_set("desk.adapter.motion", banding);
+        for (const uint8_t hdr : {0, 1}) {
+            auto request = motionRequest();
+            request.requestMetas.resize(4);
+            request.requestMetas[0]->set("nexaro.hdr.enabled", TYPE_BYTE, 1, {hdr});
+            const auto queue = std::make_shared<halcore::FrameQueue>(1, zohal::kMetaQueue, "meta");
+            request.zslQueues = {queue, queue};
+            std::atomic<uint32_t> newest = 0;
+            std::atomic<bool> stop = false;
+            std::thread camera(stream, std::ref(*queue), std::ref(newest), std::cref(stop));
+            int selected = 0;
+            for (int i = 0; i < 20000 && selected < 500; ++i) {
+                const uint32_t before = newest;
+                for (const auto& [id, frames] : plugin.serve(request, true, std::nullopt).selection) {
+                    ++selected;
+                    EXPECT_TRUE(std::is_sorted(frames.begin(), frames.end(), std::less_equal<>()));
+                    EXPECT_TRUE(frames.empty() || (frames.front() + 25 >= before && frames.back() <= newest));
+                }
+            }
+            stop = true;
+            camera.join();
+            EXPECT_GE(selected, 500) << banding << " HDR " << int{hdr};
+        }
     }
 }
 

@@ -45,7 +45,7 @@ std::shared_ptr<halcore::FrameQueue> makeQueue(const Queue& queue) {
         zohal::ZSLFrameEntry entry{};
         entry.metaInfo.shutterTime = data.shutterTimeNs;
         entry.perframeSensorMode = data.sensorMode;
-        made->setFrame(frame, std::move(entry));
+        made->addFrame(frame, std::move(entry));
     }
     return made;
 }
