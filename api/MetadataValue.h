@@ -31,17 +31,16 @@ inline size_t elementSize(uint8_t type) {
     }
 }
 
-// True when the entry's payload holds at least `bytes` bytes (one or more).
-inline bool covers(const camera_metadata_ro_entry_t& entry, size_t bytes) {
-    size_t payload = 0;
-    const bool beyondSizeT = __builtin_mul_overflow(entry.count, elementSize(entry.type), &payload);
-    return entry.data.u8 != nullptr && (beyondSizeT || payload >= bytes);
+// Payload bytes of an entry, 0 without data.
+inline size_t payloadSize(const camera_metadata_ro_entry_t& entry) {
+    size_t bytes = 0;
+    const bool beyondSizeT = __builtin_mul_overflow(entry.count, elementSize(entry.type), &bytes);
+    return entry.data.u8 == nullptr ? 0 : beyondSizeT ? SIZE_MAX : bytes;
 }
 
-// The T at a byte offset of the payload, absent where the payload ends before it does.
+// The T at a byte offset of a payload that covers it.
 template <typename T>
-std::optional<T> valueAt(const camera_metadata_ro_entry_t& entry, size_t offset) {
-    if (!covers(entry, offset + sizeof(T))) return std::nullopt;
+T valueAt(const camera_metadata_ro_entry_t& entry, size_t offset) {
     T value;
     std::memcpy(&value, entry.data.u8 + offset, sizeof(T));
     return value;
@@ -51,7 +50,9 @@ std::optional<T> valueAt(const camera_metadata_ro_entry_t& entry, size_t offset)
 template <typename T, typename Tag>
 std::optional<T> firstValue(const ZoMetadata* metadata, Tag tag) {
     if (metadata == nullptr) return std::nullopt;
-    return valueAt<T>(metadata->find(tag), 0);
+    const camera_metadata_ro_entry_t entry = metadata->find(tag);
+    if (payloadSize(entry) < sizeof(T)) return std::nullopt;
+    return valueAt<T>(entry, 0);
 }
 
 }  // namespace zohal

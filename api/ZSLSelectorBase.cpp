@@ -21,7 +21,7 @@ constexpr size_t kMcxCameraId = 2;
 constexpr size_t kMcxModeSelectMask = 4;
 
 uint32_t mcxWord(const camera_metadata_ro_entry_t& mcxFrameresult, size_t word) {
-    return valueAt<uint32_t>(mcxFrameresult, word * sizeof(uint32_t)).value_or(0);
+    return valueAt<uint32_t>(mcxFrameresult, word * sizeof(uint32_t));
 }
 
 std::optional<int32_t> readSensorPolicyMask(uint32_t logicalId) {
@@ -73,7 +73,7 @@ ZSLSelectorResult ZSLSelectorBase::checkDesiredSensorMode(const ZSLFrameCheckInf
     const auto getDesiredSensorMode = [](std::shared_ptr<ZoMetadata> requestMeta) -> uint32_t {
         camera_metadata_ro_entry_t mcxFrameresult{};
         if (requestMeta) mcxFrameresult = requestMeta->find("com.nexaro.camera.sensorpolicy.mcxFrameresult");
-        if (!covers(mcxFrameresult, kMcxWordCount * sizeof(uint32_t))) {
+        if (payloadSize(mcxFrameresult) < kMcxWordCount * sizeof(uint32_t)) {
             ZSL_LOGD("[ZSLSelector] not find mcxFrameresult");
             return kSensorModeUnknown;
         }

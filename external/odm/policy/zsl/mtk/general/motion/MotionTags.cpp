@@ -1,11 +1,11 @@
 #include "external/odm/policy/zsl/mtk/general/motion/MotionTags.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace motion {
 
 using zohal::firstValue;
-using zohal::valueAt;
 
 namespace {
 
@@ -53,10 +53,10 @@ int64_t zeroShutterDelayTarget(const AnchorTags& tags) {
 std::optional<SeamlessPolicyEntry> readSeamlessPolicy(const ZoMetadata* metadata, uint32_t masterId) {
     if (metadata == nullptr) return std::nullopt;
     const camera_metadata_ro_entry_t policy = metadata->find("nexaro.camera.zoseamlesspolicy.result");
-    for (size_t i = 0; i < kPolicyRecords; ++i) {
-        const std::optional<PolicyRecord> record = valueAt<PolicyRecord>(policy, i * sizeof(PolicyRecord));
-        if (!record) break;
-        if (record->sensorId == masterId) return SeamlessPolicyEntry{record->sensorId, record->sensorMode};
+    const size_t records = std::min(zohal::payloadSize(policy) / sizeof(PolicyRecord), kPolicyRecords);
+    for (size_t i = 0; i < records; ++i) {
+        const auto record = zohal::valueAt<PolicyRecord>(policy, i * sizeof(PolicyRecord));
+        if (record.sensorId == masterId) return SeamlessPolicyEntry{record.sensorId, record.sensorMode};
     }
     return std::nullopt;
 }

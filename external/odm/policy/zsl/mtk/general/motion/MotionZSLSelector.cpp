@@ -168,10 +168,8 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
         forEachZSLQ(selectInfo.zslQueues, [&result](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
             if (queue) result[queue->getQueueId()];
         });
-        for (auto& [queueId, frames] : result) {
-            const bool isLast = queueId == result.rbegin()->first;
-            frames = isLast ? std::move(selectList) : selectList;
-        }
+        size_t left = result.size();
+        for (auto& [queueId, frames] : result) frames = --left == 0 ? std::move(selectList) : selectList;
     }
     return result;
 }
