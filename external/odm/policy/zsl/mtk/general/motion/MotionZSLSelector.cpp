@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "adapter/AdapterClient.h"
@@ -168,8 +169,10 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
         forEachZSLQ(selectInfo.zslQueues, [&result](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
             if (queue) result[queue->getQueueId()];
         });
-        size_t left = result.size();
-        for (auto& [queueId, frames] : result) frames = --left == 0 ? std::move(selectList) : selectList;
+        if (result.empty()) return result;
+        const auto last = std::prev(result.end());
+        for (auto entry = result.begin(); entry != last; ++entry) entry->second = selectList;
+        last->second = std::move(selectList);
     }
     return result;
 }
