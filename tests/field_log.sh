@@ -56,5 +56,7 @@ row mixed   'cat'                                                       0 '4 req
 # A rebuilt case keeps its assumptions and what came out.
 "$replay" "$work/bursts" --save-case "$work/saved.yaml" > /dev/null && grep -q '^# assumed: ' "$work/saved.yaml" &&
   "$replay" "$work/saved.yaml" | grep -q 'chosen     1503 1505 1507 1508' || { echo "FAILED: saved case"; failed=1; }
+"$replay" "$work/bursts" --explain --save-case "$work/explained.yaml" > /dev/null &&
+  cmp -s "$work/saved.yaml" "$work/explained.yaml" || { echo "FAILED: a case saved while it is explained"; failed=1; }
 "$replay" "$work/bursts" "$work/jump" "$work/session" | grep -q '^total: 3 files, 0 differ' || { echo "FAILED: total"; failed=1; }
 exit $failed

@@ -175,11 +175,13 @@ private:
         canvas.line(kLeft, y, mWidth - kRight + 20, y, 1, 0);
         double step = 1e-6;
         for (int i = 0; step * mScale < 72; ++i) step *= i % 3 == 1 ? 2.5 : 2;
-        for (double tick = std::ceil(mWindow.firstMs / step); tick <= mWindow.lastMs / step; ++tick) {
+        const auto last = static_cast<int64_t>(std::floor(mWindow.lastMs / step));
+        for (auto tick = static_cast<int64_t>(std::ceil(mWindow.firstMs / step)); tick <= last; ++tick) {
+            const double ms = static_cast<double>(tick) * step;
             char label[40];
-            std::snprintf(label, sizeof(label), tick == 0 ? "0" : "%+.10g", tick * step);
-            canvas.line(x(tick * step), y, x(tick * step), y + 5, 1, 0);
-            canvas.text(x(tick * step), y + 18, label, {10, false, Align::kCentre});
+            std::snprintf(label, sizeof(label), tick == 0 ? "0" : "%+.10g", ms);
+            canvas.line(x(ms), y, x(ms), y + 5, 1, 0);
+            canvas.text(x(ms), y + 18, label, {10, false, Align::kCentre});
         }
         canvas.text(kLeft, y + 35, mTargetNs != 0 ? "ms from the target moment" : "ms from the first frame");
     }

@@ -8,8 +8,9 @@ namespace {
 
 double middleOf(std::vector<double> values, double fallback) {
     if (values.empty()) return fallback;
-    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-    return values[values.size() / 2];
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
 }
 
 }  // namespace

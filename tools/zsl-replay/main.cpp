@@ -69,7 +69,9 @@ bool replayCase(const Case& theCase, const Variant* variant, const Options& opti
         for (const std::string& line : why) std::cout << line << '\n';
     }
     if (!options.picture.empty()) drawPicture(options.picture, shown, runs);
-    if (!options.saveCase.empty()) saveVariant(options.saveCase, *variant, runs, options.changes);
+    if (variant != nullptr && !options.saveCase.empty()) {
+        saveVariant(options.saveCase, *variant, runs, options.changes);
+    }
     if (options.summary && !options.json) {
         std::cout << theCase.file << ": " << runs.size() << (runs.size() == 1 ? " request, " : " requests, ")
                   << (differing == 0 ? "as expected" : std::to_string(differing) + " differ") << '\n';
@@ -118,18 +120,17 @@ bool replayInput(const Input& input, const Options& options) {
 // What is asked of a log beyond its report is asked of the case that it is rebuilt into.
 bool replayLogInput(Input& input, const Options& options) {
     const bool asksMore = options.explain || !options.picture.empty() || !options.changes.empty();
+    const bool keeps = !options.saveCase.empty() && options.changes.empty();  // as rebuilt, not a variant of it
     std::ostringstream rebuilt;
     std::ofstream saved;
+    if (keeps) saved.open(options.saveCase);
     FieldLogOptions logOptions{options.session, options.style, options.json, options.summary, nullptr};
-    if (asksMore) {
-        logOptions.saved = &rebuilt;
-    } else if (!options.saveCase.empty()) {
-        saved.open(options.saveCase);
-        logOptions.saved = &saved;
-    }
+    if (keeps) logOptions.saved = &saved;
+    if (asksMore) logOptions.saved = &rebuilt;
     const auto reader = input.stdinLog ? std::move(input.stdinLog) : std::make_unique<LineReader>(input.file);
     const bool reproduced = replayLog(std::cout, input.file, *reader, logOptions);
-    if (logOptions.saved == &saved && !saved.flush()) {
+    if (keeps && asksMore) saved << rebuilt.str();
+    if (keeps && !saved.flush()) {
         throw InputError(options.saveCase + ": expected a file that can be written, found none");
     }
     if (!asksMore) return reproduced;
