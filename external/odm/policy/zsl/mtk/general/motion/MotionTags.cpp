@@ -12,15 +12,11 @@ namespace {
 constexpr double kDelayNs = 60e6;
 constexpr double kShortDelayNs = 30e6;
 
-// "nexaro.camera.zoseamlesspolicy.result" is a row of these, in host byte order.
-struct PolicyRecord {
-    uint32_t sensorId;
-    uint8_t other[36];
-    uint32_t sensorMode;
-    uint8_t more[8];
-};
-static_assert(sizeof(PolicyRecord) == 52);
+// "nexaro.camera.zoseamlesspolicy.result" is a row of records in host byte order. Offsets and sizes in bytes.
 constexpr size_t kPolicyRecords = 4;
+constexpr size_t kPolicyRecordSize = 52;
+constexpr size_t kPolicySensorId = 0;
+constexpr size_t kPolicySensorMode = 40;
 
 // What the device's conversion instruction does, spelled out: out of range saturates.
 int64_t toNanoseconds(double ns) {
@@ -53,10 +49,10 @@ int64_t zeroShutterDelayTarget(const AnchorTags& tags) {
 std::optional<SeamlessPolicyEntry> readSeamlessPolicy(const ZoMetadata* metadata, uint32_t masterId) {
     if (metadata == nullptr) return std::nullopt;
     const camera_metadata_ro_entry_t policy = metadata->find("nexaro.camera.zoseamlesspolicy.result");
-    const size_t records = std::min(zohal::payloadSize(policy) / sizeof(PolicyRecord), kPolicyRecords);
-    for (size_t i = 0; i < records; ++i) {
-        const auto record = zohal::valueAt<PolicyRecord>(policy, i * sizeof(PolicyRecord));
-        if (record.sensorId == masterId) return SeamlessPolicyEntry{record.sensorId, record.sensorMode};
+    const size_t payload = std::min(zohal::payloadSize(policy), kPolicyRecords * kPolicyRecordSize);
+    for (size_t record = 0; record + kPolicyRecordSize <= payload; record += kPolicyRecordSize) {
+        if (zohal::valueAt<uint32_t>(policy, record + kPolicySensorId) != masterId) continue;
+        return SeamlessPolicyEntry{masterId, zohal::valueAt<uint32_t>(policy, record + kPolicySensorMode)};
     }
     return std::nullopt;
 }
