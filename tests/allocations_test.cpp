@@ -20,7 +20,7 @@ __attribute__((noinline)) void* operator new(size_t size) {
 __attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t) noexcept { operator delete(memory); }
 
-TEST(Floor, SelectorMakesItsQueueCallsAndAllocatesNoMoreUnlessTwoStrategiesRun) {
+TEST(Floor, SelectorMakesItsQueueCallsAndAllocatesLess) {
     const auto allocationsOf = [](auto call) {
         const int before = gAllocations;
         return call(), gAllocations - before;
@@ -37,9 +37,9 @@ TEST(Floor, SelectorMakesItsQueueCallsAndAllocatesNoMoreUnlessTwoStrategiesRun) 
         ASSERT_EQ(selection.size(), 3U);
         bench::Floor floor(capture, selection.begin()->second);
 
-        EXPECT_EQ(allocationsOf([&] { selector.selectZSLFrames(capture.request); }) -
-                      allocationsOf([&] { floor.selectZSLFrames(capture.request); }),
-                  mode == bench::kNormalFallback ? 1 : 0);
+        // The selection takes over a list that the queue handed out, and goes to the last queue itself.
+        EXPECT_EQ(allocationsOf([&] { selector.selectZSLFrames(capture.request); }),
+                  allocationsOf([&] { floor.selectZSLFrames(capture.request); }) - 1);
         EXPECT_EQ(allocationsOf([&] { selector.checkFrame(capture.check); }), 0);
 
         std::string calls;

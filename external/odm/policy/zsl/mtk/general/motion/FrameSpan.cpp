@@ -3,6 +3,7 @@
 #include "external/odm/policy/zsl/mtk/general/motion/FrameSpan.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace motion {
 
@@ -79,24 +80,29 @@ int64_t firstPresent(const zohal::ZSLFrameSelectInfo& selectInfo, const FrameLis
     return static_cast<int64_t>(consumer.size());
 }
 
-FrameRange::FrameRange(const FrameList& frames, int64_t begin, int64_t end) {
-    const auto size = static_cast<int64_t>(frames.size());
-    begin = std::clamp<int64_t>(begin, 0, size);
-    mBegin = frames.data() + begin;
-    mEnd = frames.data() + std::clamp<int64_t>(end, begin, size);
+void keepNewer(FrameList& frames, int64_t begin, int64_t end, int lastZslFrame) {
+    begin = std::max<int64_t>(begin, 0);
+    end = std::min(end, static_cast<int64_t>(frames.size()));
+    auto kept = frames.begin();
+    for (int64_t position = begin; position < end; ++position) {
+        const uint32_t zslFrame = frames[position];
+        if (zslFrame > static_cast<uint32_t>(lastZslFrame)) *kept++ = zslFrame;
+    }
+    frames.erase(kept, frames.end());
 }
 
-void appendNewer(FrameList& selectList, const FrameRange& frames, int lastZslFrame) {
-    const auto appended = selectList.insert(selectList.end(), frames.begin(), frames.end());
-    const auto isUsed = [last = static_cast<uint32_t>(lastZslFrame)](uint32_t zslFrame) { return zslFrame <= last; };
-    selectList.erase(std::remove_if(appended, selectList.end(), isUsed), selectList.end());
+void append(FrameList& selectList, FrameList&& frames, size_t more) {
+    if (selectList.empty()) {
+        selectList = std::move(frames);
+        return;
+    }
+    selectList.reserve(selectList.size() + frames.size() + more);
+    selectList.insert(selectList.end(), frames.begin(), frames.end());
 }
 
-void appendNewer(FrameList& selectList, const FrameRange& consumerPart, const FrameRange& producerPart,
-                 int lastZslFrame) {
-    selectList.reserve(selectList.size() + consumerPart.size() + producerPart.size());
-    appendNewer(selectList, consumerPart, lastZslFrame);
-    appendNewer(selectList, producerPart, lastZslFrame);
+void append(FrameList& selectList, DeliveryOrder&& frames) {
+    append(selectList, std::move(frames.consumer), frames.producer.size());
+    append(selectList, std::move(frames.producer));
 }
 
 }  // namespace motion

@@ -69,25 +69,15 @@ uint32_t spanBegin(int64_t place, uint32_t length);
 int64_t firstPresent(const zohal::ZSLFrameSelectInfo& selectInfo, const FrameList& consumer, uint32_t begin,
                      zolog::Caller caller = zolog::Caller::here());
 
-// A stretch of a frame list, [begin, end) cut to the list.
-class FrameRange {
-public:
-    FrameRange(const FrameList& frames, int64_t begin, int64_t end);
+// Leaves of a list the frames at [begin, end), as far as it has them, that are above `lastZslFrame` (as an unsigned
+// number), the last one that a former request used.
+void keepNewer(FrameList& frames, int64_t begin, int64_t end, int lastZslFrame);
 
-    const uint32_t* begin() const { return mBegin; }
-    const uint32_t* end() const { return mEnd; }
-    size_t size() const { return static_cast<size_t>(mEnd - mBegin); }
+// Appends a list the strategy is done with: an empty selection takes its memory over, another grows once, with room for
+// `more` frames that are to follow.
+void append(FrameList& selectList, FrameList&& frames, size_t more = 0);
 
-private:
-    const uint32_t* mBegin;
-    const uint32_t* mEnd;
-};
-
-// Appends the frames above `lastZslFrame` (as an unsigned number), the last one that a former request used.
-void appendNewer(FrameList& selectList, const FrameRange& frames, int lastZslFrame);
-
-// Both parts of a span, with one growth of the list.
-void appendNewer(FrameList& selectList, const FrameRange& consumerPart, const FrameRange& producerPart,
-                 int lastZslFrame);
+// Both lists.
+void append(FrameList& selectList, DeliveryOrder&& frames);
 
 }  // namespace motion

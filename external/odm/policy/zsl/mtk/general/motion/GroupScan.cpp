@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace motion {
 
@@ -51,13 +52,14 @@ uint32_t GroupScan<kGroupCycle>::nearestGroup(const FrameList& allList, zolog::C
 
 template <uint32_t kGroupCycle>
 bool GroupScan<kGroupCycle>::appendNearestGroup(FrameList& selectList, zolog::Caller caller) const {
-    const FrameList consumer = frameList(metaQueue, zohal::kConsumerList);
+    FrameList consumer = frameList(metaQueue, zohal::kConsumerList);
     const FrameList allList = frameList(metaQueue, zohal::kAllFrames);
     const uint32_t baseIndex = nearestGroup(allList, caller);
     if (baseIndex == allList.size()) return false;
 
-    const FrameRange group(consumer, baseIndex, groupLength);
-    selectList.insert(selectList.end(), group.begin(), group.end());
+    consumer.resize(std::min<size_t>(consumer.size(), groupLength));
+    consumer.erase(consumer.begin(), consumer.begin() + std::min<size_t>(consumer.size(), baseIndex));
+    append(selectList, std::move(consumer));
     return true;
 }
 

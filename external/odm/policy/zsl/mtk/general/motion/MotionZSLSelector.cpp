@@ -17,10 +17,11 @@
 #include "log/ZoLog.h"
 
 using motion::AnchorSearch;
+using motion::append;
 using motion::DeliveryOrder;
 using motion::FrameList;
-using motion::FrameRange;
 using motion::GroupScan;
+using motion::keepNewer;
 using zohal::vectorToString;
 
 namespace {
@@ -182,7 +183,7 @@ bool MotionZSLSelector::selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame,
                                                            std::shared_ptr<zohal::ZSLFrameQueue>& metaQueue,
                                                            std::vector<uint32_t>& selectList, long zsdTs,
                                                            int lastZslFrame) {
-    const DeliveryOrder frames(metaQueue.get());
+    DeliveryOrder frames(metaQueue.get());
     const uint32_t needed = motion::needZslNum(selectInfo);
 
     int64_t anchorOffset = 0;
@@ -196,8 +197,9 @@ bool MotionZSLSelector::selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame,
     const int64_t begin = motion::firstPresent(selectInfo, frames.consumer, csbegin);
     // An anchor before the last consumer frame leaves the producer list out.
     const int64_t producerEnd = anchorOffset >= -1 ? frames.producerCount() : 0;
-    appendNewer(selectList, FrameRange(frames.consumer, begin, frames.consumerCount()),
-                FrameRange(frames.producer, motion::spanBegin(anchorOffset, needed), producerEnd), lastZslFrame);
+    keepNewer(frames.consumer, begin, frames.consumerCount(), lastZslFrame);
+    keepNewer(frames.producer, motion::spanBegin(anchorOffset, needed), producerEnd, lastZslFrame);
+    append(selectList, std::move(frames));
     return selectList.size() >= needed;
 }
 
@@ -205,7 +207,7 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const 
                                                        std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                                        std::vector<uint32_t>& selectList, long zsdTs,
                                                        int lastZslFrame) {
-    const DeliveryOrder frames(metaQueue.get());
+    DeliveryOrder frames(metaQueue.get());
     const uint32_t needed = motion::needZslNum(selectInfo);
     if (!frames.hasEnough(needed, fwkFrame)) return false;
 
@@ -224,9 +226,9 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const 
              vectorToString(frames.consumer).c_str());
 
     const int64_t begin = motion::firstPresent(selectInfo, frames.consumer, csbegin);
-    appendNewer(selectList, FrameRange(frames.consumer, begin, frames.consumerCount()),
-                FrameRange(frames.producer, motion::spanBegin(anchorOffset, needed), frames.producerCount()),
-                lastZslFrame);
+    keepNewer(frames.consumer, begin, frames.consumerCount(), lastZslFrame);
+    keepNewer(frames.producer, motion::spanBegin(anchorOffset, needed), frames.producerCount(), lastZslFrame);
+    append(selectList, std::move(frames));
     return true;
 }
 
@@ -241,8 +243,9 @@ bool MotionZSLSelector::selectZSLFramesForNormal(uint32_t fwkFrame, const zohal:
     FrameList& consumer = frames.consumer;
     const int64_t newestBegin = frames.consumerCount() - std::max<int64_t>(needed - frames.producerCount(), 0);
     std::nth_element(consumer.begin(), consumer.begin() + newestBegin, consumer.end());
-    appendNewer(selectList, FrameRange(consumer, newestBegin, frames.consumerCount()),
-                FrameRange(frames.producer, 0, frames.producerCount()), lastZslFrame);
+    keepNewer(consumer, newestBegin, frames.consumerCount(), lastZslFrame);
+    keepNewer(frames.producer, 0, frames.producerCount(), lastZslFrame);
+    append(selectList, std::move(frames));
     std::sort(selectList.begin(), selectList.end());
     return true;
 }
@@ -270,7 +273,7 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const 
                                                        std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                                        std::vector<uint32_t>& selectList, long /*zsdTs*/,
                                                        int lastZslFrame) {
-    const DeliveryOrder frames(metaQueue.get());
+    DeliveryOrder frames(metaQueue.get());
     const int64_t needed = motion::needZslNum(selectInfo);
     int64_t length = 2 * needed - 2;  // of needed - 1 pairs
     if (!frames.hasEnough(length, fwkFrame)) return false;
@@ -288,13 +291,12 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const 
     }
 
     // The consumer part runs to the end of its list: without producers a span that was moved is one frame longer.
-    const FrameRange consumerPart(frames.consumer, begin, frames.consumerCount());
-    const FrameRange producerPart(frames.producer, begin - frames.consumerCount(),
-                                  begin + length - frames.consumerCount());
-    selectList.reserve(selectList.size() + consumerPart.size() + producerPart.size());
-    appendNewer(selectList, consumerPart, lastZslFrame);
+    const int64_t producerBegin = begin - frames.consumerCount();
+    keepNewer(frames.consumer, begin, frames.consumerCount(), lastZslFrame);
+    keepNewer(frames.producer, producerBegin, producerBegin + length, lastZslFrame);
+    append(selectList, std::move(frames.consumer), frames.producer.size());
     ZSL_LOGD("[ZSLSelector] consumer: finalList: %s", vectorToString(selectList).c_str());
-    appendNewer(selectList, producerPart, lastZslFrame);
+    append(selectList, std::move(frames.producer));
     ZSL_LOGI("[ZSLSelector] before update fwkFrame:%u final Select list: %s", fwkFrame,
              vectorToString(selectList).c_str());
     thinPairs(selectList, needed);
