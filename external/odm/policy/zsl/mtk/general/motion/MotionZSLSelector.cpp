@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
+#include <functional>
 #include <utility>
 
 #include "adapter/AdapterClient.h"
@@ -167,13 +167,18 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
 
     zohal::SelectionResult result;
     if (selected) {
-        forEachZSLQ(selectInfo.zslQueues, [&result](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
-            if (queue) result[queue->getQueueId()];
-        });
-        if (result.empty()) return result;
-        const auto last = std::prev(result.end());
-        for (auto entry = result.begin(); entry != last; ++entry) entry->second = selectList;
-        last->second = std::move(selectList);
+        size_t queuesLeft = selectInfo.zslQueues.size();
+        const auto store = [&](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
+            --queuesLeft;
+            if (!queue) return;
+            FrameList& stored = result[queue->getQueueId()];
+            if (queuesLeft > 0) {
+                stored = selectList;
+            } else {
+                stored = std::move(selectList);
+            }
+        };
+        forEachZSLQ(selectInfo.zslQueues, std::ref(store));
     }
     return result;
 }
