@@ -13,12 +13,13 @@
 namespace bench {
 
 inline constexpr int kRounds = 400;       // batches of each
+inline constexpr int kScenes = 8;
 inline constexpr double kBatchNs = 20e3;  // long beside the clock's own cost, short beside a time slice
 inline const std::vector<int64_t> kFrameCounts = {16, 64, 256, 1024}, kQueueCounts = {1, 3, 8};
 
 // Every batch runs at another place of the stack: how that lies to the heap changes the time of a loop of calls.
 template <typename Call>
-[[gnu::noinline]] double nsPerCall(Call& call, int calls) {
+[[gnu::noinline]] double nsPerCall(const Call& call, int calls) {
     static unsigned turn = 0;
     benchmark::DoNotOptimize(__builtin_alloca(16 * (turn++ * 37 % 256)));
     const auto begin = std::chrono::steady_clock::now();
@@ -32,15 +33,20 @@ inline double median(std::vector<double>& values) {
     return *middle;
 }
 
-// Leaves both medians, in ns, in the state's counters. Either side is called equally often.
-template <typename Library, typename Floor>
-void compare(benchmark::State& state, Library library, Floor floor) {
-    nsPerCall(floor, 100);
-    const int calls = std::clamp(static_cast<int>(kBatchNs / nsPerCall(library, 100)), 1, 1000);
+// Leaves both medians, in ns, in the state's counters. Either side is called equally often, and all scenes one after the
+// other: they are alike, but lie at other places of the heap, which matters as well.
+template <typename Scenes, typename Library, typename Floor>
+void compare(benchmark::State& state, Scenes& scenes, Library library, Floor floor) {
+    auto scene = scenes.begin();
+    const auto ofLibrary = [&] { return library(*scene); };
+    const auto ofFloor = [&] { return floor(*scene); };
+    nsPerCall(ofFloor, 100);
+    const int calls = std::clamp(static_cast<int>(kBatchNs / nsPerCall(ofLibrary, 100)), 1, 1000);
     std::vector<double> libraryNs, floorNs;
     for ([[maybe_unused]] auto round : state) {
-        libraryNs.push_back(nsPerCall(library, calls));
-        floorNs.push_back(nsPerCall(floor, calls));
+        scene = scenes.begin() + static_cast<long>(libraryNs.size() * scenes.size() / kRounds);
+        libraryNs.push_back(nsPerCall(ofLibrary, calls));
+        floorNs.push_back(nsPerCall(ofFloor, calls));
         state.SetIterationTime(libraryNs.back() * 1e-9);
     }
     state.counters = {{"library", median(libraryNs)}, {"floor", median(floorNs)}};

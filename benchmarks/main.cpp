@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <thread>
 
 #include "benchmarks/Comparison.h"
@@ -43,6 +44,8 @@ FrameList choose(const Capture& capture) {
 }
 
 struct Scene {
+    Scene(Mode mode, uint32_t frames, uint32_t queues) : capture(mode, frames, queues) {}
+
     Capture capture;
     Floor floor{capture, choose(capture), cameraAdapter()};
     std::shared_ptr<zohal::ZSLFrameQueue> metaQueue = capture.request.zslQueues.front();
@@ -51,9 +54,11 @@ struct Scene {
 template <typename LibraryCall, typename FloorCall>
 benchmark::internal::Benchmark* add(const std::string& name, Mode mode, LibraryCall library, FloorCall floor) {
     const auto run = [=](benchmark::State& state) {
-        Scene scene{{mode, static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1))}};
-        const auto ofLibrary = [&] { return library(scene); };
-        compare(state, ofLibrary, [&] { return floor(scene); });
+        std::deque<Scene> scenes;
+        for (int i = 0; i < kScenes; ++i) {
+            scenes.emplace_back(mode, static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1)));
+        }
+        compare(state, scenes, library, floor);
         openLog(false);
     };
     return benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(kRounds)->UseManualTime();
