@@ -175,7 +175,7 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
             if (queuesLeft > 0) {
                 stored = selectList;
             } else {
-                stored = std::move(selectList);
+                stored = std::move(selectList);  // one copy less
             }
         };
         forEachZSLQ(selectInfo.zslQueues, std::ref(store));
