@@ -67,7 +67,7 @@ public:
 // One capture request.
 struct ZSLFrameSelectInfo {
     uint32_t fwkFrame;                                      // the request's framework frame
-    std::vector<uint32_t> usedZslFrames;                    // only the last element counts: nothing up to it is chosen
+    std::vector<uint32_t> usedZslFrames;                    // only the last element counts: frames up to it are spent
     uint32_t reqtMasterId;                                  // camera id of the master camera the request asks for
     std::vector<std::shared_ptr<ZSLFrameQueue>> zslQueues;  // in the core's order
     std::vector<std::shared_ptr<ZoMetadata>> requestMetas;  // one per frame needed; element 0 is the request's metadata

@@ -20,12 +20,12 @@ struct GroupScan {
 
     // Position in the list of all frames of the group whose reference frame is nearest to the target moment, and of two
     // equally near the earlier. The list's size when there is no such group. The reference frame stands at half the
-    // position of the group's end, so for a later group it may stand ahead of the group. Groups that the list does not
-    // hold whole, or whose reference frame the queue has lost, are passed over.
+    // position of the group's end, so for a later group it may stand ahead of the group. Groups that no frame
+    // follows in the list, or whose reference frame the queue has lost, are passed over.
     uint32_t nearestGroup(const FrameList& allList, zolog::Caller caller) const;
 
-    // Appends the nearest group's frames: the consumer list's, at positions from the group's up to the group length.
-    // False when there is no group.
+    // Appends the nearest group's frames: the consumer list's at positions from the group's up to the group length,
+    // which are fewer the later the group starts, down to none. False when there is no group.
     bool appendNearestGroup(FrameList& selectList, zolog::Caller caller = zolog::Caller::here()) const;
 };
 

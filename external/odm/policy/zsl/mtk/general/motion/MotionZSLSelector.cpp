@@ -56,8 +56,8 @@ void logFrameLists(uint32_t fwkFrame, const zohal::ZSLFrameQueue& queue, zolog::
     }
 }
 
-// Takes the list for `count` - 1 pairs and removes the second frame of each but the last pair: the entries at positions
-// 1, 3, 5, ..., as far as the list goes.
+// Takes the list for `count` - 1 pairs and removes the second frame of each but the last: the entries at positions 1,
+// 3, 5, ... below 2 * `count` - 4, as far as the list goes.
 void thinPairs(FrameList& frames, int64_t count) {
     const auto removed = std::clamp<int64_t>(count - 2, 0, static_cast<int64_t>(frames.size() / 2));
     for (int64_t kept = 1; kept < removed; ++kept) frames[kept] = frames[2 * kept];
@@ -269,7 +269,7 @@ bool MotionZSLSelector::selectFramesForBinningAndHdr(uint32_t fwkFrame, const zo
     const GroupScan<7> scan{fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame),
                             motion::needZslNum(selectInfo) + 1};
     if (!scan.appendNearestGroup(selectList)) return false;
-    // A group is one frame longer than needed, and its fourth exposure is the one to spare.
+    // A group is one frame longer than needed; of a selection that was empty its fourth exposure is the one to spare.
     if (selectList.size() > 3) selectList.erase(selectList.begin() + 3);
     return true;
 }

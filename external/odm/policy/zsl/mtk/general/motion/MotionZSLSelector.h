@@ -33,22 +33,23 @@ public:
     //   fwkFrame      the request's framework frame, for the log
     //   selectInfo    the request; the element count of requestMetas is the number of frames it needs
     //   metaQueue     the queue to choose from; null counts as a queue with empty lists
-    //   selectList    the selection; a strategy appends to it
+    //   selectList    the selection; a strategy appends to it, and an empty one may get other memory
     //   zsdTs         the target moment, ns on the clock of the shutter times
-    //   lastZslFrame  frames numbered at or below it, as an unsigned number, have been used and are not chosen
+    //   lastZslFrame  frames numbered at or below it, as an unsigned number, have been used and are not chosen; of a
+    //                 group that goes for the first frame alone
     // True: selectList is the selection. False: the strategy cannot serve the request.
 
     // From as many frames as are needed, the last of them the anchor, to the newest: the anchor is the first frame
-    // after zsdTs. Starts later where a queue has lost frames, and leaves the producer list out where the anchor stands
-    // ahead of the last consumer frame. True when selectList ends up with as many frames as the request needs; what was
-    // appended stays in it in any case.
+    // after zsdTs. Starts later where a queue has lost the first frames, and leaves the producer list out where the
+    // anchor stands ahead of the last consumer frame. True when selectList ends up with as many frames as the request
+    // needs; what was appended stays in it in any case.
     bool selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                             std::shared_ptr<zohal::ZSLFrameQueue>& metaQueue,
                                             std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
 
-    // Motion banding placed in time: the same, but an even anchor in the consumer list gives way to the next frame, and
-    // the producer list is never left out. False when there are too few frames. For callers of the class;
-    // selectZSLFrames does not use it.
+    // Motion banding placed in time: the same span, but an even anchor in the consumer list gives way to the next
+    // frame, and the producer list is never left out. False when the queue has too few frames; true promises none. For
+    // callers of the class; selectZSLFrames does not use it.
     bool selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                         std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                         std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
@@ -58,7 +59,8 @@ public:
                                   std::shared_ptr<zohal::ZSLFrameQueue> metaQueue, std::vector<uint32_t>& selectList,
                                   long zsdTs, int lastZslFrame);
 
-    // The group of exposures nearest to zsdTs, where groups start at multiples of 4. False when there is none.
+    // The group of exposures nearest to zsdTs, where groups start at multiples of 4. False when there is none; what the
+    // consumer list does not hold of the group is left out.
     bool selectFramesForLbmfAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue, std::vector<uint32_t>& selectList,
                                    long zsdTs, int lastZslFrame);
@@ -68,8 +70,8 @@ public:
                                       std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                       std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
 
-    // Motion banding: the newest pairs of frames, thinned out to one of each but the last pair. False when there are
-    // too few frames.
+    // Motion banding: the newest pairs of frames. The whole of selectList is then thinned out, to one of each pair but
+    // the last. False when there are too few frames.
     bool selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                         std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                         std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
