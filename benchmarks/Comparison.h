@@ -12,7 +12,7 @@
 
 namespace bench {
 
-inline constexpr int kRounds = 400;       // batches of each
+inline constexpr int kRounds = 400;  // batches of each
 inline constexpr int kScenes = 8;
 inline constexpr double kBatchNs = 20e3;  // long beside the clock's own cost, short beside a time slice
 inline const std::vector<int64_t> kFrameCounts = {16, 64, 256, 1024}, kQueueCounts = {1, 3, 8};
@@ -33,8 +33,8 @@ inline double median(std::vector<double>& values) {
     return *middle;
 }
 
-// Leaves both medians, in ns, in the state's counters. Either side is called equally often, and all scenes one after the
-// other: they are alike, but lie at other places of the heap, which matters as well.
+// Leaves both medians, in ns, in the state's counters. Either side is called equally often, and all scenes one after
+// the other: they are alike, but lie at other places of the heap, which matters as well.
 template <typename Scenes, typename Library, typename Floor>
 void compare(benchmark::State& state, Scenes& scenes, Library library, Floor floor) {
     auto scene = scenes.begin();
