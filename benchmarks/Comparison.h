@@ -12,8 +12,8 @@
 
 namespace bench {
 
-inline constexpr int kRounds = 400;  // batches of each
-inline constexpr int kScenes = 8;
+inline constexpr int kRounds = 400;       // batches of each
+inline constexpr int kScenes = 8;         // equal captures at different places of the heap
 inline constexpr double kBatchNs = 20e3;  // long beside the clock's own cost, short beside a time slice
 inline const std::vector<int64_t> kFrameCounts = {16, 64, 256, 1024}, kQueueCounts = {1, 3, 8};
 
