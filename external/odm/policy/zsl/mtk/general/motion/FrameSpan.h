@@ -69,8 +69,8 @@ uint32_t spanBegin(int64_t place, uint32_t length);
 int64_t firstPresent(const zohal::ZSLFrameSelectInfo& selectInfo, const FrameList& consumer, uint32_t begin,
                      zolog::Caller caller = zolog::Caller::here());
 
-// Cuts a list to those of its frames at positions [begin, end), negative ones and ones past the end counting for
-// nothing, that are above `lastZslFrame` (as an unsigned number), the last one that a former request used.
+// Cuts a list to its frames at positions [begin, end), as far as there are such, that are above `lastZslFrame` (as an
+// unsigned number), the last one that a former request used.
 void keepNewer(FrameList& frames, int64_t begin, int64_t end, int lastZslFrame);
 
 // Appends a list the strategy is done with: an empty selection takes its memory over, another grows once, with room for
