@@ -104,6 +104,16 @@ using SelectionResult = std::map<uint32_t, std::vector<uint32_t>, CompareRule>;
 std::shared_ptr<ZSLFrameQueue> firstQueueOfType(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues,
                                                 ZSLQueueType type);
 
+// Calls `visit` once per queue, in list order, null handles included. The walk holds a handle of its own, which keeps
+// the queue should `visit` replace the element, and hands `visit` another.
+template <typename Visit>
+void visitQueues(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues, const Visit& visit) {
+    for (const auto& element : queues) {
+        const std::shared_ptr<ZSLFrameQueue> queue = element;
+        visit(std::shared_ptr<ZSLFrameQueue>(queue));
+    }
+}
+
 // Renders a frame list for the log: each number is followed by one blank, the last one too.
 template <typename T>
 std::string vectorToString(const std::vector<T>& values) {

@@ -38,10 +38,7 @@ int ZSLSelectorBase::preCheckFrame(std::vector<uint32_t>& /*zslFrames*/, int /*f
 
 void ZSLSelectorBase::forEachZSLQ(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues,
                                   std::function<void(std::shared_ptr<ZSLFrameQueue>)> visit) {
-    for (const auto& element : queues) {
-        const std::shared_ptr<ZSLFrameQueue> queue = element;  // keeps the queue should `visit` replace the element
-        visit(queue);
-    }
+    visitQueues(queues, visit);
 }
 
 ZSLSelectorResult ZSLSelectorBase::checkDesiredSensorMode(const ZSLFrameCheckInfo& checkInfo) {

@@ -46,8 +46,8 @@ public:
     // Chooses frames for the request. An empty map means that nothing was selected.
     virtual SelectionResult selectZSLFrames(const ZSLFrameSelectInfo& selectInfo) = 0;
 
-    // Calls `visit` once per queue, in list order, null handles included. Throws std::bad_function_call when `visit` is
-    // empty and there is a queue to visit.
+    // visitQueues for callers of other binaries. Throws std::bad_function_call when `visit` is empty and there is a
+    // queue to visit.
     void forEachZSLQ(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues,
                      std::function<void(std::shared_ptr<ZSLFrameQueue>)> visit);
 

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <utility>
 
 #include "adapter/AdapterClient.h"
@@ -168,7 +167,7 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
     zohal::SelectionResult result;
     if (selected) {
         size_t queuesLeft = selectInfo.zslQueues.size();
-        const auto store = [&](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
+        visitQueues(selectInfo.zslQueues, [&](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
             --queuesLeft;
             if (!queue) return;
             FrameList& stored = result[queue->getQueueId()];
@@ -177,8 +176,7 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
             } else {
                 stored = std::move(selectList);  // one copy less
             }
-        };
-        forEachZSLQ(selectInfo.zslQueues, std::ref(store));
+        });
     }
     return result;
 }
