@@ -116,9 +116,13 @@ TEST_F(ForeignCore, OtherSelectorsCanBeBuiltOnTheExportedClasses) {
     EXPECT_EQ(ext.preCheckFrame(frames, 5), 0);
     EXPECT_EQ(frames, (Frames{3, 1}));
 
+    const std::vector<Queue> queues = {b, nullptr, a};
     std::vector<Queue> seen;
-    ext.forEachZSLQ({b, nullptr, a}, [&seen](Queue visited) { seen.push_back(std::move(visited)); });
-    EXPECT_EQ(seen, (std::vector<Queue>{b, nullptr, a}));
+    ext.forEachZSLQ(queues, [&seen](Queue visited) {
+        EXPECT_EQ(visited.use_count(), visited ? 4 : 0) << "of this test, of the list, of the walk, the visitor's own";
+        seen.push_back(std::move(visited));
+    });
+    EXPECT_EQ(seen, queues);
     EXPECT_THROW(ext.forEachZSLQ({a}, nullptr), std::bad_function_call);
     EXPECT_NO_THROW(ext.forEachZSLQ({}, nullptr));
 
