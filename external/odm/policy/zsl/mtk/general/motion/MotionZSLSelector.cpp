@@ -166,17 +166,13 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
 
     zohal::SelectionResult result;
     if (selected) {
-        size_t queuesLeft = selectInfo.zslQueues.size();
+        FrameList* last = nullptr;  // the entry made last gets the list itself
         visitQueues(selectInfo.zslQueues, [&](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
-            --queuesLeft;
             if (!queue) return;
-            FrameList& stored = result[queue->getQueueId()];
-            if (queuesLeft > 0) {
-                stored = selectList;
-            } else {
-                stored = std::move(selectList);  // one copy less
-            }
+            if (last != nullptr) *last = selectList;
+            last = &result[queue->getQueueId()];
         });
+        if (last != nullptr) *last = std::move(selectList);
     }
     return result;
 }
