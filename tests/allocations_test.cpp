@@ -20,11 +20,13 @@ __attribute__((noinline)) void* operator new(size_t size) {
 __attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t) noexcept { operator delete(memory); }
 
+template <typename Call>
+static int allocationsOf(Call call) {
+    const int before = gAllocations;
+    return call(), gAllocations - before;
+}
+
 TEST(Floor, SelectorMakesItsQueueCallsAndAllocatesLess) {
-    const auto allocationsOf = [](auto call) {
-        const int before = gAllocations;
-        return call(), gAllocations - before;
-    };
     std::vector<std::shared_ptr<zohal::ZSLSelectorBase>> selectors;
     createZSLSelector(selectors);
     zohal::ZSLSelectorBase& selector = *selectors.front();
@@ -52,5 +54,20 @@ TEST(Floor, SelectorMakesItsQueueCallsAndAllocatesLess) {
         const std::string floorCalls = std::exchange(calls, "");
         EXPECT_EQ(selector.selectZSLFrames(capture.request), selection);
         EXPECT_EQ(calls, floorCalls);
+    }
+}
+
+TEST(Floor, AStrategyGrowsAListThatHoldsFramesOnce) {
+    const bench::Capture capture(bench::kPlain, 64, 1);
+    const bench::Floor floor(capture, {});
+    const bench::QueueHandle& metaQueue = capture.request.zslQueues.front();
+    const int ofFloor = allocationsOf([&] { floor.normalCalls(capture.request, metaQueue); });  // both lists
+    MotionZSLSelector selector;
+    for (const auto strategy :
+         {&MotionZSLSelector::selectZSLFramesForNormal, &MotionZSLSelector::selectZSLFramesForSNSCBinning1}) {
+        bench::FrameList selectList = {1};
+        const auto select = [&] { (selector.*strategy)(1, capture.request, metaQueue, selectList, 0, 0); };
+        EXPECT_EQ(allocationsOf(select), ofFloor + 1);
+        EXPECT_EQ(selectList.size(), 1 + bench::kNeededFrames);
     }
 }
