@@ -166,7 +166,7 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
 
     zohal::SelectionResult result;
     if (selected) {
-        FrameList* last = nullptr;  // the entry made last gets the list itself
+        FrameList* last = nullptr;  // the entry visited last gets the list itself
         visitQueues(selectInfo.zslQueues, [&](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
             if (!queue) return;
             if (last != nullptr) *last = selectList;
