@@ -3,7 +3,8 @@
 // For each capture request the core asks a selector whether it takes the request (isSelectorNeeded), lets it choose
 // frames (selectZSLFrames), and lets it vet single frames (checkFrame). It calls them on its request thread, one
 // request at a time per selector; selectors take no lock. Selectors are held as std::shared_ptr<ZSLSelectorBase> and
-// destroyed when the core drops the last one.
+// destroyed when the core drops the last one. What a selector shares with others of its library has duties of its own
+// for the core: see its class.
 
 #pragma once
 
@@ -46,8 +47,9 @@ public:
     // Chooses frames for the request. An empty map means that nothing was selected.
     virtual SelectionResult selectZSLFrames(const ZSLFrameSelectInfo& selectInfo) = 0;
 
-    // visitQueues for callers of other binaries. Throws std::bad_function_call when `visit` is empty and there is a
-    // queue to visit.
+    // Calls `visit` once per queue, in list order, null handles included. `visit` gets a handle of its own; another one
+    // keeps the queue should `visit` replace the element. Throws std::bad_function_call when `visit` is empty and there
+    // is a queue to visit.
     void forEachZSLQ(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues,
                      std::function<void(std::shared_ptr<ZSLFrameQueue>)> visit);
 
