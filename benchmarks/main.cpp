@@ -48,7 +48,6 @@ struct Scene {
 
     Capture capture;
     Floor floor{capture, choose(capture), cameraAdapter()};
-    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue = capture.request.zslQueues.front();
 };
 
 template <typename LibraryCall, typename FloorCall>
@@ -62,22 +61,6 @@ benchmark::internal::Benchmark* add(const std::string& name, Mode mode, LibraryC
         openLog(false);
     };
     return benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(kRounds)->UseManualTime();
-}
-
-// The floor of a strategy makes its calls and has the list grow once.
-template <typename Strategy>
-void addStrategy(const char* name, Mode mode, Strategy strategy, FloorCalls floorCalls = &Floor::strategyCalls) {
-    const auto library = [strategy](Scene& scene) {
-        FrameList selectList;
-        (static_cast<MotionZSLSelector&>(selector()).*strategy)(1, scene.capture.request, scene.metaQueue, selectList,
-                                                                scene.capture.zsdTs, 0);
-        return selectList;
-    };
-    const auto floor = [floorCalls](Scene& scene) {
-        (scene.floor.*floorCalls)(scene.capture.request, scene.metaQueue);
-        return FrameList(scene.floor.selection());
-    };
-    add(name, mode, library, floor)->ArgsProduct({kFrameCounts, kQueueCounts});
 }
 
 void addBenchmarks() {
@@ -95,16 +78,10 @@ void addBenchmarks() {
     }
     const auto gate = [](Scene& scene) { return selector().isSelectorNeeded(scene.capture.request); };
     const auto gateFloor = [](Scene& scene) { return scene.floor.isSelectorNeeded(scene.capture.request); };
-    add("gate", kLbmfHdr, gate, gateFloor)->ArgsProduct({kFrameCounts, kQueueCounts});
+    add("gate", kLbmfHdr, gate, gateFloor)->ArgsProduct({kFrameCounts, {3}});
     const auto check = [](Scene& scene) { return selector().checkFrame(scene.capture.check); };
     const auto checkFloor = [](Scene& scene) { return scene.floor.checkFrame(scene.capture.check); };
-    add("checkFrame", kPlain, check, checkFloor)->ArgsProduct({kFrameCounts, kQueueCounts});
-    addStrategy("ForZeroShutterDelay", kPlain, &MotionZSLSelector::selectZSLFramesForZeroShutterDelay);
-    addStrategy("ForNormal", kPlain, &MotionZSLSelector::selectZSLFramesForNormal, &Floor::normalCalls);
-    addStrategy("ForLbmfAndHdr", kLbmfHdr, &MotionZSLSelector::selectFramesForLbmfAndHdr);
-    addStrategy("ForBinningAndHdr", kBinningHdr, &MotionZSLSelector::selectFramesForBinningAndHdr);
-    addStrategy("ForSNSCBinning1", kBanding, &MotionZSLSelector::selectZSLFramesForSNSCBinning1);
-    addStrategy("ForSNSCBinning2", kPlain, &MotionZSLSelector::selectZSLFramesForSNSCBinning2);
+    add("checkFrame", kPlain, check, checkFloor)->ArgsProduct({kFrameCounts, {3}});
 }
 
 // Requests of every mode in turn through the one selector. What the first tenth leaves on the heap must be all there
