@@ -54,8 +54,8 @@ struct ZSLFrameEntry {
 // The HAL core's queue of captured frames. The core may add and drop frames while a selector reads: a frame that a
 // list names need not have an entry any more when it is asked for.
 //
-// A selector fetches the lists one after the other. The core lets a frame enter the consumer list and leave the
-// producer list in one step: a frame that both calls return, because it moved between them, may be chosen twice.
+// A selector fetches the consumer list first and the producer list after it. The core lets a frame enter the one and
+// leave the other in one step: a frame that stands in both for a while may be chosen twice.
 class ZSLFrameQueue {
 public:
     virtual ~ZSLFrameQueue();

@@ -3,8 +3,7 @@
 // For each capture request the core asks a selector whether it takes the request (isSelectorNeeded), lets it choose
 // frames (selectZSLFrames), and lets it vet single frames (checkFrame). It calls them on its request thread, one
 // request at a time per selector; selectors take no lock. Selectors are held as std::shared_ptr<ZSLSelectorBase> and
-// destroyed when the core drops the last one. What a selector shares with others of its library has duties of its own
-// for the core: see its class.
+// destroyed when the core drops the last one.
 
 #pragma once
 

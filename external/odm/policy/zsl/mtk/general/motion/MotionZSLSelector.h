@@ -30,8 +30,8 @@ public:
     // Passes on what checkDesiredSensorMode says, the most derived class's.
     zohal::ZSLSelectorResult checkFrame(const zohal::ZSLFrameCheckInfo& checkInfo) override;
 
-    // Chooses frames from the first queue of kind kMetaQueue and returns the one list under the id of every queue. A
-    // strategy that finds no frame can be served by counts as one that serves: then the list is empty, the map is not.
+    // Chooses frames from the first queue of kind kMetaQueue and returns the one list under the id of every queue. An
+    // empty list is a success as well: a strategy that serves may have found every frame used.
     zohal::SelectionResult selectZSLFrames(const zohal::ZSLFrameSelectInfo& selectInfo) override;
 
     // The strategies. They read no member of the selector, and share their parameters:
