@@ -57,6 +57,7 @@ TEST_F(ForeignCore, BaseCheckWantsTheModeOfTheCamerasRole) {
                 {"32 words", check({1, 32, words.substr(0, 128)}, 3), false},
                 {"stale payload", check({1, 0, words}, 3), false},
                 {"no data", check({1, 33, "", false}, 3), false},
+                {"more bytes than can be counted", check({1, SIZE_MAX / 4 + 1, words}, 3), true},
                 {"two unknown modes", check({}, 32), false},
                 {"null request", {kFrame, nullptr, kRequest, 0, 0, 0, check(role2, 3).zslQueues, 0}, false},
                 {"frame lost", check(role2, kLost), false}};
