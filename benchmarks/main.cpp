@@ -1,7 +1,5 @@
 // What the selector costs beside the floor, as a table; or, with --soak N, what N requests do to the memory.
 
-#include <desk/LogSink.h>
-#include <desk/OfflineLog.h>
 #include <dlfcn.h>
 #include <malloc.h>
 
@@ -15,10 +13,10 @@
 #include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
 #include "zodebug/Log.h"
 
-// Shut, the channels' levels are what shuts them.
-static void openLog(bool open) {
+// The channels' levels are what shuts them.
+static void shutLog() {
     zodebug::gZoCamLogGroup = zodebug::gZoCamOfflineLogGroup = zodebug::gZoCamDebugMask = ~0U;
-    zodebug::gZoCamLogLevel = zodebug::gZoCamOfflineLogLevel = open ? 3 : 5;
+    zodebug::gZoCamLogLevel = zodebug::gZoCamOfflineLogLevel = 5;
 }
 
 namespace bench {
@@ -58,7 +56,6 @@ benchmark::internal::Benchmark* add(const std::string& name, Mode mode, LibraryC
             scenes.emplace_back(mode, static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1)));
         }
         compare(state, scenes, library, floor);
-        openLog(false);
     };
     return benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(kRounds)->UseManualTime();
 }
@@ -66,16 +63,8 @@ benchmark::internal::Benchmark* add(const std::string& name, Mode mode, LibraryC
 void addBenchmarks() {
     const auto select = [](Scene& scene) { return selector().selectZSLFrames(scene.capture.request); };
     const auto floor = [](Scene& scene) { return scene.floor.selectZSLFrames(scene.capture.request); };
-    const auto selectLogging = [](Scene& scene) {
-        openLog(true);
-        desk::takeOfflineLog();
-        return selector().selectZSLFrames(scene.capture.request);
-    };
     for (const Mode mode : kModes)
         add(kModeNames[mode], mode, select, floor)->ArgsProduct({kFrameCounts, kQueueCounts});
-    for (const Mode mode : {kPlain, kLbmfHdr, kBanding}) {
-        add(std::string(kModeNames[mode]) + ", log open", mode, selectLogging, floor)->ArgsProduct({kFrameCounts, {3}});
-    }
     const auto gate = [](Scene& scene) { return selector().isSelectorNeeded(scene.capture.request); };
     const auto gateFloor = [](Scene& scene) { return scene.floor.isSelectorNeeded(scene.capture.request); };
     add("gate", kLbmfHdr, gate, gateFloor)->ArgsProduct({kFrameCounts, {3}});
@@ -104,8 +93,7 @@ int soak(long requests) {
 }  // namespace bench
 
 int main(int argc, char** argv) {
-    desk::setLogSink([](const desk::LogLine&) {});
-    openLog(false);
+    shutLog();
     // A HAL has many threads, so handles are counted atomically. Standard libraries do without in a process that never
     // had a second one.
     std::thread([] {}).join();
