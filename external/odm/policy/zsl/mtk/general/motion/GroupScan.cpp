@@ -54,8 +54,8 @@ bool GroupScan::appendNearestGroup(FrameList& selectList, zolog::Caller caller) 
     if (baseIndex == allList.size()) return false;
 
     // Consumer frames at positions counted in the list of all frames: the two lists need not begin alike.
-    const size_t end = std::min<size_t>(groupLength, consumer.size());
-    const size_t begin = std::min<size_t>(baseIndex, end);
+    const auto end = std::min<int64_t>(groupLength, static_cast<int64_t>(consumer.size()));
+    const auto begin = std::min<int64_t>(baseIndex, end);
     selectList.insert(selectList.end(), consumer.begin() + begin, consumer.begin() + end);
     return true;
 }
