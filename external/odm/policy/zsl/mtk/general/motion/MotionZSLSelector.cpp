@@ -279,7 +279,7 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const 
         // One frame earlier. The consumer part runs to the end of its list all the same, so without producers the span
         // gets longer.
         --begin;
-        end = std::max(end - 1, consumerEnd);
+        --end;
     }
 
     frames.appendNewer(selectList, begin, consumerEnd, lastZslFrame);
