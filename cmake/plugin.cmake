@@ -8,7 +8,7 @@ add_library(com.nexaro.zsl.motion SHARED
   external/odm/policy/zsl/mtk/general/motion/GroupScan.cpp
   external/odm/policy/zsl/mtk/general/motion/MotionTags.cpp
   external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.cpp)
-set(map ${CMAKE_SOURCE_DIR}/cmake/com.nexaro.zsl.motion.map)
+set(map ${CMAKE_SOURCE_DIR}/com.nexaro.zsl.motion.map)
 set_target_properties(com.nexaro.zsl.motion PROPERTIES PREFIX "" LINK_DEPENDS ${map}
                       LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 target_include_directories(com.nexaro.zsl.motion PUBLIC ${CMAKE_SOURCE_DIR})
