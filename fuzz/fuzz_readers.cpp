@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "CaseReader.h"
-#include "CaseWriter.h"
-#include "LogRebuild.h"
+#include "capture/CaseReader.h"
+#include "report/CaseWriter.h"
+#include "replay/LogRebuild.h"
 
 using namespace replay;
 

@@ -11,15 +11,15 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Canvas.h"
-#include "CaseReader.h"
-#include "Expect.h"
-#include "Explain.h"
-#include "FieldLog.h"
-#include "Picture.h"
-#include "Report.h"
-#include "Session.h"
-#include "WhatIf.h"
+#include "report/Canvas.h"
+#include "capture/CaseReader.h"
+#include "replay/Expect.h"
+#include "replay/Explain.h"
+#include "report/FieldLog.h"
+#include "report/Picture.h"
+#include "report/Report.h"
+#include "replay/Session.h"
+#include "replay/WhatIf.h"
 
 namespace {
 
@@ -46,8 +46,8 @@ bool replayCase(const Case& theCase, const Variant* variant, const Options& opti
     SessionOptions session = options.session;
     session.trace = variant != nullptr;
     const Case& shown = variant != nullptr ? variant->changed : theCase;
-    const auto before = variant != nullptr ? runCase(theCase, session) : std::vector<RequestRun>();
-    const std::vector<RequestRun> runs = runCase(shown, session);
+    const auto before = variant != nullptr ? runCase(theCase, session) : std::vector<Run>();
+    const std::vector<Run> runs = runCase(shown, session);
     if (variant != nullptr && !options.json) std::cout << "what if: " << options.changes.words() << '\n';
     size_t differing = 0;
     for (size_t i = 0; i < runs.size(); ++i) {

@@ -1,0 +1,43 @@
+// A case file as data that knows where it was written. YAML is parsed once, into this; a variant is a changed document,
+// and a saved case is a document printed.
+
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "capture/Case.h"
+
+namespace replay {
+
+// Immutable and cheap to copy; parts that aliases or variants share are shared in memory.
+class Document;
+
+// What --set and --drop ask for, as given on the command line.
+struct Changes {
+    std::vector<std::string> settings;  // KEY=VALUE, applied first, in the order given
+    std::vector<std::string> drops;     // FRAME[@QUEUE]
+
+    bool empty() const { return settings.empty() && drops.empty(); }
+    std::string words() const;  // as options
+};
+
+// All throw InputError, ready to print, with the place in the file; for a change, with the change in its stead.
+Document parseDocument(const std::string& file, const std::string& text);
+Case readCase(const Document& document);
+Document withChanges(const Document& document, const Changes& changes);  // each must leave a case that can be read
+
+// A case that was built rather than read (from a log), as a case file would give it. readCase() gives it back.
+Document documentOf(const Case& theCase);
+
+// The same, expecting other things of its requests, one expectation a request.
+Document expecting(const Document& document, const std::vector<Expectation>& expectations);
+
+// Prints a case file. Comments stand ahead of the file or of a request; no text in them can end a comment. A case of
+// many requests can be printed piece by piece: the head once, then the requests of documents that share it.
+void printHead(std::ostream& out, const Document& document, const std::vector<std::string>& comments);
+void printRequests(std::ostream& out, const Document& document,
+                   const std::vector<std::vector<std::string>>& commentsByRequest);
+
+}  // namespace replay
