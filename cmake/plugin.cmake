@@ -9,8 +9,7 @@ add_library(com.nexaro.zsl.motion SHARED
   external/odm/policy/zsl/mtk/general/motion/MotionTags.cpp
   external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.cpp)
 set(map ${CMAKE_SOURCE_DIR}/cmake/com.nexaro.zsl.motion.map)
-set_target_properties(com.nexaro.zsl.motion PROPERTIES PREFIX "" LINK_DEPENDS ${map}
-                      LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set_target_properties(com.nexaro.zsl.motion PROPERTIES PREFIX "" LINK_DEPENDS ${map})
 target_include_directories(com.nexaro.zsl.motion PUBLIC ${CMAKE_SOURCE_DIR})
 target_compile_options(com.nexaro.zsl.motion PRIVATE -fno-semantic-interposition)
 target_link_options(com.nexaro.zsl.motion PRIVATE -Wl,--version-script=${map} -Wl,-z,now)

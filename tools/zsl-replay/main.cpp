@@ -183,10 +183,10 @@ void addWhatIfOptions(CLI::App& app, Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::filesystem::path root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+    const std::filesystem::path root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "lib/zsl-replay";
     Options options;
-    options.session.plugin = root / "lib/com.nexaro.zsl.motion.so";
-    options.session.vendorDir = root / "vendor/lib64";
+    options.session.plugin = root / "com.nexaro.zsl.motion.so";
+    options.session.vendorDir = root / "vendor";
 
     CLI::App app{
         "Runs the requests of case files, or of logs in logcat's threadtime format, through the selector plug-in and\n"
@@ -203,7 +203,7 @@ int main(int argc, char** argv) {
     app.add_flag("--round-trip", options.roundTrip, "feed every case's own log back and compare the selections");
     app.add_flag("--json", options.json, "print one JSON object a request");
     addWhatIfOptions(app, options);
-    app.add_option("--plugin", options.session.plugin, "the plug-in to load")->capture_default_str();
+    app.add_option("--plugin", options.session.plugin, "the plug-in to load, instead of the one beside the tool");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
