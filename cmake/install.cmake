@@ -5,8 +5,8 @@
 #   lib/zsl-replay/         the plug-in and the desk's libraries; they bear names of a device's, and stay out of the system's
 #   lib/zsl-replay/vendor/  what a device has under /vendor/lib64
 #   share/                  cases, documents, manual page, completion (installed only)
-if(NOT ZSL_DESK)  # for a device: the plug-in alone
-  install(TARGETS com.nexaro.zsl.motion LIBRARY DESTINATION lib)
+if(NOT ZSL_DESK)  # for a device: the plug-in alone, where Android.bp puts it below /vendor
+  install(TARGETS com.nexaro.zsl.motion LIBRARY DESTINATION lib64/camera/components)
   return()
 endif()
 
@@ -30,7 +30,7 @@ set_target_properties(zsl-replay PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_B
 install(TARGETS zsl-replay RUNTIME DESTINATION bin)
 install(DIRECTORY cases DESTINATION share/zsl-replay)
 install(DIRECTORY docs/ DESTINATION share/doc/zsl-replay)
-install(FILES README.md cmake/debian/copyright cmake/debian/changelog DESTINATION share/doc/zsl-replay)
+install(FILES cmake/debian/copyright cmake/debian/changelog DESTINATION share/doc/zsl-replay)
 install(FILES tools/zsl-replay/completion.bash DESTINATION share/bash-completion/completions RENAME zsl-replay)
 
 find_program(HELP2MAN help2man)
@@ -46,6 +46,9 @@ else()
   message(STATUS "No help2man: there will be no manual page")
 endif()
 
+if(NOT PROJECT_IS_TOP_LEVEL)
+  return()
+endif()
 set(CPACK_PACKAGE_NAME zsl-replay)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "run the motion ZSL frame selector without a phone")
 set(CPACK_PACKAGE_DESCRIPTION

@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 missing=()
 while read -r package; do
   dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
-done <"$root/cmake/packages.txt"
+done <"$root/scripts/packages.txt"
 if ((${#missing[@]})); then
   echo "Installing ${missing[*]}" >&2
   sudo=
