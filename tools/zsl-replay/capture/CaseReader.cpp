@@ -127,9 +127,10 @@ Request readRequest(const RequestKeys& in, size_t position, const AdapterAnswer&
     if (in["metadata"]) request.metadata = readTags(in["metadata"]);
     request.adapter = in["adapter"] ? readAdapter(in["adapter"], before) : before;
     if (in["select"]) {
-        const std::string select = in["select"].text("gated or always");
-        if (select != "gated" && select != "always") in["select"].fail("gated or always");
-        request.selectAlways = select == "always";
+        const std::string select = in["select"].text("gated, always or never");
+        if (select != "gated" && select != "always" && select != "never") in["select"].fail("gated, always or never");
+        if (select == "always") request.select = halcore::Select::kAlways;
+        if (select == "never") request.select = halcore::Select::kNever;
     }
     if (in["queues"]) request.queues = readQueues(in["queues"]);
     if (in["call"]) request.call = readCall(in["call"]);
