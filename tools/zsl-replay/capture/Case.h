@@ -29,6 +29,7 @@ public:
 struct FrameData {
     int64_t shutterTimeNs = 0;
     uint32_t sensorMode = 0;
+    bool assumed = false;  // the input gives no shutter time
 };
 
 struct Queue {
@@ -65,17 +66,14 @@ struct Expectation {
     std::vector<std::string> logHas;
 };
 
-// The sensor-mode check of frames.
+// How the core has frames checked.
 struct Check {
     uint32_t camera = 0;
     int32_t role = 0;
     int32_t aiHlFrames = 0;
-    std::optional<FrameList> of;  // in the core's order; absent: the chosen ones, where a queue of type 2 is
-    std::optional<std::optional<Tags>> metadata;  // of the check's own request; absent: the request's
+    std::optional<FrameList> of;  // in the core's order; absent: the chosen frames, where there is a queue of type 2
+    std::optional<std::optional<Tags>> metadata;  // absent: the request's; none in it: no metadata object
 };
-
-// Whether the core asks for a selection.
-enum class Select { kGated, kAlways, kNever };
 
 // What the platform adapter answers: "absent", or the desk adapter's property ("0x300", "empty", "unavailable").
 using AdapterAnswer = std::string;
@@ -88,7 +86,7 @@ struct Request {
     uint32_t need = 1;
     std::optional<Tags> metadata = Tags();  // absent: no metadata object
     AdapterAnswer adapter = "absent";
-    Select select = Select::kGated;
+    halcore::Select select = halcore::Select::kGated;
     int64_t clockNs = 0;
     std::vector<Queue> queues;
     std::optional<halcore::StrategyCall> call;
