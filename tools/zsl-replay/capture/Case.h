@@ -66,16 +66,14 @@ struct Expectation {
     std::vector<std::string> logHas;
 };
 
-// The sensor-mode check of frames.
+// How the core has frames checked.
 struct Check {
     uint32_t camera = 0;
     int32_t role = 0;
     int32_t aiHlFrames = 0;
-    std::optional<FrameList> of;  // in the core's order; absent: the chosen ones, where a queue of type 2 is
-    std::optional<std::optional<Tags>> metadata;  // of the check's own request; absent: the request's
+    std::optional<FrameList> of;  // in the core's order; absent: the chosen frames, where there is a queue of type 2
+    std::optional<std::optional<Tags>> metadata;  // absent: the request's; none in it: no metadata object
 };
-
-using halcore::Select;
 
 // What the platform adapter answers: "absent", or the desk adapter's property ("0x300", "empty", "unavailable").
 using AdapterAnswer = std::string;
@@ -88,7 +86,7 @@ struct Request {
     uint32_t need = 1;
     std::optional<Tags> metadata = Tags();  // absent: no metadata object
     AdapterAnswer adapter = "absent";
-    Select select = Select::kGated;
+    halcore::Select select = halcore::Select::kGated;
     int64_t clockNs = 0;
     std::vector<Queue> queues;
     std::optional<halcore::StrategyCall> call;

@@ -129,7 +129,8 @@ Request readRequest(const RequestKeys& in, size_t position, const AdapterAnswer&
     if (in["select"]) {
         const std::string select = in["select"].text("gated, always or never");
         if (select != "gated" && select != "always" && select != "never") in["select"].fail("gated, always or never");
-        request.select = select == "always" ? Select::kAlways : select == "never" ? Select::kNever : Select::kGated;
+        if (select == "always") request.select = halcore::Select::kAlways;
+        if (select == "never") request.select = halcore::Select::kNever;
     }
     if (in["queues"]) request.queues = readQueues(in["queues"]);
     if (in["call"]) request.call = readCall(in["call"]);

@@ -162,8 +162,7 @@ Rebuilt Rebuilder::finish(const LoggedRequest& logged) {
     }
     if (!mOut.obstacle.empty()) return mOut;
     setFlags();
-    const bool taken = mLog.facts.gate && mLog.facts.gate->needed;
-    request.select = logged.selection && !taken ? Select::kAlways : Select::kGated;
+    if (logged.selection && !(mLog.facts.gate && mLog.facts.gate->needed)) request.select = halcore::Select::kAlways;
     if (!logged.fwkFrame) mOut.assumptions.push_back("framework frame: 0, as no line shows it");
     if (!hasLists) return mOut;
     if (!mLog.facts.targetNs) mOut.gaps.push_back("the line of the target moment is missing");

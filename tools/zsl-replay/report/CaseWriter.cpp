@@ -102,7 +102,7 @@ YAML::Node requestNode(const Request& request) {
     node["metadata"] = YAML::Node(YAML::NodeType::Map);
     for (const auto& [tag, value] : *request.metadata) node["metadata"][tag] = toYaml(tag, value);
     node["adapter"] = request.adapter;
-    if (request.select == Select::kAlways) node["select"] = "always";
+    if (request.select == halcore::Select::kAlways) node["select"] = "always";
     node["clock"] = request.clockNs;
     for (const Queue& queue : request.queues) node["queues"].push_back(queueNode(queue, *request.metaQueue()));
     node["check"]["role"] = request.check.role;
