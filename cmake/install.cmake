@@ -11,7 +11,7 @@ if(NOT ZSL_DESK)  # for a device: the plug-in alone, where Android.bp puts it be
 endif()
 
 set(libraries lib/zsl-replay)
-get_property(desk GLOBAL PROPERTY ZSL_DESK_LIBRARIES)
+get_property(desk DIRECTORY host PROPERTY BUILDSYSTEM_TARGETS)  # and not those of tests
 list(REMOVE_ITEM desk zocamera_adapter)
 foreach(library com.nexaro.zsl.motion ${desk})
   set_target_properties(${library} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${libraries}
