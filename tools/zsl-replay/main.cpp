@@ -38,8 +38,6 @@ struct Options {
     bool roundTrip = false;
 };
 
-std::string shownName(const std::string& file) { return file == "-" ? "<stdin>" : file; }
-
 // Runs a case, or its variant, and reports it; returns whether all came out as expected. What a case expects is not
 // held against its variant.
 bool replayCase(const Case& theCase, const Variant* variant, const Options& options) {
@@ -84,7 +82,7 @@ struct Input {
     std::string file;
     std::optional<Case> theCase;
     std::optional<Variant> variant;
-    std::unique_ptr<LineReader> stdinLog;  // what was read ahead can't be read again
+    std::unique_ptr<InputFile> log;
 };
 
 void readCaseInput(Input& input, const std::string& text, const Options& options) {
@@ -96,15 +94,11 @@ void readCaseInput(Input& input, const std::string& text, const Options& options
 }
 
 Input readInput(const std::string& file, const Options& options) {
-    Input input{shownName(file), std::nullopt, std::nullopt, nullptr};
-    auto reader = std::make_unique<LineReader>(file);
-    const std::string_view head = reader->head();
-    if (looksLikeLog(head)) {
-        if (file == "-") input.stdinLog = std::move(reader);
+    auto reader = std::make_unique<InputFile>(file);
+    Input input{reader->name(), std::nullopt, std::nullopt, nullptr};
+    if (reader->looksLikeLog()) {
+        input.log = std::move(reader);
         return input;
-    }
-    if (head.find('\0') != std::string_view::npos) {
-        throw InputError(input.file + ": expected a case file or a log, found binary data");
     }
     if (!options.saveCase.empty() && options.changes.empty()) {
         throw InputError("--save-case: expected --set or --drop");
@@ -129,8 +123,7 @@ bool replayLogInput(Input& input, const Options& options) {
     FieldLogOptions logOptions{options.session, options.style, options.json, options.summary, nullptr};
     if (keeps) logOptions.saved = &saved;
     if (asksMore) logOptions.saved = &rebuilt;
-    const auto reader = input.stdinLog ? std::move(input.stdinLog) : std::make_unique<LineReader>(input.file);
-    const bool reproduced = replayLog(std::cout, input.file, *reader, logOptions);
+    const bool reproduced = replayLog(std::cout, input.file, *input.log, logOptions);
     if (keeps && asksMore) saved << rebuilt.str();
     if (keeps && !saved.flush()) {
         throw InputError(options.saveCase + ": expected a file that can be written, found none");

@@ -122,7 +122,7 @@ std::string cause(LogReplay& replay, const ReplayedRequest& done, const Request&
 
 }  // namespace
 
-bool replayLog(std::ostream& out, const std::string& file, LineReader& reader, const FieldLogOptions& options) {
+bool replayLog(std::ostream& out, const std::string& file, InputFile& reader, const FieldLogOptions& options) {
     LogReport report(out, file, options);
     RequestCollector collector([&report](const LoggedRequest& logged) { report.add(logged); });
     while (const auto line = reader.next()) {

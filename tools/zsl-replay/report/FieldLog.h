@@ -22,7 +22,7 @@ struct FieldLogOptions {
 
 // Replays the requests in a log; returns whether every line of them was reproduced. Throws InputError when the log
 // holds none.
-bool replayLog(std::ostream& out, const std::string& file, LineReader& reader, const FieldLogOptions& options);
+bool replayLog(std::ostream& out, const std::string& file, InputFile& reader, const FieldLogOptions& options);
 
 // Replays the cases' own logs, and says where the selection that a log leads to is another than the case's, and which
 // assumption makes it so. Returns whether there is none that no assumption explains.
