@@ -8,8 +8,8 @@
 #include <memory>
 #include <sstream>
 
-#include "account/LogReader.h"
 #include "capture/Document.h"
+#include "capture/InputFile.h"
 #include "capture/Text.h"
 #include "replay/Replay.h"
 #include "report/JsonReport.h"
@@ -79,17 +79,16 @@ public:
 
 private:
     void serve(const std::string& file) {
-        const std::string name = file == "-" ? "<stdin>" : file;
         Totals ofFile(!mOptions.replay.against.empty());
         mOfFile = &ofFile;
         mProgress.beginFile();
-        LineReader input(file);
-        const bool isLog = looksLikeLog(input.head());
-        if (!isLog && input.head().find('\0') != std::string_view::npos) {
-            throw InputError(name + ": expected a case file or a log, found binary data");
-        }
+        InputFile input(file);
+        input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
+        const std::string& name = input.name();
+        const bool isLog = input.looksLikeLog();
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
         const Served served = isLog ? mReplay.serve(input, name) : serveCase(parseDocument(name, input.readAll()));
+        mProgress.endFile(input.bytesRead());
         mAll.addFile();
         if (isLog && served.requests == 0) noteEmptyLog(name);
         if (served.requests > 0) note(served);

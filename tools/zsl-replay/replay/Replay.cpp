@@ -276,7 +276,7 @@ RoundTrip Replay::roundTrip(const Case& theCase) {
     return result;
 }
 
-Served Replay::serve(LineReader& log, const std::string& name) {
+Served Replay::serve(InputFile& log, const std::string& name) {
     LogServing serving(*this, name);
     RequestCollector collector([&serving](const LoggedRequest& logged) { serving.add(logged); });
     while (const auto line = log.next()) {

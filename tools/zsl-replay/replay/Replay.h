@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "account/LogReader.h"
+#include "capture/InputFile.h"
 #include "capture/Document.h"
 #include "replay/Finding.h"
 
@@ -53,7 +53,7 @@ public:
     Replay(ReplayOptions options, Sink sink) : mOptions(std::move(options)), mSink(std::move(sink)) {}
 
     Served serve(const Case& theCase, const Case* changed = nullptr);  // a case file, and what the changes make of it
-    Served serve(LineReader& log, const std::string& name);  // no request in it: `requests` is 0, and no error
+    Served serve(InputFile& log, const std::string& name);  // no request in it: `requests` is 0, and no error
 
     // Hands on no finding.
     RoundTrip roundTrip(const Case& theCase);
