@@ -295,13 +295,15 @@ int main(int argc, char** argv) {
         "zsl-replay"};
     addOptions(app, options);
     try {
-        app.parse(argc, argv);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::Success& asked) {
+            std::ostringstream text;
+            app.exit(asked, text, text);
+            writeStandardOutput(text.str());
+            return 0;
+        }
         return run(options);
-    } catch (const CLI::Success& asked) {
-        std::ostringstream text;
-        app.exit(asked, text, text);
-        writeStandardOutput(text.str());
-        return 0;
     } catch (const std::exception& error) {
         clearProgress();
         std::cerr << printable(error.what()) << '\n';
