@@ -12,11 +12,9 @@
 #include <nlohmann/json.hpp>
 
 #include "report/Canvas.h"
-#include "capture/CaseReader.h"
 #include "replay/Replay.h"
 #include "report/Picture.h"
 #include "report/Report.h"
-#include "replay/WhatIf.h"
 
 namespace {
 
@@ -105,19 +103,12 @@ ReplayOptions replayOptions(const Options& options) {
 // A case, or a log that is yet to be read.
 struct Input {
     std::string file;
-    std::optional<Case> theCase;
-    std::optional<Variant> variant;
+    std::optional<Document> theCase;
     std::unique_ptr<LineReader> stdinLog;  // what was read ahead can't be read again
 };
 
-void readCaseInput(Input& input, const std::string& text, const Options& options) {
-    const YAML::Node tree = parseCase(input.file, text);
-    input.theCase = readCase(input.file, tree);
-    if (!options.changes.empty()) input.variant = makeVariant(*input.theCase, tree, options.changes);
-}
-
 Input readInput(const std::string& file, const Options& options) {
-    Input input{shownName(file), std::nullopt, std::nullopt, nullptr};
+    Input input{shownName(file), std::nullopt, nullptr};
     auto reader = std::make_unique<LineReader>(file);
     const std::string_view head = reader->head();
     if (looksLikeLog(head)) {
@@ -130,20 +121,21 @@ Input readInput(const std::string& file, const Options& options) {
     if (!options.saveCase.empty() && options.changes.empty()) {
         throw InputError("--save-case: expected --set or --drop");
     }
-    readCaseInput(input, reader->readAll(), options);
+    input.theCase = parseDocument(input.file, reader->readAll());
+    readCase(*input.theCase);
     return input;
 }
 
 bool replayInput(const Input& input, const Options& options) {
     if (options.roundTrip) {
-        const RoundTrip trip = Replay(replayOptions(options), nullptr).roundTrip(*input.theCase);
+        const RoundTrip trip = Replay(replayOptions(options), nullptr).roundTrip(readCase(*input.theCase));
         std::cout << input.file << ": " << trip.requests << " requests, " << trip.settled << " settled, " << trip.open << " open\n";
         for (const std::string& each : trip.failures) std::cout << "  " << each << '\n';
         return trip.failures.empty();
     }
     Reporter reporter(options);
     Replay replay(replayOptions(options), [&reporter](Finding&& finding) { reporter.report(finding); });
-    replay.serve(*input.theCase, input.variant ? &input.variant->changed : nullptr);
+    replay.serve(*input.theCase);
     return reporter.finish(input.file);
 }
 

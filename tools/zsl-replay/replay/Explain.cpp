@@ -4,8 +4,7 @@
 #include <map>
 #include <set>
 
-#include "capture/MetadataYaml.h"
-#include "capture/QueueYaml.h"
+#include "capture/Metadata.h"
 #include "capture/Text.h"
 
 namespace replay {

@@ -5,7 +5,7 @@
 #include <map>
 #include <utility>
 
-#include "capture/MetadataYaml.h"
+#include "capture/Metadata.h"
 
 namespace replay {
 

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "capture/MetadataYaml.h"
+#include "capture/Metadata.h"
 #include "desk/Clock.h"
 #include "desk/OfflineLog.h"
 #include "desk/VendorLibraries.h"
