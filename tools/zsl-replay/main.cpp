@@ -98,15 +98,12 @@ private:
     }
 
     Served serveCase(const Document& document) {
-        const Changes& changes = mOptions.replay.changes;
-        if (mSaved && changes.empty()) throw InputError("--save-case: expected --set or --drop");
+        if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
         if (!theCase.cutOff.empty()) warn(theCase.file + ": " + theCase.cutOff);
         mPlatform = theCase;
         mPlatform.requests.clear();
-        if (changes.empty()) return mReplay.serve(theCase);
-        const Case changed = readCase(withChanges(document, changes));
-        return mReplay.serve(theCase, &changed);
+        return mReplay.serve(document);
     }
 
     void feedBack(const Case& theCase) {

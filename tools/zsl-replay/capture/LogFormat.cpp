@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <regex>
+#include <vector>
 
 #include "capture/Text.h"
 
@@ -36,19 +37,19 @@ struct Format {
     std::regex pattern;
 };
 
-const Format* otherFormats(size_t& count) {
-    static const Format kFormats[] = {
-        {"brief", std::regex("^[VDIWEFS]/[^(]{1,80}\\( *[0-9]+\\): ")},
-        {"process", std::regex("^[VDIWEFS]\\( *[0-9]+\\) ")},
-        {"thread", std::regex("^[VDIWEFS]\\( *[0-9]+: *[0-9]+\\) ")},
-        {"tag", std::regex("^[VDIWEFS]/[^ :(]{1,80} *: ")},
-        {"time", std::regex("^[0-9-]{5,10} [0-9:.]{8,18} [VDIWEFS]/[^(]{1,80}\\( *[0-9]+\\): ")},
-        {"long", std::regex("^\\[ [0-9-]{5,10} [0-9:.]{8,18} +[0-9]+: *[0-9]+ [VDIWEFS]/")},
-        {"epoch or monotonic", std::regex("^ *[0-9]+\\.[0-9]{3,9} +[0-9]+ +[0-9]+ [VDIWEFS] [^ ]{1,80} *: ")},
-        {"raw", std::regex("^[A-Z]{2,8} [^ ]*ZSLSelector[^ ]*:[0-9]+ [A-Za-z0-9_()]+\\(\\)")},
+// All at the beginning of a line.
+const std::vector<Format>& otherFormats() {
+    static const std::vector<Format> formats = {
+        {"brief", std::regex("[VDIWEFS]/[^(]{1,80}\\( *[0-9]+\\): ")},
+        {"process", std::regex("[VDIWEFS]\\( *[0-9]+\\) ")},
+        {"thread", std::regex("[VDIWEFS]\\( *[0-9]+: *[0-9]+\\) ")},
+        {"tag", std::regex("[VDIWEFS]/[^ :(]{1,80} *: ")},
+        {"time", std::regex("[0-9-]{5,10} [0-9:.]{8,18} [VDIWEFS]/[^(]{1,80}\\( *[0-9]+\\): ")},
+        {"long", std::regex("\\[ [0-9-]{5,10} [0-9:.]{8,18} +[0-9]+: *[0-9]+ [VDIWEFS]/")},
+        {"epoch or monotonic", std::regex(" *[0-9]+\\.[0-9]{3,9} +[0-9]+ +[0-9]+ [VDIWEFS] [^ ]{1,80} *: ")},
+        {"raw", std::regex("[A-Z]{2,8} [^ ]*ZSLSelector[^ ]*:[0-9]+ [A-Za-z0-9_()]+\\(\\)")},
     };
-    count = sizeof(kFormats) / sizeof(kFormats[0]);
-    return kFormats;
+    return formats;
 }
 
 }  // namespace
@@ -71,10 +72,9 @@ bool parseHeader(std::string_view line, LogHeader& header) {
 
 const char* otherLogFormat(std::string_view line) {
     line = line.substr(0, kLongestHeader);
-    size_t count = 0;
-    const Format* const formats = otherFormats(count);
-    for (size_t i = 0; i < count; ++i) {
-        if (std::regex_search(line.begin(), line.end(), formats[i].pattern)) return formats[i].name;
+    for (const Format& format : otherFormats()) {
+        const auto anchored = std::regex_constants::match_continuous;
+        if (std::regex_search(line.begin(), line.end(), format.pattern, anchored)) return format.name;
     }
     return nullptr;
 }

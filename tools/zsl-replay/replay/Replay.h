@@ -52,7 +52,7 @@ class Replay {
 public:
     Replay(ReplayOptions options, Sink sink) : mOptions(std::move(options)), mSink(std::move(sink)) {}
 
-    Served serve(const Case& theCase, const Case* changed = nullptr);  // a case file, and what the changes make of it
+    Served serve(const Document& document);  // a case file
     Served serve(InputFile& log, const std::string& name);  // no request in it: `requests` is 0, and no error
 
     // Hands on no finding.
