@@ -79,14 +79,16 @@ public:
 
 private:
     void serve(const std::string& file) {
-        const std::string name = file == "-" ? "<stdin>" : file;
         Totals ofFile(!mOptions.replay.against.empty());
         mOfFile = &ofFile;
         mProgress.beginFile();
         InputFile input(file);
+        input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
+        const std::string& name = input.name();
         const bool isLog = input.looksLikeLog();
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
+        mProgress.endFile(input.bytesRead());
         mAll.addFile();
         if (isLog && served.requests == 0) noteEmptyLog(name);
         if (served.requests > 0) note(served);
@@ -96,15 +98,12 @@ private:
     }
 
     Served serveCase(const Document& document) {
-        const Changes& changes = mOptions.replay.changes;
-        if (mSaved && changes.empty()) throw InputError("--save-case: expected --set or --drop");
+        if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
         if (!theCase.cutOff.empty()) warn(theCase.file + ": " + theCase.cutOff);
         mPlatform = theCase;
         mPlatform.requests.clear();
-        if (changes.empty()) return mReplay.serve(theCase);
-        const Case changed = readCase(withChanges(document, changes));
-        return mReplay.serve(theCase, &changed);
+        return mReplay.serve(document);
     }
 
     void feedBack(const Case& theCase) {
@@ -293,13 +292,15 @@ int main(int argc, char** argv) {
         "zsl-replay"};
     addOptions(app, options);
     try {
-        app.parse(argc, argv);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::Success& asked) {
+            std::ostringstream text;
+            app.exit(asked, text, text);
+            writeStandardOutput(text.str());
+            return 0;
+        }
         return run(options);
-    } catch (const CLI::Success& asked) {
-        std::ostringstream text;
-        app.exit(asked, text, text);
-        writeStandardOutput(text.str());
-        return 0;
     } catch (const std::exception& error) {
         clearProgress();
         std::cerr << printable(error.what()) << '\n';
