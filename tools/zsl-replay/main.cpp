@@ -87,7 +87,7 @@ private:
         const std::string& name = input.name();
         const bool isLog = input.looksLikeLog();
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
-        const Served served = isLog ? mReplay.serve(input, name) : serveCase(parseDocument(name, input.readAll()));
+        const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
         mProgress.endFile(input.bytesRead());
         mAll.addFile();
         if (isLog && served.requests == 0) noteEmptyLog(name);

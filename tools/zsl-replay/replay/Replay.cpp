@@ -278,8 +278,8 @@ RoundTrip Replay::roundTrip(const Case& theCase) {
     return result;
 }
 
-Served Replay::serve(InputFile& log, const std::string& name) {
-    LogServing serving(*this, name);
+Served Replay::serve(InputFile& log) {
+    LogServing serving(*this, log.name());
     RequestCollector collector([&serving](const LoggedRequest& logged) { serving.add(logged); });
     while (const auto line = log.next()) {
         if (auto found = selectorLine(*line)) collector.add(std::move(*found));

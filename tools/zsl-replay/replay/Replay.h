@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "capture/InputFile.h"
 #include "capture/Document.h"
+#include "capture/InputFile.h"
 #include "replay/Finding.h"
 
 namespace replay {
@@ -53,7 +53,7 @@ public:
     Replay(ReplayOptions options, Sink sink) : mOptions(std::move(options)), mSink(std::move(sink)) {}
 
     Served serve(const Document& document);  // a case file
-    Served serve(InputFile& log, const std::string& name);  // no request in it: `requests` is 0, and no error
+    Served serve(InputFile& log);            // no request in it is no error
 
     // Hands on no finding.
     RoundTrip roundTrip(const Case& theCase);
