@@ -8,8 +8,8 @@
 #include <memory>
 #include <sstream>
 
-#include "account/LogReader.h"
 #include "capture/Document.h"
+#include "capture/InputFile.h"
 #include "capture/Text.h"
 #include "replay/Replay.h"
 #include "report/JsonReport.h"
@@ -79,17 +79,16 @@ public:
 
 private:
     void serve(const std::string& file) {
-        const std::string name = file == "-" ? "<stdin>" : file;
         Totals ofFile(!mOptions.replay.against.empty());
         mOfFile = &ofFile;
         mProgress.beginFile();
-        LineReader input(file);
-        const bool isLog = looksLikeLog(input.head());
-        if (!isLog && input.head().find('\0') != std::string_view::npos) {
-            throw InputError(name + ": expected a case file or a log, found binary data");
-        }
+        InputFile input(file);
+        input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
+        const std::string& name = input.name();
+        const bool isLog = input.looksLikeLog();
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
-        const Served served = isLog ? mReplay.serve(input, name) : serveCase(parseDocument(name, input.readAll()));
+        const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
+        mProgress.endFile(input.bytesRead());
         mAll.addFile();
         if (isLog && served.requests == 0) noteEmptyLog(name);
         if (served.requests > 0) note(served);
@@ -99,15 +98,17 @@ private:
     }
 
     Served serveCase(const Document& document) {
-        const Changes& changes = mOptions.replay.changes;
-        if (mSaved && changes.empty()) throw InputError("--save-case: expected --set or --drop");
+        if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
-        if (!theCase.cutOff.empty()) warn(theCase.file + ": " + theCase.cutOff);
+        if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
         mPlatform = theCase;
         mPlatform.requests.clear();
-        if (changes.empty()) return mReplay.serve(theCase);
-        const Case changed = readCase(withChanges(document, changes));
-        return mReplay.serve(theCase, &changed);
+        return mReplay.serve(document);
+    }
+
+    void noteCutOff(const std::string& what) {
+        warn(what);
+        if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
     }
 
     void feedBack(const Case& theCase) {
@@ -148,7 +149,7 @@ private:
         if (!mOptions.totals && mOptions.json) {
             writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
         } else if (!mOptions.totals && !(mOptions.summarizes() && finding.passes())) {
-            writeStandardOutput(textOf(finding, mText) + '\n');
+            writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
         if (mPicture) mPicture->add(finding);
         if (mSaved) mSaved->add(finding, finding.log ? platformOfLog(finding) : mPlatform);
@@ -170,7 +171,8 @@ private:
     void writeTotals() const {
         if (mAll.files() == 0) return;
         if (mOptions.json && mOptions.totals) writeStandardOutput(mAll.json());
-        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1)) writeStandardOutput(mAll.block());
+        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1))
+            writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
     }
 
     void warn(const std::string& what) const {
@@ -189,8 +191,9 @@ private:
     Totals mAll;
     Totals* mOfFile = nullptr;
     TextOptions mText;
-    Served mServed;  // the most that a file holds, and all framework frames
-    Case mPlatform;  // of the case file under way, without requests
+    size_t mReported = 0;  // one by one
+    Served mServed;        // the most that a file holds, and all framework frames
+    Case mPlatform;        // of the case file under way, without requests
     std::unique_ptr<PictureReport> mPicture;
     std::unique_ptr<SavedCase> mSaved;
     int mStatus = 0;
@@ -293,13 +296,15 @@ int main(int argc, char** argv) {
         "zsl-replay"};
     addOptions(app, options);
     try {
-        app.parse(argc, argv);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::Success& asked) {
+            std::ostringstream text;
+            app.exit(asked, text, text);
+            writeStandardOutput(text.str());
+            return 0;
+        }
         return run(options);
-    } catch (const CLI::Success& asked) {
-        std::ostringstream text;
-        app.exit(asked, text, text);
-        writeStandardOutput(text.str());
-        return 0;
     } catch (const std::exception& error) {
         clearProgress();
         std::cerr << printable(error.what()) << '\n';

@@ -5,7 +5,6 @@
 #include <set>
 
 #include "capture/Metadata.h"
-#include "capture/Queues.h"
 #include "capture/Text.h"
 
 namespace replay {

@@ -5,7 +5,6 @@
 #include <iterator>
 #include <numeric>
 
-#include "capture/Queues.h"
 #include "capture/Text.h"
 
 namespace replay {

@@ -53,10 +53,12 @@ void Replay::noteMapped(Finding& finding) {
     }
 }
 
-Served Replay::serve(const Case& theCase, const Case* changed) {
-    const Case& shown = changed != nullptr ? *changed : theCase;
+Served Replay::serve(const Document& document) {
+    const bool isChanged = !mOptions.changes.empty();
+    const Case theCase = readCase(document);
+    const Case shown = isChanged ? readCase(withChanges(document, mOptions.changes)) : theCase;
     std::vector<Run> before;
-    if (changed != nullptr) before = runAll(theCase, mOptions.plugin, false);
+    if (isChanged) before = runAll(theCase, mOptions.plugin, false);
     std::vector<Run> runs = runAll(shown, mOptions.plugin, mOptions.offlineLog);
     std::vector<Run> others;
     if (!mOptions.against.empty()) others = runAll(shown, mOptions.against, mOptions.offlineLog);
@@ -75,7 +77,7 @@ Served Replay::serve(const Case& theCase, const Case* changed) {
         finding.run = std::move(runs[i]);
         finding.account = accountOf(finding.run.log);
         workOut(finding);
-        if (changed != nullptr) {
+        if (isChanged) {
             finding.unchanged = theCase.requests[i];
             finding.before = std::move(before[i]);
             finding.whatIf = differenceOf(*finding.before, finding.run);
@@ -276,8 +278,8 @@ RoundTrip Replay::roundTrip(const Case& theCase) {
     return result;
 }
 
-Served Replay::serve(LineReader& log, const std::string& name) {
-    LogServing serving(*this, name);
+Served Replay::serve(InputFile& log) {
+    LogServing serving(*this, log.name());
     RequestCollector collector([&serving](const LoggedRequest& logged) { serving.add(logged); });
     while (const auto line = log.next()) {
         if (auto found = selectorLine(*line)) collector.add(std::move(*found));
