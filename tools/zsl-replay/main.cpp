@@ -211,36 +211,48 @@ void makeAbsolute(std::string& build) {
     if (!build.empty()) build = fs::absolute(build);
 }
 
+// Help in the words of manual pages: the parser would add its types, checks and what excludes what.
+struct PlainHelp : CLI::Formatter {
+    std::string make_option_opts(const CLI::Option* option) const override {
+        return option->get_option_text().empty() ? "" : ' ' + option->get_option_text();
+    }
+};
+
 void addChangeOptions(CLI::App& app, Options& options) {
     app.add_option("--set", options.replay.changes.settings,
-                   "KEY=VALUE: what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
+                   "what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
                    "metadata.nexaro.hdr.enabled), in every request, or in request N (N:KEY=VALUE); repeatable.\n"
                    "What the case expects is not compared: exit status 0")
+        ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
-    app.add_option(
-           "--drop", options.replay.changes.drops,
-           "FRAME[@QUEUE]: what if the queue with this id, or every queue, had lost the frame? Repeatable; after\n"
-           "--set")
+    app.add_option("--drop", options.replay.changes.drops,
+                   "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set")
+        ->option_text("FRAME[@QUEUE]")
         ->allow_extra_args(false);
     app.add_option("--against", options.replay.against,
                    "a second build of the plug-in: serve every request with it too, and report where they differ;\n"
                    "exit status 1 if they do")
+        ->option_text("FILE")
         ->check(CLI::ExistingFile);
     app.add_option("--save-case", options.saveCase,
                    "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out\n"
-                   "of it");
+                   "of it")
+        ->option_text("FILE");
 }
 
 void addReportOptions(CLI::App& app, Options& options) {
-    app.add_option("--frame", options.replay.frames, "N: only requests with this framework frame; repeatable")
+    app.add_option("--frame", options.replay.frames, "only requests with this framework frame; repeatable")
+        ->option_text("N")
         ->allow_extra_args(false);
-    app.add_option("--request", options.replay.numbers, "N: only request N of each file, from 1; repeatable")
+    app.add_option("--request", options.replay.numbers, "only request N of each file, from 1; repeatable")
+        ->option_text("N")
         ->allow_extra_args(false)
         ->check(CLI::PositiveNumber);
     app.add_flag("--explain", options.replay.explain,
                  "one line a frame: why it was chosen or left out, as the library was seen to do, or as a replay with\n"
                  "one thing changed shows");
     app.add_option("--picture", options.picture, "draw the requests to a file, one panel each: .svg or .png")
+        ->option_text("FILE")
         ->check([](const std::string& file) {
             return canDrawTo(file) ? std::string() : "expected a name ending in .svg or .png, found " + file;
         });
@@ -250,6 +262,7 @@ void addReportOptions(CLI::App& app, Options& options) {
                options.log = channel == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
            },
            "show the log lines of a channel: online (default) or offline")
+        ->option_text("[CHANNEL]")
         ->expected(0, 1)
         ->default_str("online")
         ->check(CLI::IsMember({"online", "offline"}));
@@ -258,11 +271,13 @@ void addReportOptions(CLI::App& app, Options& options) {
 }
 
 void addOptions(CLI::App& app, Options& options) {
+    app.formatter(std::make_shared<PlainHelp>());
     app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
-    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->required();
+    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
     addReportOptions(app, options);
     addChangeOptions(app, options);
-    app.add_option("--plugin", options.replay.plugin, "the plug-in to load, instead of the one beside the tool");
+    app.add_option("--plugin", options.replay.plugin, "the plug-in to load, instead of the one beside the tool")
+        ->option_text("FILE");
     auto* roundTrip =
         app.add_flag("--round-trip", options.roundTrip,
                      "feed every case's own log back and compare the selections; alone, or with --plugin");
