@@ -100,10 +100,15 @@ private:
     Served serveCase(const Document& document) {
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
-        if (!theCase.cutOff.empty()) warn(theCase.file + ": " + theCase.cutOff);
+        if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
         mPlatform = theCase;
         mPlatform.requests.clear();
         return mReplay.serve(document);
+    }
+
+    void noteCutOff(const std::string& what) {
+        warn(what);
+        if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
     }
 
     void feedBack(const Case& theCase) {
@@ -144,7 +149,7 @@ private:
         if (!mOptions.totals && mOptions.json) {
             writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
         } else if (!mOptions.totals && !(mOptions.summarizes() && finding.passes())) {
-            writeStandardOutput(textOf(finding, mText) + '\n');
+            writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
         if (mPicture) mPicture->add(finding);
         if (mSaved) mSaved->add(finding, finding.log ? platformOfLog(finding) : mPlatform);
@@ -166,7 +171,8 @@ private:
     void writeTotals() const {
         if (mAll.files() == 0) return;
         if (mOptions.json && mOptions.totals) writeStandardOutput(mAll.json());
-        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1)) writeStandardOutput(mAll.block());
+        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1))
+            writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
     }
 
     void warn(const std::string& what) const {
@@ -185,8 +191,9 @@ private:
     Totals mAll;
     Totals* mOfFile = nullptr;
     TextOptions mText;
-    Served mServed;  // the most that a file holds, and all framework frames
-    Case mPlatform;  // of the case file under way, without requests
+    size_t mReported = 0;  // one by one
+    Served mServed;        // the most that a file holds, and all framework frames
+    Case mPlatform;        // of the case file under way, without requests
     std::unique_ptr<PictureReport> mPicture;
     std::unique_ptr<SavedCase> mSaved;
     int mStatus = 0;
