@@ -89,8 +89,8 @@ private:
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
         mProgress.endFile(input.bytesRead());
-        mAll.addFile();
         if (isLog && served.requests == 0) noteEmptyLog(name);
+        mAll.addFile();
         if (served.requests > 0) note(served);
         if (!mOptions.json && mOptions.hasSeveralFiles() && ofFile.requests() > 0) {
             writeStandardOutput(ofFile.line(name));
@@ -113,9 +113,9 @@ private:
 
     void feedBack(const Case& theCase) {
         const RoundTrip trip = mReplay.roundTrip(theCase);
-        std::string text = theCase.file + ": of " + std::to_string(trip.requests) + " selections that were fed back " +
-                           std::to_string(trip.settled) + " came out again, and " + std::to_string(trip.open) +
-                           " are among those that their logs leave open\n";
+        std::string text = printable(theCase.file) + ": of " + std::to_string(trip.requests) +
+                           " selections that were fed back " + std::to_string(trip.settled) + " came out again, and " +
+                           std::to_string(trip.open) + " are among those that their logs leave open\n";
         for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
         writeStandardOutput(text);
         if (!trip.failures.empty() && mStatus == 0) mStatus = 1;
@@ -170,9 +170,11 @@ private:
 
     void writeTotals() const {
         if (mAll.files() == 0) return;
-        if (mOptions.json && mOptions.totals) writeStandardOutput(mAll.json());
-        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1))
+        if (mOptions.json) {
+            if (mOptions.totals) writeStandardOutput(mAll.json());
+        } else if (mOptions.totals || mAll.requests() > 1) {
             writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
+        }
     }
 
     void warn(const std::string& what) const {
