@@ -268,17 +268,24 @@ void addOptions(CLI::App& app, Options& options) {
     addReportOptions(app, options);
     addChangeOptions(app, options);
     app.add_option("--plugin", options.replay.plugin, "the plug-in to load")->capture_default_str();
-    auto* roundTrip =
-        app.add_flag("--round-trip", options.roundTrip,
-                     "feed every case's own log back and compare the selections; alone, or with --plugin");
-    for (const char* other : {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set",
-                              "--drop", "--against", "--save-case"}) {
-        roundTrip->excludes(app.get_option(other));
-    }
-    for (const char* other : {"--explain", "--log"}) app.get_option("--totals")->excludes(app.get_option(other));
+    app.add_flag("--round-trip", options.roundTrip,
+                 "feed every case's own log back and compare the selections; alone, or with --plugin");
 }
 
-int run(Options& options) {
+// What would be ignored is refused.
+void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
+    for (const std::string& other : others) {
+        if (app.count(option) > 0 && app.count(other) > 0) {
+            throw InputError(option + ": expected without " + other + ", found both");
+        }
+    }
+}
+
+int run(const CLI::App& app, Options& options) {
+    refuseTogether(app, "--totals", {"--explain", "--log"});
+    refuseTogether(app, "--round-trip",
+                   {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set", "--drop",
+                    "--against", "--save-case"});
     makeAbsolute(options.replay.plugin);
     makeAbsolute(options.replay.against);
     options.replay.offlineLog = options.log == LogChannel::kOffline;
@@ -309,7 +316,7 @@ int main(int argc, char** argv) {
             writeStandardOutput(text.str());
             return 0;
         }
-        return run(options);
+        return run(app, options);
     } catch (const std::exception& error) {
         clearProgress();
         std::cerr << printable(error.what()) << '\n';
