@@ -12,7 +12,7 @@ namespace replay {
 namespace {
 
 constexpr Recording kForComparison = {false, true, false};
-constexpr size_t kMostFramesServed = 4'000'000;  // by the replays for one request, which takes seconds
+constexpr size_t kMostListed = 500;  // frames that are tried as the last used one; time and memory grow by the square
 
 FrameList sorted(FrameList frames) {
     std::sort(frames.begin(), frames.end());
@@ -192,7 +192,7 @@ void LogReplay::searchLostFrames(const Account& logged, const LogMatch& match, A
 void LogReplay::tryLastUsedFrames(const LogMatch& match, Attempt& best, ReplayedRequest& out) {
     Request& request = best.rebuilt.request;
     FrameList candidates = best.run.outcome.selected ? listedFrames(request) : FrameList();
-    if (candidates.size() * candidates.size() > kMostFramesServed) {
+    if (candidates.size() > kMostListed) {
         out.evidence.open = "too many frames are listed to try each as the last used one";
         candidates.clear();
     }
