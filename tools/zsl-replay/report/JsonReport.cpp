@@ -47,8 +47,10 @@ void addRequest(const Finding& finding, Json& json) {
         json["time"] = log->time;
     }
     json["recorded"] = finding.recorded;
-    if (isRebuilt(finding)) json["need"] = request.need;
-    if (isRebuilt(finding)) json["master"] = request.master;
+    if (!finding.log || finding.account.driver) {  // a refused request's log does not tell
+        json["need"] = request.need;
+        json["master"] = request.master;
+    }
     if (finding.account.driver) json["sensorMode"] = finding.account.driver->sensorModeType;
     json["consumer"] = meta != nullptr ? meta->consumer : FrameList();
     json["producer"] = meta != nullptr ? meta->producer : FrameList();
