@@ -54,7 +54,7 @@ if command -v jq >/dev/null; then
     while read -r column; do grep -qx "$column" columns || echo "no column $column"; done >lacking
   [[ ! -s lacking ]] || fail "$(<lacking)"
   if command -v sqlite3 >/dev/null; then
-    answers=$(cat $(grep -L '^{' blocks/*.out) | sort | uniq -c)
+    answers=$(grep -LZ "^{" blocks/*.out | xargs -0 cat | sort | uniq -c)
     grep -q 'mode .* of' <<<"$answers" && grep -q '\.log' <<<"$answers" || fail "no answers: $answers"
     ! grep -v '^ *2 ' <<<"$answers" || fail "jq and SQLite disagree"
   fi
