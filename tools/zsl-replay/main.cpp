@@ -89,8 +89,8 @@ private:
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
         mProgress.endFile(input.bytesRead());
-        mAll.addFile();
         if (isLog && served.requests == 0) noteEmptyLog(name);
+        mAll.addFile();
         if (served.requests > 0) note(served);
         if (!mOptions.json && mOptions.hasSeveralFiles() && ofFile.requests() > 0) {
             writeStandardOutput(ofFile.line(name));
@@ -113,9 +113,9 @@ private:
 
     void feedBack(const Case& theCase) {
         const RoundTrip trip = mReplay.roundTrip(theCase);
-        std::string text = theCase.file + ": of " + std::to_string(trip.requests) + " selections that were fed back " +
-                           std::to_string(trip.settled) + " came out again, and " + std::to_string(trip.open) +
-                           " are among those that their logs leave open\n";
+        std::string text = printable(theCase.file) + ": of " + std::to_string(trip.requests) +
+                           " selections that were fed back " + std::to_string(trip.settled) + " came out again, and " +
+                           std::to_string(trip.open) + " are among those that their logs leave open\n";
         for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
         writeStandardOutput(text);
         if (!trip.failures.empty() && mStatus == 0) mStatus = 1;
@@ -170,9 +170,11 @@ private:
 
     void writeTotals() const {
         if (mAll.files() == 0) return;
-        if (mOptions.json && mOptions.totals) writeStandardOutput(mAll.json());
-        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1))
+        if (mOptions.json) {
+            if (mOptions.totals) writeStandardOutput(mAll.json());
+        } else if (mOptions.totals || mAll.requests() > 1) {
             writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
+        }
     }
 
     void warn(const std::string& what) const {
@@ -266,17 +268,24 @@ void addOptions(CLI::App& app, Options& options) {
     addReportOptions(app, options);
     addChangeOptions(app, options);
     app.add_option("--plugin", options.replay.plugin, "the plug-in to load")->capture_default_str();
-    auto* roundTrip =
-        app.add_flag("--round-trip", options.roundTrip,
-                     "feed every case's own log back and compare the selections; alone, or with --plugin");
-    for (const char* other : {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set",
-                              "--drop", "--against", "--save-case"}) {
-        roundTrip->excludes(app.get_option(other));
-    }
-    for (const char* other : {"--explain", "--log"}) app.get_option("--totals")->excludes(app.get_option(other));
+    app.add_flag("--round-trip", options.roundTrip,
+                 "feed every case's own log back and compare the selections; alone, or with --plugin");
 }
 
-int run(Options& options) {
+// What would be ignored is refused.
+void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
+    for (const std::string& other : others) {
+        if (app.count(option) > 0 && app.count(other) > 0) {
+            throw InputError(option + ": expected without " + other + ", found both");
+        }
+    }
+}
+
+int run(const CLI::App& app, Options& options) {
+    refuseTogether(app, "--totals", {"--explain", "--log"});
+    refuseTogether(app, "--round-trip",
+                   {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set", "--drop",
+                    "--against", "--save-case"});
     makeAbsolute(options.replay.plugin);
     makeAbsolute(options.replay.against);
     options.replay.offlineLog = options.log == LogChannel::kOffline;
@@ -307,7 +316,7 @@ int main(int argc, char** argv) {
             writeStandardOutput(text.str());
             return 0;
         }
-        return run(options);
+        return run(app, options);
     } catch (const std::exception& error) {
         clearProgress();
         std::cerr << printable(error.what()) << '\n';
