@@ -19,7 +19,7 @@ bool isPlain(const std::string& text) {
     return !isNull && (isWordOrNumber(text[0]) || (text[0] == '-' && text.size() > 1 && isWordOrNumber(text[1])));
 }
 
-std::string textOf(const std::string& text) { return isPlain(text) ? text : '"' + escaped(text, "\"\\") + '"'; }
+std::string textOf(const std::string& text) { return isPlain(text) ? text : quoted(text); }
 
 // Whether it takes lines of its own where it is long: a list or map that holds another, or messages.
 bool isSpread(const NodePtr& node) {
