@@ -4,225 +4,326 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
 
-#include <nlohmann/json.hpp>
-
-#include "Canvas.h"
-#include "CaseReader.h"
-#include "Expect.h"
-#include "Explain.h"
-#include "FieldLog.h"
-#include "Picture.h"
-#include "Report.h"
-#include "Session.h"
-#include "WhatIf.h"
+#include "capture/Document.h"
+#include "capture/InputFile.h"
+#include "capture/Text.h"
+#include "replay/Replay.h"
+#include "report/JsonReport.h"
+#include "report/PictureReport.h"
+#include "report/Progress.h"
+#include "report/SavedCase.h"
+#include "report/TextReport.h"
+#include "report/Totals.h"
 
 namespace {
 
 using namespace replay;
+namespace fs = std::filesystem;
 
 struct Options {
     std::vector<std::string> files;
-    SessionOptions session;
-    ReportStyle style;
+    ReplayOptions replay;
+    LogChannel log = LogChannel::kNone;
     bool json = false;
-    bool summary = false;  // one line a file
-    Changes changes;
-    bool explain = false;
+    bool totals = false;
+    bool roundTrip = false;
     std::string picture;
     std::string saveCase;
-    bool roundTrip = false;
+
+    bool hasSeveralFiles() const { return files.size() > 1; }
+    bool picks() const { return !replay.frames.empty() || !replay.numbers.empty(); }
+    // Of several files only what is not as it should be is reported one by one, unless more is asked about requests.
+    bool summarizes() const { return hasSeveralFiles() && !replay.explain && replay.changes.empty() && !picks(); }
 };
 
-std::string shownName(const std::string& file) { return file == "-" ? "<stdin>" : file; }
-
-// Runs a case, or its variant, and reports it; returns whether all came out as expected. What a case expects is not
-// held against its variant.
-bool replayCase(const Case& theCase, const Variant* variant, const Options& options) {
-    SessionOptions session = options.session;
-    session.trace = variant != nullptr;
-    const Case& shown = variant != nullptr ? variant->changed : theCase;
-    const auto before = variant != nullptr ? runCase(theCase, session) : std::vector<RequestRun>();
-    const std::vector<RequestRun> runs = runCase(shown, session);
-    if (variant != nullptr && !options.json) std::cout << "what if: " << options.changes.words() << '\n';
-    size_t differing = 0;
-    for (size_t i = 0; i < runs.size(); ++i) {
-        const Request& request = shown.requests[i];
-        const auto found = variant != nullptr ? std::vector<std::string>() : differences(request, runs[i]);
-        differing += found.empty() ? 0 : 1;
-        if (!options.json && options.summary && found.empty()) continue;
-        const auto why = options.explain ? explain(shown, i, runs[i], session) : std::vector<std::string>();
-        if (options.json) {
-            nlohmann::ordered_json more = nlohmann::ordered_json::object();
-            if (variant != nullptr) more["whatIf"] = differenceJson(compareRuns(before[i], runs[i]));
-            if (options.explain) more["explain"] = why;
-            reportJson(std::cout, theCase.file, request, runs[i], found, options.style.log, more);
-            continue;
+// Leads files through the rooms, and findings to whoever wants them.
+class Desk {
+public:
+    explicit Desk(const Options& options)
+        : mOptions(options),
+          mReplay(options.replay, [this](Finding&& finding) { report(finding); }),
+          mProgress(options.files),
+          mAll(!options.replay.against.empty()),
+          mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), options.log} {
+        refuseStandardOutputTo(options.files);
+        std::vector<std::string> inputs = options.files;
+        for (const std::string& build : {options.replay.plugin, options.replay.against}) {
+            if (!build.empty()) inputs.push_back(build);
         }
-        if (i > 0 && !options.summary) std::cout << '\n';
-        reportText(std::cout, request, runs[i], found, options.style);
-        if (variant != nullptr) reportDifference(std::cout, compareRuns(before[i], runs[i]));
-        for (const std::string& line : why) std::cout << line << '\n';
+        if (!options.picture.empty()) {
+            mPicture = std::make_unique<PictureReport>(options.picture, inputs, options.hasSeveralFiles());
+        }
+        if (!options.saveCase.empty()) mSaved = std::make_unique<SavedCase>(options.saveCase, inputs, origin());
     }
-    if (!options.picture.empty()) drawPicture(options.picture, shown, runs);
-    if (variant != nullptr && !options.saveCase.empty()) {
-        saveVariant(options.saveCase, *variant, runs, options.changes);
-    }
-    if (options.summary && !options.json) {
-        std::cout << theCase.file << ": " << runs.size() << (runs.size() == 1 ? " request, " : " requests, ")
-                  << (differing == 0 ? "as expected" : std::to_string(differing) + " differ") << '\n';
-    }
-    return differing == 0;
-}
 
-// A case, or a log that is yet to be read.
-struct Input {
-    std::string file;
-    std::optional<Case> theCase;
-    std::optional<Variant> variant;
-    std::unique_ptr<LineReader> stdinLog;  // what was read ahead can't be read again
+    int run() {
+        for (const std::string& file : mOptions.files) {
+            try {
+                serve(file);
+            } catch (const InputError& error) {
+                complain(error.what());
+            }
+        }
+        if (mStatus != 2 && mOptions.picks() && mAll.requests() == 0) complain(nothingPicked());
+        clearProgress();
+        writeTotals();
+        if (mStatus == 2) return mStatus;  // nothing is kept
+        if (mPicture) mPicture->finish();
+        if (mSaved) mSaved->finish();
+        return mStatus;
+    }
+
+private:
+    void serve(const std::string& file) {
+        Totals ofFile(!mOptions.replay.against.empty());
+        mOfFile = &ofFile;
+        mProgress.beginFile();
+        InputFile input(file);
+        input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
+        const std::string& name = input.name();
+        const bool isLog = input.looksLikeLog();
+        if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
+        const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
+        mProgress.endFile(input.bytesRead());
+        if (isLog && served.requests == 0) noteEmptyLog(name);
+        mAll.addFile();
+        if (served.requests > 0) note(served);
+        if (!mOptions.json && mOptions.hasSeveralFiles() && ofFile.requests() > 0) {
+            writeStandardOutput(ofFile.line(name));
+        }
+    }
+
+    Served serveCase(const Document& document) {
+        if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
+        const Case theCase = readCase(document);
+        if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
+        mPlatform = theCase;
+        mPlatform.requests.clear();
+        return mReplay.serve(document);
+    }
+
+    void noteCutOff(const std::string& what) {
+        warn(what);
+        if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
+    }
+
+    void feedBack(const Case& theCase) {
+        const RoundTrip trip = mReplay.roundTrip(theCase);
+        std::string text = printable(theCase.file) + ": of " + std::to_string(trip.requests) +
+                           " selections that were fed back " + std::to_string(trip.settled) + " came out again, and " +
+                           std::to_string(trip.open) + " are among those that their logs leave open\n";
+        for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
+        writeStandardOutput(text);
+        if (!trip.failures.empty() && mStatus == 0) mStatus = 1;
+    }
+
+    // One among many is no error.
+    void noteEmptyLog(const std::string& name) {
+        const std::string what = name + ": expected a log with lines of the selector, found none";
+        if (!mOptions.hasSeveralFiles()) throw InputError(what);
+        warn(what);
+        mAll.addFileWithoutRequests();
+    }
+
+    void note(const Served& served) {
+        const bool isFirst = mServed.requests == 0;
+        mServed.requests = std::max(mServed.requests, served.requests);
+        mServed.firstFrame = isFirst ? served.firstFrame : std::min(mServed.firstFrame, served.firstFrame);
+        mServed.lastFrame = std::max(mServed.lastFrame, served.lastFrame);
+    }
+
+    std::string nothingPicked() const {
+        return "--frame and --request: expected requests from 1 to " + std::to_string(mServed.requests) +
+               " and framework frames from " + std::to_string(mServed.firstFrame) + " to " +
+               std::to_string(mServed.lastFrame) + ", found none of those asked for";
+    }
+
+    void report(const Finding& finding) {
+        mAll.add(finding);
+        mOfFile->add(finding);
+        if (!finding.passes() && mStatus == 0) mStatus = 1;
+        if (!mOptions.totals && mOptions.json) {
+            writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
+        } else if (!mOptions.totals && !(mOptions.summarizes() && finding.passes())) {
+            writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
+        }
+        if (mPicture) mPicture->add(finding);
+        if (mSaved) mSaved->add(finding, finding.log ? platformOfLog(finding) : mPlatform);
+    }
+
+    static Case platformOfLog(const Finding& finding) {
+        Case platform;
+        if (finding.account.disabled) platform.properties[kSwitchProperty] = "true";
+        return platform;
+    }
+
+    std::vector<std::string> origin() const {
+        const Changes& changes = mOptions.replay.changes;
+        const std::string file = mOptions.files.front();
+        if (changes.empty()) return {"Rebuilt from " + file};
+        return {"A variant of " + file + " with " + changes.words(), "It expects what came out of it."};
+    }
+
+    void writeTotals() const {
+        if (mAll.files() == 0) return;
+        if (mOptions.json) {
+            if (mOptions.totals) writeStandardOutput(mAll.json());
+        } else if (mOptions.totals || mAll.requests() > 1) {
+            writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
+        }
+    }
+
+    void warn(const std::string& what) const {
+        clearProgress();
+        std::cerr << printable(what) << '\n';
+    }
+
+    void complain(const std::string& what) {
+        warn(what);
+        mStatus = 2;
+    }
+
+    const Options& mOptions;
+    Replay mReplay;
+    Progress mProgress;
+    Totals mAll;
+    Totals* mOfFile = nullptr;
+    TextOptions mText;
+    size_t mReported = 0;  // one by one
+    Served mServed;        // the most that a file holds, and all framework frames
+    Case mPlatform;        // of the case file under way, without requests
+    std::unique_ptr<PictureReport> mPicture;
+    std::unique_ptr<SavedCase> mSaved;
+    int mStatus = 0;
 };
 
-void readCaseInput(Input& input, const std::string& text, const Options& options) {
-    const YAML::Node tree = parseCase(input.file, text);
-    input.theCase = readCase(input.file, tree);
-    if (!options.changes.empty()) input.variant = makeVariant(*input.theCase, tree, options.changes);
+// The plug-in and the desk's libraries lie beside the tool, built or installed, wherever that is moved to.
+void findLibraries(ReplayOptions& options) {
+    const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
+    options.plugin = bin.parent_path() / "lib/zsl-replay/com.nexaro.zsl.motion.so";
+    options.vendorDir = bin.parent_path() / "lib/zsl-replay/vendor";
 }
 
-Input readInput(const std::string& file, const Options& options) {
-    Input input{shownName(file), std::nullopt, std::nullopt, nullptr};
-    auto reader = std::make_unique<LineReader>(file);
-    const std::string_view head = reader->head();
-    if (looksLikeLog(head)) {
-        if (file == "-") input.stdinLog = std::move(reader);
-        return input;
-    }
-    if (head.find('\0') != std::string_view::npos) {
-        throw InputError(input.file + ": expected a case file or a log, found binary data");
-    }
-    if (!options.saveCase.empty() && options.changes.empty()) {
-        throw InputError("--save-case: expected --set or --drop");
-    }
-    readCaseInput(input, reader->readAll(), options);
-    return input;
+// A bare name would be looked for where the system's libraries are.
+void makeAbsolute(std::string& build) {
+    if (!build.empty()) build = fs::absolute(build);
 }
 
-bool replayInput(const Input& input, const Options& options) {
-    const Variant* variant = input.variant ? &*input.variant : nullptr;
-    if (input.theCase && options.roundTrip) return roundTrip(std::cout, *input.theCase, options.session);
-    return replayCase(*input.theCase, variant, options);
-}
-
-// What is asked of a log beyond its report is asked of the case that it is rebuilt into.
-bool replayLogInput(Input& input, const Options& options) {
-    const bool asksMore = options.explain || !options.picture.empty() || !options.changes.empty();
-    const bool keeps = !options.saveCase.empty() && options.changes.empty();  // as rebuilt, not a variant of it
-    std::ostringstream rebuilt;
-    std::ofstream saved;
-    if (keeps) saved.open(options.saveCase);
-    FieldLogOptions logOptions{options.session, options.style, options.json, options.summary, nullptr};
-    if (keeps) logOptions.saved = &saved;
-    if (asksMore) logOptions.saved = &rebuilt;
-    const auto reader = input.stdinLog ? std::move(input.stdinLog) : std::make_unique<LineReader>(input.file);
-    const bool reproduced = replayLog(std::cout, input.file, *reader, logOptions);
-    if (keeps && asksMore) saved << rebuilt.str();
-    if (keeps && !saved.flush()) {
-        throw InputError(options.saveCase + ": expected a file that can be written, found none");
-    }
-    if (!asksMore) return reproduced;
-    readCaseInput(input, rebuilt.str(), options);
-    return replayInput(input, options) && reproduced;
-}
-
-int replayAll(const Options& options) {
-    // Every case is read before anything runs; a log may be larger than memory.
-    std::vector<Input> inputs;
-    for (const std::string& file : options.files) inputs.push_back(readInput(file, options));
-    size_t differing = 0;
-    for (Input& each : inputs) {
-        differing += (each.theCase ? replayInput(each, options) : replayLogInput(each, options)) ? 0 : 1;
-    }
-    if (options.summary && !options.json) {
-        std::cout << "total: " << inputs.size() << " files, " << differing << " differ\n";
-    }
-    return differing == 0 ? 0 : 1;
-}
-
-int usageError(const char* what) {
-    std::cerr << what << '\n';
-    return 2;
-}
-
-void addWhatIfOptions(CLI::App& app, Options& options) {
-    app.add_option("--set", options.changes.settings,
-                   "KEY=VALUE: what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
+void addChangeOptions(CLI::App& app, Options& options) {
+    app.add_option("--set", options.replay.changes.settings,
+                   "what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
                    "metadata.nexaro.hdr.enabled), in every request, or in request N (N:KEY=VALUE); repeatable.\n"
                    "What the case expects is not compared: exit status 0")
+        ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
-    app.add_option(
-           "--drop", options.changes.drops,
-           "FRAME[@QUEUE]: what if the queue with this id, or every queue, had lost the frame? Repeatable; after\n"
-           "--set")
+    app.add_option("--drop", options.replay.changes.drops,
+                   "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set")
+        ->option_text("FRAME[@QUEUE]")
         ->allow_extra_args(false);
-    app.add_option(
-        "--save-case", options.saveCase,
-        "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out of it");
-    app.add_flag("--explain", options.explain,
+    app.add_option("--against", options.replay.against,
+                   "a second build of the plug-in: serve every request with it too, and report where they differ;\n"
+                   "exit status 1 if they do")
+        ->option_text("FILE")
+        ->check(CLI::ExistingFile);
+    app.add_option("--save-case", options.saveCase,
+                   "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out\n"
+                   "of it")
+        ->option_text("FILE");
+}
+
+void addReportOptions(CLI::App& app, Options& options) {
+    app.add_option("--frame", options.replay.frames, "only requests with this framework frame; repeatable")
+        ->option_text("N")
+        ->allow_extra_args(false);
+    app.add_option("--request", options.replay.numbers, "only request N of each file, from 1; repeatable")
+        ->option_text("N")
+        ->allow_extra_args(false)
+        ->check(CLI::PositiveNumber);
+    app.add_flag("--explain", options.replay.explain,
                  "one line a frame: why it was chosen or left out, as the library was seen to do, or as a replay with\n"
-                 "one thing changed proves");
+                 "one thing changed shows");
     app.add_option("--picture", options.picture, "draw the requests to a file, one panel each: .svg or .png")
+        ->option_text("FILE")
         ->check([](const std::string& file) {
             return canDrawTo(file) ? std::string() : "expected a name ending in .svg or .png, found " + file;
         });
+    app.add_option_function<std::string>(
+           "--log",
+           [&options](const std::string& channel) {
+               options.log = channel == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
+           },
+           "show the log lines of a channel: online (default) or offline")
+        ->option_text("[CHANNEL]")
+        ->expected(0, 1)
+        ->default_str("online")
+        ->check(CLI::IsMember({"online", "offline"}));
+    app.add_flag("--json", options.json, "print one JSON object a request");
+    app.add_flag("--totals", options.totals, "print only what all requests come to; with --json as one object");
+}
+
+void addOptions(CLI::App& app, Options& options) {
+    app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
+    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
+    addReportOptions(app, options);
+    addChangeOptions(app, options);
+    app.add_option("--plugin", options.replay.plugin, "the plug-in to load, instead of the one beside the tool")
+        ->option_text("FILE");
+    app.add_flag("--round-trip", options.roundTrip,
+                 "feed every case's own log back and compare the selections; alone, or with --plugin");
+}
+
+// What would be ignored is refused.
+void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
+    for (const std::string& other : others) {
+        if (app.count(option) > 0 && app.count(other) > 0) {
+            throw InputError(option + ": expected without " + other + ", found both");
+        }
+    }
+}
+
+int run(const CLI::App& app, Options& options) {
+    refuseTogether(app, "--totals", {"--explain", "--log"});
+    refuseTogether(app, "--round-trip",
+                   {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set", "--drop",
+                    "--against", "--save-case"});
+    makeAbsolute(options.replay.plugin);
+    makeAbsolute(options.replay.against);
+    options.replay.offlineLog = options.log == LogChannel::kOffline;
+    if (options.hasSeveralFiles() && !options.saveCase.empty()) {
+        throw InputError("--save-case: expected one file, found several");
+    }
+    return Desk(options).run();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::filesystem::path root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+    cleanUpOnSignals();
     Options options;
-    options.session.plugin = root / "lib/com.nexaro.zsl.motion.so";
-    options.session.vendorDir = root / "vendor/lib64";
-
+    findLibraries(options.replay);
     CLI::App app{
         "Runs the requests of case files, or of logs in logcat's threadtime format, through the selector plug-in and\n"
-        "reports what it chose.\n"
+        "reports what it chose: [chosen], (lost by a queue), * the anchor, ? not certain.\n"
         "Exit status: 0 as expected, 1 something differs, 2 usage or input error.",
         "zsl-replay"};
-    std::string log;
-    app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
-    app.add_option("CASE", options.files, "case files or logs; - reads standard input")->required();
-    app.add_option("--log", log, "show the log lines of a channel: online (default) or offline")
-        ->expected(0, 1)
-        ->default_str("online")
-        ->check(CLI::IsMember({"online", "offline"}));
-    app.add_flag("--round-trip", options.roundTrip, "feed every case's own log back and compare the selections");
-    app.add_flag("--json", options.json, "print one JSON object a request");
-    addWhatIfOptions(app, options);
-    app.add_option("--plugin", options.session.plugin, "the plug-in to load")->capture_default_str();
+    addOptions(app, options);
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
-    if (app.count("--log") > 0) {
-        options.style.log = log == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
-        options.session.offlineLog = log == "offline";
-    }
-    options.style.colour = isatty(STDOUT_FILENO) == 1;
-    options.summary = options.files.size() > 1 && !options.explain && options.changes.empty();
-    if (options.files.size() > 1 && !(options.picture + options.saveCase).empty()) {
-        return usageError("--picture and --save-case: expected one case, found several");
-    }
-
-    try {
-        return replayAll(options);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::Success& asked) {
+            std::ostringstream text;
+            app.exit(asked, text, text);
+            writeStandardOutput(text.str());
+            return 0;
+        }
+        return run(app, options);
     } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
+        clearProgress();
+        std::cerr << printable(error.what()) << '\n';
         return 2;
     }
 }

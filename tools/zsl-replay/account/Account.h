@@ -1,0 +1,112 @@
+// What one request's log lines say, message by message as the catalogue knows them. The same account is taken of a
+// phone's log and of a replay's own lines, so that the two are read alike.
+
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "account/Catalogue.h"
+#include "capture/Case.h"
+#include "desk/LogSink.h"
+
+namespace replay {
+
+struct GateLine {
+    bool needed;  // the gate's answer
+    int64_t enableZsl, forceOn, hdr, hdrsr, motionStrategy, banding;
+};
+
+// "<mc anchor pick> ..."
+struct DriverLine {
+    int64_t anchorTimestampNs;
+    uint32_t motionCaptureType;
+    uint32_t master;
+    uint32_t sensorModeType;
+    uint32_t needZslNum;
+};
+
+struct SensorPolicyLine {
+    uint32_t sensorId;
+    uint32_t sensorMode;
+};
+
+enum class ListKind { kConsumer, kProducer, kAll };
+
+// A frame that a search met, in the order in which lines name them, as often as they do.
+struct FrameMet {
+    ListKind list;
+    uint32_t frame;
+    std::optional<int64_t> shutterTimeNs;  // absent: "ResultMetaTarget removed"
+};
+
+// "cannot find zslFrame ...": the presence check met a queue that does not hold the frame.
+struct FrameNotHeld {
+    uint32_t frame;
+    std::string queue;  // its name
+};
+
+struct AnchorLine {
+    int64_t offset;    // from the end of the consumer list
+    uint32_t csbegin;  // first position of the span, before the presence check
+};
+
+// A group start that was judged by its reference frame.
+struct GroupLine {
+    uint32_t position;  // in the list of all frames
+    uint32_t referenceFrame;
+    int64_t referenceTimeNs;
+    int64_t timeDiffNs;
+    int64_t leastDiffNs;
+    uint32_t nearestPosition;  // so far
+};
+
+// One frame's sensor-mode check.
+struct CheckAccount {
+    uint32_t frame = 0;
+    int32_t role = 0;
+    int32_t aiHlFrames = 0;
+    bool held = true;               // the frame-info queue holds the frame
+    uint32_t mode = 0;              // its mode there
+    std::optional<int32_t> wanted;  // the mode that the request's tag names; absent: no such tag, or no metadata
+    std::optional<bool> passed;
+};
+
+struct Account {
+    std::optional<uint32_t> fwkFrame;  // where a line shows it
+    bool disabled = false;             // "disable motion zsl selector"
+    std::optional<GateLine> gate;
+    bool noMetaQueue = false;
+    std::optional<std::string> queueName;  // of the metadata queue
+    std::optional<FrameList> consumer;     // the lists as the driver logged them
+    std::optional<FrameList> producer;
+    std::optional<SensorPolicyLine> policy;
+    std::optional<DriverLine> driver;
+    std::optional<int64_t> targetNs;      // zsdTs
+    std::optional<int64_t> clockNs;       // curTime
+    std::vector<std::string> strategies;  // in the order in which lines name them, each once: the function that logs,
+                                          // and the normal one also by the line that says the first failed
+    bool fallback = false;                // that line
+    std::vector<FrameMet> met;
+    std::vector<FrameNotHeld> notHeld;
+    std::optional<AnchorLine> anchor;
+    std::vector<GroupLine> groups;
+    std::optional<FrameList> beforeThinning;
+    std::optional<FrameList> afterThinning;
+    std::vector<CheckAccount> checks;
+    std::vector<std::string> unread;  // what a line should say and does not, cut or damaged as it is
+};
+
+// Takes a line of the gate or of a selection into account; one of the sensor-mode check. `matched` is what the
+// catalogue makes of it. Numbers beyond a value's range are cut to it: a line that holds one does not come out of a
+// replay again, which tells.
+struct LoggedLine;
+void note(const LoggedLine& line, const std::optional<MatchedLine>& matched, Account& account);
+void note(const std::optional<MatchedLine>& matched, CheckAccount& check);
+
+// The account of one request's lines, as a replay has logged them.
+Account accountOf(const std::vector<desk::LogLine>& lines);
+
+}  // namespace replay

@@ -1,0 +1,111 @@
+// A case: capture requests as a HAL core makes them, the platform around them, and what must come out.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hal_core/SelectorPlugin.h"
+
+namespace replay {
+
+using FrameList = std::vector<uint32_t>;
+
+constexpr char kSwitchProperty[] = "vendor.zohal.selector.motion.zsl.disable";
+constexpr int64_t kDefaultIntervalNs = 33'333'333;  // 30 fps
+constexpr uint32_t kMostFrames = 1'000'000;         // that one file names; guards against slips of the hand
+constexpr uint32_t kMostNeeded = 100'000;           // of one request
+
+// Something in the input that can't be run; what() is ready to print.
+class InputError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct FrameData {
+    int64_t shutterTimeNs = 0;
+    uint32_t sensorMode = 0;
+    bool assumed = false;  // the input gives no shutter time
+};
+
+struct Queue {
+    uint32_t id = 0;
+    int32_t type = 0;
+    std::string name;
+    FrameList consumer;
+    FrameList producer;
+    FrameList all;
+    std::map<uint32_t, FrameData> held;  // the frames that the queue has an entry for
+    std::map<uint32_t, FrameData> lost;  // frames it has lost, as they were
+
+    FrameList deliveryOrder() const;
+};
+
+// A metadata value in the platform's own form.
+struct TagValue {
+    uint8_t type = 0;
+    size_t count = 0;
+    std::vector<uint8_t> payload;
+};
+using Tags = std::map<std::string, TagValue>;
+
+// What must come out of a request; what is absent is not looked at.
+struct Expectation {
+    std::optional<bool> gate;  // its answer
+    std::optional<std::map<uint32_t, FrameList>> selection;
+    std::optional<FrameList> selectionOfAll;  // one list for every queue, or a strategy's list
+    std::optional<bool> result;
+    std::optional<int64_t> targetNs;
+    std::optional<uint32_t> anchor;
+    std::optional<std::map<uint32_t, std::pair<bool, bool>>> checks;  // empty: none is made
+    std::optional<std::vector<std::string>> log;
+    std::vector<std::string> logHas;
+};
+
+// How the core has frames checked.
+struct Check {
+    uint32_t camera = 0;
+    int32_t role = 0;
+    int32_t aiHlFrames = 0;
+    std::optional<FrameList> of;  // in the core's order; absent: the chosen frames, where there is a queue of type 2
+    std::optional<std::optional<Tags>> metadata;  // absent: the request's; none in it: no metadata object
+};
+
+// What the platform adapter answers: "absent", or the desk adapter's property ("0x300", "empty", "unavailable").
+using AdapterAnswer = std::string;
+
+struct Request {
+    std::string name;
+    uint32_t fwkFrame = 0;
+    FrameList used;
+    uint32_t master = 0;
+    uint32_t need = 1;
+    std::optional<Tags> metadata = Tags();  // absent: no metadata object
+    AdapterAnswer adapter = "absent";
+    halcore::Select select = halcore::Select::kGated;
+    int64_t clockNs = 0;
+    std::vector<Queue> queues;
+    std::optional<halcore::StrategyCall> call;
+    Check check;
+    Expectation expect;
+
+    // The queue that frames are selected from, the first of its kind; null when there is none.
+    const Queue* metaQueue() const;
+};
+
+struct Case {
+    std::string file;
+    std::map<std::string, std::optional<std::string>> properties = {{kSwitchProperty, "false"}};  // absent: not set
+    std::map<uint32_t, Tags> staticMetadata;                                                      // by camera
+    std::vector<Request> requests;
+    bool recorded = false;  // a recorder wrote it: nothing in it is assumed
+    std::string cutOff;     // of a recorded file: what is left out at its end, as a crash has cut it off; else empty
+};
+
+}  // namespace replay

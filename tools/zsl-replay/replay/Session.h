@@ -1,0 +1,71 @@
+// Serves requests with the real plug-in and records what it was seen to do.
+
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "capture/Case.h"
+#include "desk/LogSink.h"
+
+namespace replay {
+
+// A call or a log line of the library, in the order they came.
+struct TraceStep {
+    enum Kind { kCall, kLog } kind;
+    std::string text;
+};
+
+struct Run {
+    halcore::RequestOutcome outcome;
+    bool result = false;   // of a strategy called directly
+    FrameList selectList;  // of a strategy called directly
+    std::vector<desk::LogLine> log;
+    std::vector<desk::LogLine> offlineLog;
+    std::vector<TraceStep> trace;
+
+    // The frames chosen: a strategy's list, or the list that every queue got; empty when nothing was selected.
+    const FrameList& chosen() const;
+};
+
+// What is kept of a run beside its outcome. A channel that is not kept is shut.
+struct Recording {
+    bool log = true;
+    bool offlineLog = false;
+    bool trace = false;
+};
+
+// A request in the library's own form, built once to be served as often as wanted; the used frames may be changed.
+struct Capture {
+    const Request* request;
+    zohal::ZSLFrameSelectInfo info;
+    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue;
+    std::optional<zohal::ZSLFrameCheckInfo> check;
+};
+
+// A freshly loaded plug-in with one selector. One at a time: the platform is the process's.
+class Session {
+public:
+    // `platform` gives properties and static metadata; its requests are not looked at. Throws halcore::PluginError.
+    Session(const Case& platform, const std::string& plugin, std::string vendorDir);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    Run serve(const Request& request, Recording recording = {}) { return serve(prepare(request), recording); }
+
+    // The capture must not outlive the session and its request.
+    Capture prepare(const Request& request);
+    Run serve(const Capture& capture, Recording recording);
+
+private:
+    std::string mVendorDir;
+    Case mPlatform;  // without requests
+    std::unique_ptr<halcore::SelectorPlugin> mPlugin;
+    Recording mRecording;
+    Run mRun;  // under way
+};
+
+}  // namespace replay
