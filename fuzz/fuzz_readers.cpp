@@ -28,9 +28,9 @@ static void readLog(InputFile& log) {
     RequestCollector collector([](const LoggedRequest& logged) {
         const Rebuilt rebuilt = rebuild(logged);
         if (!rebuilt.obstacle.empty()) return;
-        Case one;
-        one.requests = {rebuilt.request};
-        const std::string text = printed(documentOf(one));
+        Case theCase = platformOf(rebuilt.disabled);
+        theCase.requests = {rebuilt.request};
+        const std::string text = printed(documentOf(theCase));
         try {
             readCase(parseDocument("rebuilt", text));
         } catch (const InputError& error) {

@@ -83,12 +83,14 @@ private:
         mOfFile = &ofFile;
         mProgress.beginFile();
         InputFile input(file);
+        input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
         const std::string& name = input.name();
         const bool isLog = input.looksLikeLog();
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
-        const Served served = isLog ? mReplay.serve(input, name) : serveCase(parseDocument(name, input.readAll()));
-        mAll.addFile();
+        const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
+        mProgress.endFile(input.bytesRead());
         if (isLog && served.requests == 0) noteEmptyLog(name);
+        mAll.addFile();
         if (served.requests > 0) note(served);
         if (!mOptions.json && mOptions.hasSeveralFiles() && ofFile.requests() > 0) {
             writeStandardOutput(ofFile.line(name));
@@ -96,22 +98,24 @@ private:
     }
 
     Served serveCase(const Document& document) {
-        const Changes& changes = mOptions.replay.changes;
-        if (mSaved && changes.empty()) throw InputError("--save-case: expected --set or --drop");
+        if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
-        if (!theCase.cutOff.empty()) warn(theCase.file + ": " + theCase.cutOff);
+        if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
         mPlatform = theCase;
         mPlatform.requests.clear();
-        if (changes.empty()) return mReplay.serve(theCase);
-        const Case changed = readCase(withChanges(document, changes));
-        return mReplay.serve(theCase, &changed);
+        return mReplay.serve(document);
+    }
+
+    void noteCutOff(const std::string& what) {
+        warn(what);
+        if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
     }
 
     void feedBack(const Case& theCase) {
         const RoundTrip trip = mReplay.roundTrip(theCase);
-        std::string text = theCase.file + ": of " + std::to_string(trip.requests) + " selections that were fed back " +
-                           std::to_string(trip.settled) + " came out again, and " + std::to_string(trip.open) +
-                           " are among those that their logs leave open\n";
+        std::string text = printable(theCase.file) + ": of " + std::to_string(trip.requests) +
+                           " selections that were fed back " + std::to_string(trip.settled) + " came out again, and " +
+                           std::to_string(trip.open) + " are among those that their logs leave open\n";
         for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
         writeStandardOutput(text);
         if (!trip.failures.empty() && mStatus == 0) mStatus = 1;
@@ -145,7 +149,7 @@ private:
         if (!mOptions.totals && mOptions.json) {
             writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
         } else if (!mOptions.totals && !(mOptions.summarizes() && finding.passes())) {
-            writeStandardOutput(textOf(finding, mText) + '\n');
+            writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
         if (mPicture) mPicture->add(finding);
         if (mSaved) mSaved->add(finding, finding.log ? platformOfLog(finding) : mPlatform);
@@ -166,8 +170,11 @@ private:
 
     void writeTotals() const {
         if (mAll.files() == 0) return;
-        if (mOptions.json && mOptions.totals) writeStandardOutput(mAll.json());
-        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1)) writeStandardOutput(mAll.block());
+        if (mOptions.json) {
+            if (mOptions.totals) writeStandardOutput(mAll.json());
+        } else if (mOptions.totals || mAll.requests() > 1) {
+            writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
+        }
     }
 
     void warn(const std::string& what) const {
@@ -186,8 +193,9 @@ private:
     Totals mAll;
     Totals* mOfFile = nullptr;
     TextOptions mText;
-    Served mServed;  // the most that a file holds, and all framework frames
-    Case mPlatform;  // of the case file under way, without requests
+    size_t mReported = 0;  // one by one
+    Served mServed;        // the most that a file holds, and all framework frames
+    Case mPlatform;        // of the case file under way, without requests
     std::unique_ptr<PictureReport> mPicture;
     std::unique_ptr<SavedCase> mSaved;
     int mStatus = 0;
@@ -260,17 +268,24 @@ void addOptions(CLI::App& app, Options& options) {
     addReportOptions(app, options);
     addChangeOptions(app, options);
     app.add_option("--plugin", options.replay.plugin, "the plug-in to load")->capture_default_str();
-    auto* roundTrip =
-        app.add_flag("--round-trip", options.roundTrip,
-                     "feed every case's own log back and compare the selections; alone, or with --plugin");
-    for (const char* other : {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set",
-                              "--drop", "--against", "--save-case"}) {
-        roundTrip->excludes(app.get_option(other));
-    }
-    for (const char* other : {"--explain", "--log"}) app.get_option("--totals")->excludes(app.get_option(other));
+    app.add_flag("--round-trip", options.roundTrip,
+                 "feed every case's own log back and compare the selections; alone, or with --plugin");
 }
 
-int run(Options& options) {
+// What would be ignored is refused.
+void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
+    for (const std::string& other : others) {
+        if (app.count(option) > 0 && app.count(other) > 0) {
+            throw InputError(option + ": expected without " + other + ", found both");
+        }
+    }
+}
+
+int run(const CLI::App& app, Options& options) {
+    refuseTogether(app, "--totals", {"--explain", "--log"});
+    refuseTogether(app, "--round-trip",
+                   {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set", "--drop",
+                    "--against", "--save-case"});
     makeAbsolute(options.replay.plugin);
     makeAbsolute(options.replay.against);
     options.replay.offlineLog = options.log == LogChannel::kOffline;
@@ -293,13 +308,15 @@ int main(int argc, char** argv) {
         "zsl-replay"};
     addOptions(app, options);
     try {
-        app.parse(argc, argv);
-        return run(options);
-    } catch (const CLI::Success& asked) {
-        std::ostringstream text;
-        app.exit(asked, text, text);
-        writeStandardOutput(text.str());
-        return 0;
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::Success& asked) {
+            std::ostringstream text;
+            app.exit(asked, text, text);
+            writeStandardOutput(text.str());
+            return 0;
+        }
+        return run(app, options);
     } catch (const std::exception& error) {
         clearProgress();
         std::cerr << printable(error.what()) << '\n';

@@ -38,10 +38,6 @@ void compareSelection(const Request& request, const Run& run, Lines& out) {
         std::map<uint32_t, FrameList> expected;
         for (const Queue& queue : request.queues) expected[queue.id] = *request.expect.selectionOfAll;
         compare("selection", text(expected), text(found), out);
-        if (expected.empty()) {
-            out.push_back("selection: expected " + join(*request.expect.selectionOfAll) +
-                          " of every queue, found no queue to compare with");
-        }
     }
 }
 
