@@ -7,7 +7,6 @@
 #include <set>
 
 #include "capture/Text.h"
-#include "report/TimeWindow.h"
 
 namespace replay {
 
@@ -17,50 +16,42 @@ namespace {
 constexpr double kLeft = 130;
 constexpr double kRight = 90;
 constexpr double kLeastWidth = 940;
-constexpr double kMostWidth = 2600;
-constexpr double kLeastPitch = 7;  // between frames
+constexpr double kMostWidth = 8000;
+constexpr double kPitch = 44;  // between frames, as far as the width allows
 constexpr double kLine = 16;
 constexpr double kHead = 54;  // the labels of the two moments
-constexpr double kRow = 58;   // a queue, without its numbers
+constexpr double kRow = 70;   // a queue
 constexpr double kFoot = 66;  // axis and notes
+constexpr double kLegend = 76;
 constexpr double kDigit = 7;
-constexpr size_t kMostPanels = 40;
 
 bool endsIn(const std::string& file, const std::string& ending) {
     return file.size() > ending.size() && file.compare(file.size() - ending.size(), ending.size(), ending) == 0;
 }
 
-struct Place {
-    uint32_t frame;
-    Shape shape;
-};
-
-// The frames of a queue, each where it stands first.
-std::vector<Place> placesOf(const Queue& queue) {
-    std::vector<Place> places;
-    std::set<uint32_t> known;
-    const auto add = [&](const FrameList& list, Shape shape) {
-        for (const uint32_t frame : list) {
-            if (known.insert(frame).second) places.push_back({frame, shape});
-        }
-    };
-    add(queue.consumer, Shape::kCircle);
-    add(queue.producer, Shape::kSquare);
-    add(queue.all, Shape::kDiamond);
-    return places;
-}
-
 enum class Change { kNone, kGained, kLost };
 
-void drawMark(Canvas& canvas, double x, double y, double radius, Shape shape, bool hollow, bool chosen, bool open,
-              Change change) {
-    if (chosen) canvas.outline(x, y, radius * 1.75, shape, {kBlue, std::max(1.2, radius * 0.4), open}, kWhite);
-    canvas.outline(x, y, radius, shape, {chosen ? kBlue : kGrey, 1.2}, hollow ? kWhite : chosen ? kBlue : kLightGrey);
+struct Mark {
+    Shape shape;
+    bool hollow = false;
+    bool chosen = false;
+    bool open = false;
+    Change change = Change::kNone;
+};
+
+void drawMark(Canvas& canvas, double x, double y, double radius, const Mark& mark) {
+    if (mark.chosen) {
+        canvas.outline(x, y, radius * 1.75, mark.shape, {kBlue, std::max(1.2, radius * 0.4), mark.open}, kWhite);
+    }
+    canvas.outline(x, y, radius, mark.shape, {mark.chosen ? kBlue : kGrey, 1.2},
+                   mark.hollow   ? kWhite
+                   : mark.chosen ? kBlue
+                                 : kLightGrey);
     const double reach = radius + 4;
-    if (change == Change::kGained) {
+    if (mark.change == Change::kGained) {
         canvas.line(x, y - reach * 2.2, x, y - reach * 1.2, {kBlack, 2});
         canvas.line(x - reach / 2, y - reach * 1.7, x + reach / 2, y - reach * 1.7, {kBlack, 2});
-    } else if (change == Change::kLost) {
+    } else if (mark.change == Change::kLost) {
         canvas.line(x - reach, y - reach, x + reach, y + reach, {kBlack, 2});
         canvas.line(x - reach, y + reach, x + reach, y - reach, {kBlack, 2});
     }
@@ -69,37 +60,38 @@ void drawMark(Canvas& canvas, double x, double y, double radius, Shape shape, bo
 // Where moments stand on the page; panels that compare share one.
 struct TimeAxis {
     int64_t originNs = 0;
-    std::string name;
-    TimeWindow window;
+    const char* name = "";
+    double firstMs = 0;
+    double lastMs = 0;
+    double pitch = 0;  // usual distance of two frames, in pixels
     double width = 0;
     double scale = 1;
 
     double msOf(int64_t ns) const { return static_cast<double>(static_cast<__int128>(ns) - originNs) / 1e6; }
-    double x(int64_t ns) const { return kLeft + (msOf(ns) - window.firstMs) * scale; }
-    bool isInside(int64_t ns) const { return msOf(ns) >= window.firstMs && msOf(ns) <= window.lastMs; }
-    double pitch() const { return window.pitchMs * scale; }
+    double x(int64_t ns) const { return kLeft + (msOf(ns) - firstMs) * scale; }
+    bool isInside(int64_t ns) const { return msOf(ns) >= firstMs && msOf(ns) <= lastMs; }
 };
 
 // One request as it was served: a row for each queue.
 class Rows {
 public:
     // `before` tells gained and lost frames; null without a comparison.
-    Rows(const Finding& finding, const Finding* before, const char* caption) : mFinding(finding), mCaption(caption) {
-        const FrameList& chosen = finding.run.chosen();
-        mChosen.insert(chosen.begin(), chosen.end());
-        if (before != nullptr) mBefore.emplace(before->run.chosen().begin(), before->run.chosen().end());
+    Rows(const Finding& finding, const Finding* before, const char* caption)
+        : mFinding(finding), mBefore(before), mCaption(caption) {
         for (const Queue& queue : finding.request.queues) {
-            for (const Place& place : placesOf(queue)) {
-                const auto time = shutterTimeNs(finding.request, place.frame);
-                (time ? mTimesNs[place.frame] = *time : mTimesNs.erase(place.frame));
-                if (!time) mUntimed.insert(place.frame);
+            for (const FrameList* list : {&queue.consumer, &queue.producer, &queue.all}) {
+                for (const uint32_t frame : *list) {
+                    if (const auto ns = shutterTimeNs(finding.request, frame))
+                        mTimesNs[frame] = *ns;
+                    else
+                        mUntimed.insert(frame);
+                }
             }
         }
     }
 
     const Finding& finding() const { return mFinding; }
     const std::map<uint32_t, int64_t>& timesNs() const { return mTimesNs; }
-    bool isChosen(uint32_t frame) const { return mChosen.count(frame) > 0; }
     std::string counts() const {
         const bool asked = mFinding.request.call || mFinding.run.outcome.selected;
         return (mCaption.empty() ? "" : mCaption + ' ') + std::to_string(mFinding.request.need) + " needed, " +
@@ -108,161 +100,148 @@ public:
     int64_t anchorTimestampNs() const {
         return mFinding.account.driver ? mFinding.account.driver->anchorTimestampNs : 0;
     }
-    double numberWidth() const {
-        size_t digits = 0;
-        for (const auto& [frame, ns] : mTimesNs) digits = std::max(digits, std::to_string(frame).size());
-        return kDigit * static_cast<double>(digits + 1);
-    }
+    double height() const { return kHead + kRow * static_cast<double>(mFinding.request.queues.size()); }
 
-    void setAxis(const TimeAxis& axis, double numberWidth) {
-        mAxis = axis;
-        mUpright = axis.pitch() < numberWidth;
-        mNumberRoom = mUpright ? 11 : numberWidth;
-        mRowHeight = kRow + (mUpright ? numberWidth : 12);
-    }
-    double height() const { return kHead + mRowHeight * static_cast<double>(mFinding.request.queues.size()); }
-
-    void draw(Canvas& canvas, double top) {
-        canvas.text(16, top + 16, mCaption, {12, true, Align::kLeft, false, kLeft - 20});
-        drawMoment(canvas, top + 16, top + height(), anchorTimestampNs(), "anchor timestamp", true);
-        drawMoment(canvas, top + 32, top + height(), mFinding.targetNs.value_or(0), "target moment", false);
+    // Returns what could not be drawn.
+    std::string draw(Canvas& canvas, const TimeAxis& axis, double top) const {
+        std::string notes =
+            mUntimed.empty() ? "" : "no shutter time: " + join({mUntimed.begin(), mUntimed.end()}) + "; ";
+        canvas.text(16, top + 16, mCaption, {12, true});
+        const auto drawMoment = [&](double y, int64_t ns, const std::string& name, bool dashed) {
+            if (ns == 0) return;
+            if (!axis.isInside(ns)) {
+                notes += name + " at " + milliseconds(ns, axis.originNs) + "; ";
+                return;
+            }
+            const double x = axis.x(ns);
+            const bool turned = x + 120 > axis.width;
+            canvas.line(x, y - 10, x, top + height(), {kBlack, dashed ? 1.2 : 1.8, dashed});
+            canvas.text(turned ? x - 6 : x + 6, y, name, {11, false, turned ? "end" : "start"});
+        };
+        drawMoment(top + 16, anchorTimestampNs(), "anchor timestamp", true);
+        drawMoment(top + 32, mFinding.targetNs.value_or(0), "target moment", false);
         double y = top + kHead + 18;
         for (const Queue& queue : mFinding.request.queues) {
-            drawQueue(canvas, queue, y);
-            y += mRowHeight;
-        }
-    }
-
-    std::string notes() const {
-        std::string notes = mNotes;
-        if (!mOutside.empty()) {
-            notes += "not drawn, outside this time: " + std::to_string(mOutside.size()) + " frames, " +
-                     std::to_string(*mOutside.begin()) + " to " + std::to_string(*mOutside.rbegin()) + "; ";
-        }
-        if (!mUntimed.empty()) {
-            notes += "no shutter time known: " + join({mUntimed.begin(), mUntimed.end()}) + "; ";
+            drawQueue(canvas, axis, queue, y);
+            y += kRow;
         }
         return notes;
     }
 
 private:
-    bool isDrawn(uint32_t frame) const { return mTimesNs.count(frame) > 0 && mAxis.isInside(mTimesNs.at(frame)); }
-    double x(uint32_t frame) const { return mAxis.x(mTimesNs.at(frame)); }
-
-    Change changeOf(uint32_t frame) const {
-        if (!mBefore || isChosen(frame) == (mBefore->count(frame) > 0)) return Change::kNone;
-        return isChosen(frame) ? Change::kGained : Change::kLost;
+    static bool chooses(const Finding& finding, uint32_t frame) {
+        const FrameList& chosen = finding.run.chosen();
+        return std::find(chosen.begin(), chosen.end(), frame) != chosen.end();
     }
 
-    void drawMoment(Canvas& canvas, double y, double bottom, int64_t ns, const std::string& name, bool dashed) {
-        if (ns == 0) return;
-        if (!mAxis.isInside(ns)) {
-            mNotes += name + " at " + milliseconds(ns, mAxis.originNs) + "; ";
-            return;
-        }
-        const double at = mAxis.x(ns);
-        const bool turned = at + 120 > mAxis.width;
-        canvas.line(at, y - 10, at, bottom, {0x404040, dashed ? 1.2 : 1.8, dashed});
-        canvas.text(at + (turned ? -6 : 6), y, name, {11, false, turned ? Align::kRight : Align::kLeft});
+    // Each frame as it stands in the first list that has it, where its time is known.
+    std::map<uint32_t, Mark> marksOf(const Queue& queue) const {
+        std::map<uint32_t, Mark> marks;
+        const auto add = [&](const FrameList& list, Shape shape) {
+            for (const uint32_t frame : list) {
+                if (mTimesNs.count(frame) == 0) continue;
+                const bool chosen = chooses(mFinding, frame);
+                const bool changed = mBefore != nullptr && chooses(*mBefore, frame) != chosen;
+                marks.insert({frame,
+                              {shape, queue.held.count(frame) == 0, chosen, chosen && mFinding.isOpen(frame),
+                               !changed ? Change::kNone
+                               : chosen ? Change::kGained
+                                        : Change::kLost}});
+            }
+        };
+        add(queue.consumer, Shape::kCircle);
+        add(queue.producer, Shape::kSquare);
+        add(queue.all, Shape::kDiamond);
+        return marks;
     }
 
-    // The chosen last: their rings lie over their neighbours.
-    void drawQueue(Canvas& canvas, const Queue& queue, double y) {
-        canvas.line(kLeft, y, mAxis.width - kRight + 20, y, {kPale});
-        canvas.text(16, y - 2, queue.name, {12, true, Align::kLeft, false, kLeft - 40});
+    // The chosen last: their rings lie over their neighbours. Their numbers first, then others as there is room.
+    void drawQueue(Canvas& canvas, const TimeAxis& axis, const Queue& queue, double y) const {
+        canvas.line(kLeft, y, axis.width - kRight + 20, y, {kPale});
+        canvas.text(16, y - 2, queue.name, {12, true});
         canvas.text(16, y + 13, "queue " + std::to_string(queue.id));
-        const std::vector<Place> places = placesOf(queue);
-        const double radius = std::clamp(mAxis.pitch() * 0.24, 2.2, 7.0);
+        const std::map<uint32_t, Mark> marks = marksOf(queue);
         for (const bool chosen : {false, true}) {
-            for (const Place& place : places) {
-                if (mTimesNs.count(place.frame) > 0 && !isDrawn(place.frame)) mOutside.insert(place.frame);
-                if (isChosen(place.frame) != chosen || !isDrawn(place.frame)) continue;
-                canvas.beginGroup(titleOf(queue, place.frame));
-                drawMark(canvas, x(place.frame), y, radius, place.shape, queue.held.count(place.frame) == 0, chosen,
-                         mFinding.isOpen(place.frame), changeOf(place.frame));
+            for (const auto& [frame, mark] : marks) {
+                if (mark.chosen != chosen) continue;
+                canvas.beginGroup(titleOf(frame, mark));
+                drawMark(canvas, axis.x(mTimesNs.at(frame)), y, std::clamp(axis.pitch * 0.24, 2.2, 7.0), mark);
                 canvas.endGroup();
             }
         }
-        drawNumbers(canvas, places, y + 25);
-    }
-
-    std::string titleOf(const Queue& queue, uint32_t frame) const {
-        std::string title = std::to_string(frame);
-        if (mFinding.targetNs)
-            title += ", " + milliseconds(mTimesNs.at(frame), *mFinding.targetNs) + " from the target";
-        if (queue.held.count(frame) == 0) title += ", not held";
-        if (isChosen(frame)) title += mFinding.isOpen(frame) ? ", chosen (not certain)" : ", chosen";
-        const Change change = changeOf(frame);
-        return title + (change == Change::kGained ? ", gained" : change == Change::kLost ? ", lost" : "");
-    }
-
-    // Upright where frames stand close. First the chosen, the anchor and what changed, then every 2nd, 5th, 10th, ...,
-    // as there is room.
-    void drawNumbers(Canvas& canvas, const std::vector<Place>& places, double y) {
-        uint32_t every = 1;
-        for (int i = 0; every * mAxis.pitch() < mNumberRoom; ++i) every = i % 3 == 1 ? every / 2 * 5 : every * 2;
         std::set<double> taken;
         for (const bool first : {true, false}) {
-            for (const Place& place : places) {
-                const bool isAnchor = mFinding.anchor == place.frame;
-                const bool goesFirst = isChosen(place.frame) || isAnchor || changeOf(place.frame) != Change::kNone;
-                if (goesFirst != first || (!first && place.frame % every != 0) || !isDrawn(place.frame)) continue;
-                const double at = x(place.frame);
-                const auto next = taken.upper_bound(at - mNumberRoom);
-                if (next != taken.end() && *next < at + mNumberRoom) continue;
-                taken.insert(at);
-                const bool isOpen = isChosen(place.frame) && mFinding.isOpen(place.frame);
-                canvas.text(mUpright ? at + 4 : at, mUpright ? y - 6 : y,
-                            std::to_string(place.frame) + (isAnchor ? "*" : "") + (isOpen ? "?" : ""),
-                            {10, isChosen(place.frame), mUpright ? Align::kRight : Align::kCentre, mUpright});
+            for (const auto& [frame, mark] : marks) {
+                const bool isAnchor = mFinding.anchor == frame;
+                if ((mark.chosen || isAnchor || mark.change != Change::kNone) != first) continue;
+                const std::string label = std::to_string(frame) + (isAnchor ? "*" : "") + (mark.open ? "?" : "");
+                const double room = kDigit * static_cast<double>(label.size() + 1);
+                const double x = axis.x(mTimesNs.at(frame));
+                const auto next = taken.upper_bound(x - room);
+                if (next != taken.end() && *next < x + room) continue;
+                taken.insert(x);
+                canvas.text(x, y + 25, label, {10, mark.chosen, "middle"});
             }
         }
     }
 
+    std::string titleOf(uint32_t frame, const Mark& mark) const {
+        std::string title = std::to_string(frame);
+        if (mFinding.targetNs) {
+            title += ", " + milliseconds(mTimesNs.at(frame), *mFinding.targetNs) + " from the target";
+        }
+        if (mark.hollow) title += ", not held";
+        if (mark.chosen) title += mark.open ? ", chosen (not certain)" : ", chosen";
+        return title + (mark.change == Change::kGained ? ", gained" : mark.change == Change::kLost ? ", lost" : "");
+    }
+
     const Finding& mFinding;
+    const Finding* mBefore;
     std::string mCaption;
-    std::set<uint32_t> mChosen;
-    std::optional<std::set<uint32_t>> mBefore;
     std::map<uint32_t, int64_t> mTimesNs;
     std::set<uint32_t> mUntimed;
-    std::set<uint32_t> mOutside;
-    std::string mNotes;
-    TimeAxis mAxis;
-    bool mUpright = false;
-    double mNumberRoom = 0;
-    double mRowHeight = 0;
 };
 
+// All frames, and moments that are not so far off that nothing else could be told apart.
 TimeAxis axisOf(const std::vector<Rows>& parts) {
     TimeAxis axis;
-    std::vector<int64_t> all;
-    std::vector<int64_t> chosen;
-    std::vector<int64_t> moments;
+    std::set<int64_t> timesNs;
     for (const Rows& rows : parts) {
-        const int64_t target = rows.finding().targetNs.value_or(0);
-        if (axis.originNs != 0 && target != axis.originNs) axis.name = "ms from the upper target moment";
-        if (axis.originNs == 0) axis.originNs = target;
-        for (const int64_t ns : {target, rows.anchorTimestampNs()}) {
-            if (ns != 0) moments.push_back(ns);
-        }
-        for (const auto& [frame, ns] : rows.timesNs()) {
-            all.push_back(ns);
-            if (rows.isChosen(frame)) chosen.push_back(ns);
+        for (const auto& [frame, ns] : rows.timesNs()) timesNs.insert(ns);
+    }
+    axis.name = parts.size() > 1 ? "ms from the upper target moment" : "ms from the target moment";
+    axis.originNs = parts.front().finding().targetNs.value_or(0);
+    if (axis.originNs == 0) axis.name = "ms from the first frame";
+    if (axis.originNs == 0 && !timesNs.empty()) axis.originNs = *timesNs.begin();
+    std::vector<double> gaps;
+    double lastMs = 0;
+    for (const int64_t ns : timesNs) {
+        const double ms = axis.msOf(ns);
+        if (ns != *timesNs.begin()) gaps.push_back(ms - lastMs);
+        lastMs = ms;
+    }
+    const auto middle = gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2);
+    std::nth_element(gaps.begin(), middle, gaps.end());
+    const double pitchMs = gaps.empty() ? 33 : *middle;
+    axis.firstMs = timesNs.empty() ? 0 : axis.msOf(*timesNs.begin());
+    axis.lastMs = lastMs;
+    const double reach = std::max(12 * pitchMs, axis.lastMs - axis.firstMs);
+    const double from = axis.firstMs - reach;
+    const double to = axis.lastMs + reach;
+    for (const Rows& rows : parts) {
+        for (const int64_t ns : {rows.finding().targetNs.value_or(0), rows.anchorTimestampNs()}) {
+            const double ms = axis.msOf(ns);
+            if (ns == 0 || ms < from || ms > to) continue;
+            axis.firstMs = std::min(axis.firstMs, ms);
+            axis.lastMs = std::max(axis.lastMs, ms);
         }
     }
-    if (axis.name.empty()) axis.name = axis.originNs != 0 ? "ms from the target moment" : "ms from the first frame";
-    if (axis.originNs == 0 && !all.empty()) axis.originNs = *std::min_element(all.begin(), all.end());
-    const auto inMs = [&axis](const std::vector<int64_t>& times) {
-        std::vector<double> ms;
-        for (const int64_t ns : times) ms.push_back(axis.msOf(ns));
-        return ms;
-    };
-    const double most = (kMostWidth - kLeft - kRight) / kLeastPitch;
-    axis.window = chooseWindow(inMs(all), inMs(chosen), inMs(moments), most);
-    const double length = axis.window.lastMs - axis.window.firstMs;
-    const double frames = length / axis.window.pitchMs;
-    axis.width = std::clamp(kLeft + kRight + frames * (frames > 40 ? 14 : 44), kLeastWidth, kMostWidth);
+    axis.firstMs -= pitchMs / 2;
+    axis.lastMs += pitchMs / 2;
+    const double length = axis.lastMs - axis.firstMs;
+    axis.width = std::clamp(kLeft + kRight + length / pitchMs * kPitch, kLeastWidth, kMostWidth);
     axis.scale = (axis.width - kLeft - kRight) / length;
+    axis.pitch = pitchMs * axis.scale;
     return axis;
 }
 
@@ -270,28 +249,16 @@ void drawAxis(Canvas& canvas, const TimeAxis& axis, double y) {
     canvas.line(kLeft, y, axis.width - kRight + 20, y, {kBlack});
     double step = 1e-6;
     for (int i = 0; step * axis.scale < 72; ++i) step *= i % 3 == 1 ? 2.5 : 2;
-    const auto last = static_cast<int64_t>(std::floor(axis.window.lastMs / step));
-    for (auto tick = static_cast<int64_t>(std::ceil(axis.window.firstMs / step)); tick <= last; ++tick) {
+    const auto last = static_cast<int64_t>(std::floor(axis.lastMs / step));
+    for (auto tick = static_cast<int64_t>(std::ceil(axis.firstMs / step)); tick <= last; ++tick) {
         const double ms = static_cast<double>(tick) * step;
-        const double x = kLeft + (ms - axis.window.firstMs) * axis.scale;
+        const double x = kLeft + (ms - axis.firstMs) * axis.scale;
         char label[40];
         std::snprintf(label, sizeof(label), tick == 0 ? "0" : "%+.10g", ms);
         canvas.line(x, y, x, y + 5, {kBlack});
-        canvas.text(x, y + 18, label, {10, false, Align::kCentre});
+        canvas.text(x, y + 18, label, {10, false, "middle"});
     }
     canvas.text(kLeft, y + 35, axis.name);
-}
-
-// What stands above the rows; the title first.
-std::vector<std::string> headingOf(const Finding& finding, const std::vector<Rows>& parts, bool namesFile) {
-    std::vector<std::string> lines = {(namesFile ? finding.file + ": " : "") + finding.request.name};
-    if (finding.showsFrame) lines[0] += " (framework frame " + std::to_string(finding.request.fwkFrame) + ')';
-    lines.emplace_back();
-    for (const Rows& rows : parts) lines[1] += (lines[1].empty() ? "" : "; ") + rows.counts();
-    for (const Warning& warning : finding.warnings) {
-        lines.push_back("warning: " + warning.kind + ": " + warning.text + (warning.certain ? "" : " (not certain)"));
-    }
-    return lines;
 }
 
 // A run that a finding compares with, as a finding of its own.
@@ -304,71 +271,22 @@ Finding servedAs(const Request& request, const Run& run) {
     return finding;
 }
 
-// Returns the panel's width and height.
-std::pair<double, double> drawPanel(Canvas& canvas, const Finding& finding, bool namesFile, double top) {
-    std::optional<Finding> before;
-    std::optional<Finding> other;
-    if (finding.before) before = servedAs(finding.unchanged.value_or(finding.request), *finding.before);
-    if (finding.other) other = servedAs(finding.request, *finding.other);
-    std::vector<Rows> parts;
-    if (before) parts.emplace_back(*before, nullptr, "before");
-    parts.emplace_back(finding, before ? &*before : nullptr, before ? "after" : other ? "first build" : "");
-    if (other) parts.emplace_back(*other, &finding, "second build");
-    const TimeAxis axis = axisOf(parts);
-    double numberWidth = 0;
-    for (const Rows& rows : parts) numberWidth = std::max(numberWidth, rows.numberWidth());
-
-    double y = top + 22;
-    for (const std::string& line : headingOf(finding, parts, namesFile)) {
-        const bool isTitle = y == top + 22;
-        canvas.text(16, y, line, {isTitle ? 13.0 : 11.0, isTitle, Align::kLeft, false, axis.width - 32});
-        y += kLine;
+void drawLegend(Canvas& canvas, double y) {
+    const std::pair<const char*, Mark> entries[] = {{"consumer", {Shape::kCircle}},
+                                                    {"producer", {Shape::kSquare}},
+                                                    {"only in the list of all", {Shape::kDiamond}},
+                                                    {"not held by the queue", {Shape::kCircle, true}},
+                                                    {"chosen", {Shape::kCircle, false, true}},
+                                                    {"chosen, not certain", {Shape::kCircle, false, true, true}},
+                                                    {"gained", {Shape::kCircle, false, true, false, Change::kGained}},
+                                                    {"lost", {Shape::kCircle, false, false, false, Change::kLost}}};
+    canvas.text(26 + 4 * 190, y, "*  anchor frame");
+    for (size_t i = 0; i < std::size(entries); ++i) {
+        const double x = 26 + 190 * static_cast<double>(i % 4);
+        const double base = y + (i < 4 ? 0 : 32);
+        drawMark(canvas, x, base - 4, 5.5, entries[i].second);
+        canvas.text(x + 16, base, entries[i].first);
     }
-    std::string notes;
-    for (Rows& rows : parts) {
-        rows.setAxis(axis, numberWidth);
-        rows.draw(canvas, y);
-        y += rows.height();
-        notes += rows.notes();
-    }
-    drawAxis(canvas, axis, y);
-    if (!notes.empty()) {
-        notes.resize(notes.size() - 2);
-        canvas.text(kLeft, y + 52, notes, {11, false, Align::kLeft, false, axis.width - kLeft - 16});
-    }
-    return {axis.width, y + kFoot - top};
-}
-
-// Returns the base line of its last row.
-double drawLegend(Canvas& canvas, double y, double width, bool compares, bool hasOpen) {
-    const struct {
-        const char* text;
-        Shape shape;
-        bool hollow, chosen, open;
-        Change change;
-        bool shown;
-    } entries[] = {{"consumer", Shape::kCircle, false, false, false, Change::kNone, true},
-                   {"producer", Shape::kSquare, false, false, false, Change::kNone, true},
-                   {"only in the list of all", Shape::kDiamond, false, false, false, Change::kNone, true},
-                   {"not held by the queue", Shape::kCircle, true, false, false, Change::kNone, true},
-                   {"", Shape::kSquare, false, true, false, Change::kNone, true},
-                   {"chosen", Shape::kCircle, false, true, false, Change::kNone, true},
-                   {"chosen, not certain", Shape::kCircle, false, true, true, Change::kNone, hasOpen},
-                   {"gained", Shape::kCircle, false, true, false, Change::kGained, compares},
-                   {"lost", Shape::kCircle, false, false, false, Change::kLost, compares}};
-    constexpr double kWidestEntry = 190;
-    double x = 26;
-    for (const auto& entry : entries) {
-        if (!entry.shown) continue;
-        if (x + kWidestEntry > width) {
-            x = 26;
-            y += 32;
-        }
-        drawMark(canvas, x, y - 4, 5.5, entry.shape, entry.hollow, entry.chosen, entry.open, entry.change);
-        x += 16 + canvas.text(x + 16, y, entry.text) + (*entry.text != 0 ? 32 : 12);
-    }
-    canvas.text(x, y, "*  anchor frame");
-    return y;
 }
 
 }  // namespace
@@ -379,23 +297,46 @@ PictureReport::PictureReport(const std::string& file, const std::vector<std::str
     : mOut(file, inputs), mIsSvg(endsIn(file, ".svg")), mNamesFile(namesFile), mWidth(kLeastWidth) {}
 
 void PictureReport::add(const Finding& finding) {
-    if (++mRequests > kMostPanels) return;
-    const auto [width, height] = drawPanel(mCanvas, finding, mNamesFile, mHeight);
-    mWidth = std::max(mWidth, width);
-    mHeight += height;
-    mCompares |= finding.before || finding.other;
-    const FrameList& chosen = finding.run.chosen();
-    mHasOpen |= std::any_of(chosen.begin(), chosen.end(), [&](uint32_t frame) { return finding.isOpen(frame); });
+    std::optional<Finding> before;
+    std::optional<Finding> other;
+    if (finding.before) before = servedAs(finding.unchanged.value_or(finding.request), *finding.before);
+    if (finding.other) other = servedAs(finding.request, *finding.other);
+    std::vector<Rows> parts;
+    if (before) parts.emplace_back(*before, nullptr, "before");
+    parts.emplace_back(finding, before ? &*before : nullptr, before ? "after" : other ? "first build" : "");
+    if (other) parts.emplace_back(*other, &finding, "second build");
+    const TimeAxis axis = axisOf(parts);
+
+    double y = mHeight + 22;
+    std::string title = (mNamesFile ? finding.file + ": " : "") + finding.request.name;
+    if (finding.showsFrame) title += " (framework frame " + std::to_string(finding.request.fwkFrame) + ')';
+    mCanvas.text(16, y, title, {13, true});
+    std::string counts;
+    for (const Rows& rows : parts) counts += (counts.empty() ? "" : "; ") + rows.counts();
+    mCanvas.text(16, y += kLine, counts);
+    for (const Warning& warning : finding.warnings) {
+        mCanvas.text(16, y += kLine,
+                     "warning: " + warning.kind + ": " + warning.text + (warning.certain ? "" : " (not certain)"));
+    }
+    y += kLine;
+    std::string notes;
+    for (const Rows& rows : parts) {
+        notes += rows.draw(mCanvas, axis, y);
+        y += rows.height();
+    }
+    drawAxis(mCanvas, axis, y);
+    if (!notes.empty()) mCanvas.text(kLeft, y + 52, notes.substr(0, notes.size() - 2));
+    mWidth = std::max(mWidth, axis.width);
+    mHeight = y + kFoot;
 }
 
 void PictureReport::finish() {
-    double y = drawLegend(mCanvas, mHeight + 26, mWidth, mCompares, mHasOpen);
-    if (mRequests > kMostPanels) {
-        y += 20;
-        mCanvas.text(26, y, std::to_string(mRequests - kMostPanels) + " more requests are not drawn", {11, true});
-    }
-    const double height = y + 18;
-    mIsSvg ? mCanvas.writeSvg(mOut.stream(), mWidth, height) : mCanvas.writePng(mOut.stream(), mWidth, height);
+    drawLegend(mCanvas, mHeight + 26);
+    const double height = mHeight + kLegend;
+    if (mIsSvg)
+        mOut.stream() << mCanvas.svg(mWidth, height);
+    else
+        mCanvas.writePng(mOut.stream(), mWidth, height);
     mOut.keep();
 }
 

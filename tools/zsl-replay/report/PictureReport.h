@@ -29,9 +29,6 @@ private:
     Canvas mCanvas;
     double mWidth;
     double mHeight = 0;
-    size_t mRequests = 0;
-    bool mCompares = false;
-    bool mHasOpen = false;
 };
 
 }  // namespace replay
