@@ -88,7 +88,6 @@ private:
         const bool isLog = input.looksLikeLog();
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
-        mProgress.endFile(input.bytesRead());
         if (isLog && served.requests == 0) noteEmptyLog(name);
         mAll.addFile();
         if (served.requests > 0) note(served);

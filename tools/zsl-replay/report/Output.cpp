@@ -21,15 +21,13 @@ namespace {
 namespace fs = std::filesystem;
 
 // Read by the signal handler.
-std::array<char[PATH_MAX], 4> gTemporaries;
+char gTemporary[PATH_MAX];
 std::atomic<bool> gShowsProgress{false};
 
 constexpr std::string_view kClearLine = "\r\033[K";
 
 void onSignal(int signal) {
-    for (const char* name : gTemporaries) {
-        if (*name != '\0') unlink(name);
-    }
+    if (*gTemporary != '\0') unlink(gTemporary);
     if (gShowsProgress && write(STDERR_FILENO, kClearLine.data(), kClearLine.size()) < 0) _exit(2);
     std::signal(signal, SIG_DFL);
     std::raise(signal);
@@ -55,6 +53,11 @@ std::string followed(const std::string& name) {
     return path;
 }
 
+std::string folderOf(const std::string& name) {
+    const fs::path folder = fs::path(name).parent_path();
+    return folder.empty() ? "." : folder.string();
+}
+
 bool isSame(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 
 // Whether writing there would destroy, or wait for, what is read. A terminal may well be both.
@@ -77,29 +80,6 @@ void cleanUpOnSignals() {
     }
 }
 
-bool OutputFile::Temporary::create(const std::string& folder, unsigned mode) {
-    while (mSlot + 1 < gTemporaries.size() && *gTemporaries[mSlot] != '\0') ++mSlot;
-    const std::string name = folder + "/.zsl-replay-" + std::to_string(getpid()) + '-' + std::to_string(mSlot);
-    if (name.size() >= PATH_MAX) errno = ENAMETOOLONG;
-    if (name.size() >= PATH_MAX) return false;
-    const int file = open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-    if (file < 0) return false;
-    close(file);
-    mName = name;
-    std::strcpy(gTemporaries[mSlot], name.c_str());
-    return true;
-}
-
-void OutputFile::Temporary::wasRenamed() {
-    if (!mName.empty()) *gTemporaries[mSlot] = '\0';
-    mName.clear();
-}
-
-OutputFile::Temporary::~Temporary() {
-    if (!mName.empty()) unlink(mName.c_str());
-    wasRenamed();
-}
-
 OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& inputs)
     : mGoal(goal == "-" ? "/dev/stdout" : goal) {
     struct stat found {};
@@ -108,52 +88,55 @@ OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& 
     if (exists && isInput(found, inputs)) {
         throw OutputError(printable(mGoal) + ": expected a file that is not read as well, found an input");
     }
-    for (const int standard : {STDOUT_FILENO, STDERR_FILENO}) {
-        struct stat taken {};
-        const bool isGoal = exists && mDirect < 0 && fstat(standard, &taken) == 0 && isSame(taken, found);
-        if (isGoal && (mDirect = dup(standard)) < 0) fail(errno);
-    }
-    if (exists && mDirect < 0) openDirect(S_ISREG(found.st_mode));
-    mReplaced = followed(mGoal);
-    const fs::path folder = mDirect >= 0 ? fs::temp_directory_path() : fs::path(mReplaced).parent_path();
-    if (!mTemporary.create(folder.empty() ? "." : folder.string(), exists ? 0600 : 0666)) fail(errno);
-    mStream.open(mTemporary.name(), std::ios::in | std::ios::out | std::ios::binary);
-    if (!exists || mDirect >= 0) return;
-    // The owner first: a change of owner takes permissions away. Only root can give files away.
-    if (chown(mTemporary.name().c_str(), found.st_uid, found.st_gid) != 0 && geteuid() == 0) fail(errno);
-    if (chmod(mTemporary.name().c_str(), found.st_mode & 07777U) != 0) fail(errno);
-}
-
-// A file that may not be written is not replaced either.
-void OutputFile::openDirect(bool isRegular) {
-    mDirect = open(mGoal.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
-    if (mDirect < 0) fail(errno);
-    if (!isRegular) return;
-    close(mDirect);
-    mDirect = -1;
-}
-
-OutputFile::~OutputFile() {
-    if (mDirect >= 0) close(mDirect);
+    // A file that may not be written is not replaced either. Better said before the work than after.
+    const std::string written = exists ? mGoal : folderOf(followed(mGoal));
+    if (access(written.c_str(), W_OK) != 0) fail(errno);
+    std::string name = fs::temp_directory_path() / "zsl-replay-XXXXXX";
+    const int file = mkstemp(name.data());
+    if (file < 0) fail(errno);
+    mStream.open(name, std::ios::in | std::ios::out | std::ios::binary);
+    unlink(name.c_str());
+    close(file);
 }
 
 void OutputFile::keep() {
-    mStream.flush();
-    if (!mStream) fail(errno);
-    if (mDirect >= 0) return copyToGoal();
-    mStream.close();
-    if (!mStream || rename(mTemporary.name().c_str(), mReplaced.c_str()) != 0) fail(errno);
-    mTemporary.wasRenamed();
+    clearProgress();
+    struct stat found {};
+    struct stat standard {};
+    const bool exists = stat(mGoal.c_str(), &found) == 0;
+    const bool isStandard = exists && fstat(STDOUT_FILENO, &standard) == 0 && isSame(found, standard);
+    if (!isStandard && (!exists || S_ISREG(found.st_mode))) return replace(exists ? &found : nullptr);
+    const int file = isStandard ? dup(STDOUT_FILENO) : open(mGoal.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    if (file < 0) fail(errno);
+    const int error = copyTo(file);
+    close(file);
+    if (error != 0) fail(error);
 }
 
-void OutputFile::copyToGoal() {
-    clearProgress();
+void OutputFile::replace(const struct stat* old) {
+    const std::string goal = followed(mGoal);
+    const std::string temporary = folderOf(goal) + "/.zsl-replay-" + std::to_string(getpid());
+    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, old != nullptr ? 0600 : 0666);
+    if (file < 0) fail(errno);
+    std::strcpy(gTemporary, temporary.c_str());
+    int error = copyTo(file);
+    if (error == 0 && old != nullptr && fchmod(file, old->st_mode & 07777U) != 0) error = errno;
+    if (close(file) != 0 && error == 0) error = errno;
+    if (error == 0 && rename(temporary.c_str(), goal.c_str()) != 0) error = errno;
+    if (error != 0) unlink(temporary.c_str());
+    *gTemporary = '\0';
+    if (error != 0) fail(error);
+}
+
+int OutputFile::copyTo(int file) {
+    if (!mStream.flush()) return EIO;
     mStream.seekg(0);
     std::array<char, 65536> block;
     while (mStream.read(block.data(), block.size()) || mStream.gcount() > 0) {
-        const int error = writeAll(mDirect, {block.data(), static_cast<size_t>(mStream.gcount())});
-        if (error != 0) fail(error);
+        const int error = writeAll(file, {block.data(), static_cast<size_t>(mStream.gcount())});
+        if (error != 0) return error;
     }
+    return mStream.bad() ? EIO : 0;
 }
 
 void OutputFile::fail(int error) const {

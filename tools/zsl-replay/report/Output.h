@@ -2,7 +2,8 @@
 
 #pragma once
 
-#include <cstddef>
+#include <sys/stat.h>
+
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -21,42 +22,23 @@ public:
 // gone away ends it without a word.
 void cleanUpOnSignals();
 
-// A file that appears whole or not at all. What is written goes to a temporary file, which takes the goal's place when
-// it is kept: beside the goal, so that it can be renamed, with the goal's permissions, and where a symbolic link leads.
-// What can't be replaced (a terminal, standard output by any name, a pipe) gets the contents when they are whole.
+// A file that appears whole or not at all. What is written goes to a file without a name; when it is kept, it is copied
+// beside the goal, with the goal's permissions, and takes its place, where a symbolic link leads. What can't be
+// replaced (a terminal, standard output by any name, a pipe) gets the contents when they are whole.
 class OutputFile {
 public:
     // "-" is standard output. Throws OutputError where the goal can't be written, or is a file that is read as well.
     OutputFile(const std::string& goal, const std::vector<std::string>& inputs);
-    ~OutputFile();
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
 
     std::ostream& stream() { return mStream; }
     void keep();  // throws OutputError; without it the goal stays as it was
 
 private:
-    // Its name is where a signal finds it.
-    class Temporary {
-    public:
-        ~Temporary();
-        bool create(const std::string& folder, unsigned mode);  // false: errno says why
-        const std::string& name() const { return mName; }
-        void wasRenamed();
-
-    private:
-        size_t mSlot = 0;
-        std::string mName;
-    };
-
-    void openDirect(bool isRegular);
-    void copyToGoal();
+    void replace(const struct stat* old);  // null: there is none
+    int copyTo(int file);                  // returns what errno says
     [[noreturn]] void fail(int error) const;
 
     std::string mGoal;
-    std::string mReplaced;  // where it leads
-    int mDirect = -1;       // what can't be replaced
-    Temporary mTemporary;
     std::fstream mStream;
 };
 

@@ -25,17 +25,22 @@ Progress::Progress(const std::vector<std::string>& files)
     }
 }
 
+void Progress::beginFile() {
+    ++mFile;
+    mBytesBefore += mBytes;
+    mBytes = 0;
+}
+
 void Progress::update(uint64_t bytes, size_t requests) {
+    mBytes = bytes;
     if (!mIsShown || Clock::now() < mNext) return;
     mNext = Clock::now() + 200ms;
     std::string line = "file " + std::to_string(mFile) + " of " + std::to_string(mFiles) + ", ";
     if (mBytesInAll > 0) {
-        const uint64_t percent = std::min<uint64_t>(100, (mBytesBefore + bytes) * 100 / mBytesInAll);
+        const uint64_t percent = std::min<uint64_t>(100, (mBytesBefore + mBytes) * 100 / mBytesInAll);
         line += std::to_string(percent) + " %, ";
     }
     showProgress(line + std::to_string(requests) + " requests");
 }
-
-void Progress::endFile(uint64_t bytes) { mBytesBefore += bytes; }
 
 }  // namespace replay

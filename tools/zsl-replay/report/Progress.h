@@ -13,10 +13,9 @@ class Progress {
 public:
     explicit Progress(const std::vector<std::string>& files);
 
-    void beginFile() { ++mFile; }
+    void beginFile();
     // Shows the line when it is time to. `bytes`: of this file, so far.
     void update(uint64_t bytes, size_t requests);
-    void endFile(uint64_t bytes);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -26,6 +25,7 @@ private:
     size_t mFile = 0;
     uint64_t mBytesInAll = 0;  // 0: not known
     uint64_t mBytesBefore = 0;
+    uint64_t mBytes = 0;
     Clock::time_point mNext;
 };
 
