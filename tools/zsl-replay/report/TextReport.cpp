@@ -15,6 +15,10 @@ constexpr char kChosenColour[] = "\033[1;32m";
 constexpr char kWarningColour[] = "\033[33m";
 constexpr char kDiffersColour[] = "\033[1;31m";
 
+void append(std::string& list, const std::string& each, const char* between = ", ") {
+    list += (list.empty() ? "" : between) + each;
+}
+
 std::string gateWords(const Finding& finding) {
     const Account& account = finding.account;
     if (finding.log && !finding.log->showsGate) return "not in the log";
@@ -26,7 +30,7 @@ std::string gateWords(const Finding& finding) {
     const GateLine& gate = *account.gate;
     std::string reasons;
     const auto add = [&reasons](bool applies, const std::string& reason) {
-        if (applies) reasons += (reasons.empty() ? "" : "; ") + reason;
+        if (applies) append(reasons, reason, "; ");
     };
     const std::string strategy = "motion strategy " + std::to_string(gate.motionStrategy);
     if (gate.needed) {
@@ -40,10 +44,6 @@ std::string gateWords(const Finding& finding) {
     add(gate.hdr == 0 && gate.hdrsr == 0 && gate.banding == 0,
         "neither HDR nor HDR super-resolution is asked for, and " + strategy + " is not a banding one");
     return "not taken: " + reasons + anyway;
-}
-
-std::string count(size_t number, const std::string& what) {
-    return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
 }
 
 class TextWriter {
@@ -109,10 +109,9 @@ private:
         mText.back() = text.front();
         mText += text.substr(1) + '\n';
     }
-    void list(const std::string& label, const std::string& head, const FrameList& frames,
-              const std::string& tail = "") {
-        list(
-            label, head, frames, [](uint32_t frame) { return std::to_string(frame); }, tail);
+    void list(const std::string& label, const FrameList& frames, const std::string& tail = "") {
+        const auto number = [](uint32_t frame) { return std::to_string(frame); };
+        list(label, "", frames, number, tail);
     }
 
     // [chosen], (lost by some queue), the anchor with a star, what is not certain with a question mark.
@@ -134,7 +133,7 @@ private:
         const Queue* meta = mFinding.request.metaQueue();
         std::string names;
         for (const Queue& queue : mFinding.request.queues) {
-            names += (names.empty() ? "" : ", ") + std::to_string(queue.id) + " [" + queue.name + ']';
+            append(names, std::to_string(queue.id) + " [" + queue.name + ']');
         }
         line("queues", names.empty() ? "none" : names + (meta == nullptr ? ", none of them for metadata" : ""));
         if (meta == nullptr) return;
@@ -156,7 +155,7 @@ private:
             line("target", "none: no anchor timestamp");
         }
         std::string strategies;
-        for (const std::string& each : account.strategies) strategies += (strategies.empty() ? "" : ", then ") + each;
+        for (const std::string& each : account.strategies) append(strategies, each, ", then ");
         if (!strategies.empty()) line("strategy", strategies);
         if (!mFinding.anchor) return;
         line("anchor",
@@ -174,7 +173,7 @@ private:
             for (; i < account.notHeld.size() && account.notHeld[i].queue == queue; ++i) {
                 frames.push_back(account.notHeld[i].frame);
             }
-            list("passed by", "", frames, "not held by [" + printable(queue) + ']');
+            list("passed by", frames, "not held by [" + printable(queue) + ']');
         }
         if (mFinding.spanBegin) line("span", "begins at " + std::to_string(*mFinding.spanBegin));
         const Queue* meta = mFinding.request.metaQueue();
@@ -185,8 +184,8 @@ private:
             if (mFinding.targetNs) text += ", " + milliseconds(group.timeDiffNs, 0).substr(1) + " off";
             line("group", text + (group.position == account.groups.back().nearestPosition ? "  <- nearest" : ""));
         }
-        if (account.beforeThinning) list("collected", "", *account.beforeThinning);
-        if (account.afterThinning) list("thinned", "", *account.afterThinning);
+        if (account.beforeThinning) list("collected", *account.beforeThinning);
+        if (account.afterThinning) list("thinned", *account.afterThinning);
     }
 
     void writeChosen() {
@@ -205,8 +204,7 @@ private:
              tail);
         std::string checks;
         for (const auto& [frame, result] : outcome.checks) {
-            checks += (checks.empty() ? "" : ", ") + std::to_string(frame) +
-                      (result.first && result.second ? " passes" : " fails");
+            append(checks, std::to_string(frame) + (result.first && result.second ? " passes" : " fails"));
         }
         if (!checks.empty()) line("checks", checks);
     }
@@ -219,13 +217,13 @@ private:
                                 ? "that nothing is chosen, whichever last used frame the lines allow"
                                 : "all of these, whichever last used frame the lines allow");
         } else {
-            list("certain", "", log.certain);
-            list("possible", "", log.possible);
+            list("certain", log.certain);
+            list("possible", log.possible);
         }
         if (!log.open.empty()) line("open", log.open);
         for (const std::string& each : log.assumptions) line("assumed", each);
         for (const std::string& each : log.missing) line("missing", each);
-        line("log", std::to_string(log.reproduced) + " of " + count(log.lines, "line") + " reproduced" +
+        line("log", std::to_string(log.reproduced) + " of " + counted(log.lines, "line") + " reproduced" +
                         (mFinding.differences.empty() ? ": consistent with the log" : "") +
                         (mFinding.whatIf ? ", as far as the unchanged request goes" : ""));
     }
@@ -240,8 +238,8 @@ private:
                           : "from step " + std::to_string(step->number) + " of the library's calls and log lines:");
         if (step) line("  before", step->before);
         if (step) line("  after", step->after);
-        list("gained", "", difference.gained);
-        list("lost", "", difference.lost);
+        list("gained", difference.gained);
+        list("lost", difference.lost);
         if (difference.reordered) line("order", "the same frames in another order");
         for (const std::string& answer : difference.answers) line("answer", answer);
     }
@@ -278,6 +276,10 @@ private:
 };
 
 }  // namespace
+
+std::string counted(size_t number, const std::string& what) {
+    return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
+}
 
 bool isRebuilt(const Finding& finding) { return !finding.log || finding.log->obstacle.empty(); }
 

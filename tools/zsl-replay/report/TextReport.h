@@ -22,6 +22,9 @@ std::string textOf(const Finding& finding, const TextOptions& options);
 // Whether there is a request to show: some in a log can't be rebuilt.
 bool isRebuilt(const Finding& finding);
 
+// "1 line", "2 lines".
+std::string counted(size_t number, const std::string& what);
+
 // The lines that a run logged to a channel.
 const std::vector<desk::LogLine>& logOf(const Run& run, LogChannel channel);
 

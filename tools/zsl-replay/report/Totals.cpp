@@ -4,19 +4,11 @@
 #include <nlohmann/json.hpp>
 
 #include "capture/Text.h"
+#include "report/TextReport.h"
 
 namespace replay {
 
 namespace {
-
-std::string counted(size_t number, const std::string& what) {
-    return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
-}
-
-// The least value that a share of all do not exceed.
-int64_t percentile(const std::vector<int64_t>& sorted, size_t percent) {
-    return sorted[(sorted.size() * percent + 99) / 100 - 1];
-}
 
 std::string words(const std::map<std::string, size_t>& counts) {
     std::string text;
@@ -42,10 +34,13 @@ void Totals::add(const Finding& finding) {
     mDiffer += finding.against && !finding.against->none() ? 1 : 0;
 }
 
-std::vector<int64_t> Totals::sortedDistances() const {
+std::optional<Totals::Distances> Totals::distances() const {
+    if (mDistancesNs.empty()) return std::nullopt;
     std::vector<int64_t> sorted = mDistancesNs;
     std::sort(sorted.begin(), sorted.end());
-    return sorted;
+    // The least value that a share of all do not exceed.
+    const auto percentile = [&](size_t percent) { return sorted[(sorted.size() * percent + 99) / 100 - 1]; };
+    return Distances{percentile(50), percentile(90), sorted.back()};
 }
 
 std::string Totals::line(const std::string& name) const {
@@ -67,10 +62,9 @@ std::string Totals::block() const {
     if (mLogged > 0) line("log", std::to_string(mReproduced) + " of " + counted(mLines, "line") + " reproduced");
     line("strategies", words(mStrategies));
     line("warnings", words(mWarnings));
-    const std::vector<int64_t> sorted = sortedDistances();
-    if (!sorted.empty()) {
-        line("anchor", "from the target: median " + milliseconds(percentile(sorted, 50), 0) + ", 90 % within " +
-                           milliseconds(percentile(sorted, 90), 0) + ", furthest " + milliseconds(sorted.back(), 0));
+    if (const auto far = distances()) {
+        line("anchor", "from the target: median " + milliseconds(far->median, 0) + ", 90 % within " +
+                           milliseconds(far->most, 0) + ", furthest " + milliseconds(far->furthest, 0));
     }
     if (mLogged > 0) line("certain", std::to_string(mCertain) + " of " + counted(mLogged, "selection") + " from logs");
     if (mCompares) line("builds", "differ in " + counted(mDiffer, "request"));
@@ -82,11 +76,9 @@ std::string Totals::json() const {
     nlohmann::ordered_json json = {{"files", mFiles}, {"filesWithoutRequests", mFilesWithout}, {"requests", mRequests}};
     json["strategies"] = mStrategies;
     json["warnings"] = mWarnings;
-    const std::vector<int64_t> sorted = sortedDistances();
     json["anchorDistance"] = nlohmann::ordered_json::object();
-    if (!sorted.empty()) {
-        json["anchorDistance"] = {
-            {"p50", percentile(sorted, 50)}, {"p90", percentile(sorted, 90)}, {"max", sorted.back()}};
+    if (const auto far = distances()) {
+        json["anchorDistance"] = {{"p50", far->median}, {"p90", far->most}, {"max", far->furthest}};
     }
     json["lines"] = mLines;
     json["reproduced"] = mReproduced;
