@@ -76,7 +76,8 @@ void Canvas::writePng(std::ostream& out, double width, double height) const {
         static_cast<std::ostream*>(stream)->write(reinterpret_cast<const char*>(data), size);
         return CAIRO_STATUS_SUCCESS;
     };
-    if (!picture || !rsvg_handle_render_document(picture.get(), cairo.get(), &page, nullptr) ||
+    if (!picture || cairo_status(cairo.get()) != CAIRO_STATUS_SUCCESS ||
+        !rsvg_handle_render_document(picture.get(), cairo.get(), &page, nullptr) ||
         cairo_surface_write_to_png_stream(surface.get(), write, &out) != CAIRO_STATUS_SUCCESS) {
         throw InputError("--picture: expected what a PNG file can show, found too much: --request and --frame pick");
     }
