@@ -239,7 +239,9 @@ TimeAxis axisOf(const std::vector<Rows>& parts) {
     axis.firstMs -= pitchMs / 2;
     axis.lastMs += pitchMs / 2;
     const double length = axis.lastMs - axis.firstMs;
-    axis.width = std::clamp(kLeft + kRight + length / pitchMs * kPitch, kLeastWidth, kMostWidth);
+    // Long gaps take room, but not all of it.
+    const double places = std::min(length / pitchMs, 2.0 * static_cast<double>(timesNs.size()));
+    axis.width = std::clamp(kLeft + kRight + places * kPitch, kLeastWidth, kMostWidth);
     axis.scale = (axis.width - kLeft - kRight) / length;
     axis.pitch = pitchMs * axis.scale;
     return axis;
