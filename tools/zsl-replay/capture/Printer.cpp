@@ -138,8 +138,9 @@ void printHead(std::ostream& out, const Document& document, const std::vector<st
 
 void printRequests(std::ostream& out, const Document& document,
                    const std::vector<std::vector<std::string>>& commentsByRequest) {
+    static const Node::List kNone;  // of a recorder that came to an end early
     const NodePtr* const requests = find(document.root(), "requests");
-    const Node::List& list = *(*requests)->list();
+    const Node::List& list = requests != nullptr && (*requests)->list() != nullptr ? *(*requests)->list() : kNone;
     if (list.empty()) out << "  []\n";
     for (size_t i = 0; i < list.size(); ++i) {
         if (i < commentsByRequest.size()) printComments(out, commentsByRequest[i]);

@@ -41,12 +41,12 @@ std::string escapeOf(uint32_t value) {
 }
 
 std::string escaped(std::string_view text, bool isQuoted) {
-    constexpr uint32_t kReplacement = 0xFFFD;
+    constexpr char kReplacement[] = "\xEF\xBF\xBD";
     std::string out;
     while (!text.empty()) {
         const CodePoint c = firstCodePoint(text);
         if (c.length == 0) {
-            out += escapeOf(isQuoted ? kReplacement : static_cast<unsigned char>(text[0]));
+            out += isQuoted ? kReplacement : escapeOf(static_cast<unsigned char>(text[0]));
         } else if (isControl(c.value)) {
             out += escapeOf(c.value);
         } else {

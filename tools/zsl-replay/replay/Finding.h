@@ -60,6 +60,7 @@ struct Evidence {
     size_t firstLine = 0;
     size_t lines = 0;  // in the log
     size_t reproduced = 0;
+    bool showsGate = true;  // false where no line shows the gate's answer
     std::vector<std::string> assumptions;  // for what the log does not hold
     std::vector<std::string> missing;      // what the log should hold and does not
     std::string obstacle;                  // why there is nothing to replay; else empty

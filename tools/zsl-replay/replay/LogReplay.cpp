@@ -103,6 +103,7 @@ ReplayedRequest LogReplay::replay(const LoggedRequest& logged) {
     evidence.lines = agreement.lines;
     evidence.reproduced = agreement.reproduced;
     evidence.assumptions = best.rebuilt.assumptions;
+    evidence.showsGate = best.rebuilt.showsGate;
     evidence.missing = best.rebuilt.gaps;
     evidence.missing.insert(evidence.missing.end(), agreement.missing.begin(), agreement.missing.end());
     evidence.obstacle = obstacle;

@@ -132,6 +132,7 @@ void Rebuilder::setGate() {
         gate.hdr = ran == "selectFramesForLbmfAndHdr" || ran == "selectFramesForBinningAndHdr" ? 1 : 0;
         gate.motionStrategy = ran == "selectZSLFramesForSNSCBinning1" ? 2 : 0;
         lack("the gate's line is missing");
+        mOut.showsGate = false;
         assume(std::string("gate: not taken, ") +
                (gate.hdr != 0 ? "HDR" : "motion strategy " + std::to_string(gate.motionStrategy)) +
                (ran.empty() ? "" : ", as " + ran + " ran"));

@@ -14,6 +14,7 @@ namespace replay {
 struct Rebuilt {
     Request request;
     bool disabled = false;                 // by the switch property
+    bool showsGate = true;                 // false: what the gate said is assumed
     std::string obstacle;                  // why there is nothing to replay; else empty
     std::vector<std::string> assumptions;  // for what the log does not hold
     std::vector<std::string> gaps;         // what the log should hold and does not

@@ -58,7 +58,7 @@ void addRequest(const Finding& finding, Json& json) {
 
 void addOutcome(const Finding& finding, Json& json) {
     const halcore::RequestOutcome& outcome = finding.run.outcome;
-    if (isRebuilt(finding)) json["gate"] = outcome.needed;
+    if (isRebuilt(finding) && (!finding.log || finding.log->showsGate)) json["gate"] = outcome.needed;
     if (isRebuilt(finding)) json["selected"] = outcome.selected;
     json["strategies"] = finding.account.strategies;
     if (finding.targetNs) json["target"] = *finding.targetNs;

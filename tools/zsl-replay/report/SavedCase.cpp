@@ -25,7 +25,7 @@ Expectation expectationOf(const Finding& finding) {
         return expect;
     }
     const halcore::RequestOutcome& outcome = finding.run.outcome;
-    expect.gate = outcome.needed;
+    if (!finding.log || finding.log->showsGate) expect.gate = outcome.needed;
     if (finding.log && !finding.log->settled()) {
         expect.logHas = repeatableMessages(finding.run);
     } else if (outcome.selected) {

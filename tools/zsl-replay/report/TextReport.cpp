@@ -17,6 +17,7 @@ constexpr char kDiffersColour[] = "\033[1;31m";
 
 std::string gateWords(const Finding& finding) {
     const Account& account = finding.account;
+    if (finding.log && !finding.log->showsGate) return "not in the log";
     if (finding.request.call) return "not asked: " + finding.request.call->strategy + " is called directly";
     if (account.disabled) return std::string("not taken: ") + kSwitchProperty + " is true, or not set";
     const bool selected = finding.run.outcome.selected;
