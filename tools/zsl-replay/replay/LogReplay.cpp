@@ -85,7 +85,9 @@ ReplayedRequest LogReplay::replay(const LoggedRequest& logged) {
             searchAllList(logged, best);
             searchLostFrames(logged, best);
         }
+        const Rebuilt rebuilt = best.rebuilt;
         tryLastUsedFrames(logged, best, out);
+        if (out.consistent.empty() && !logged.checks.empty()) checkAsLogged(logged, rebuilt, best, out);
     } else {
         best.agreement = agreementOf(logged, {});
         best.agreement.firstDifference = "can't be rebuilt: " + obstacle;
@@ -185,6 +187,19 @@ void LogReplay::searchLostFrames(const LoggedRequest& logged, Attempt& best) {
     variant.assumptions.push_back("lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line");
     Attempt tried = attempt(std::move(variant), logged);
     if (tried.agreement.distance() < best.agreement.distance()) best = std::move(tried);
+}
+
+// A core may have frames checked that were not chosen; then checks say nothing of the choice.
+void LogReplay::checkAsLogged(const LoggedRequest& logged, Rebuilt rebuilt, Attempt& best, ReplayedRequest& out) {
+    FrameList& frames = rebuilt.request.check.of.emplace();
+    for (const CheckAccount& check : logged.account.checks) frames.push_back(check.frame);
+    rebuilt.assumptions.push_back("frames checked: those in the log, whether they were chosen or not");
+    Attempt tried = attempt(std::move(rebuilt), logged);
+    ReplayedRequest found;
+    tryLastUsedFrames(logged, tried, found);
+    if (found.consistent.empty()) return;
+    best = std::move(tried);
+    out = std::move(found);
 }
 
 // No line shows the last used frame: none, and each listed one, are tried. The one that is shown is none if that is

@@ -60,6 +60,7 @@ private:
     Attempt attempt(Rebuilt rebuilt, const LoggedRequest& logged);
     void searchAllList(const LoggedRequest& logged, Attempt& best);
     void searchLostFrames(const LoggedRequest& logged, Attempt& best);
+    void checkAsLogged(const LoggedRequest& logged, Rebuilt rebuilt, Attempt& best, ReplayedRequest& out);
     void tryLastUsedFrames(const LoggedRequest& logged, Attempt& best, ReplayedRequest& out);
 
     Sessions mSessions;

@@ -114,6 +114,7 @@ Rebuilt Rebuilder::finish() {
     setGate();
     setDriver();
     if (!mLogged.fwkFrame) assume("framework frame: 0, as no line shows it");
+    if (!hasLists && !mLog.checks.empty()) addCheckedQueue({});
     if (!hasLists) return mOut;
     if (!mLog.targetNs) lack("the line of the target moment is missing");
     makeQueues();
