@@ -86,7 +86,7 @@ private:
         input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
         const std::string& name = input.name();
         const bool isLog = input.looksLikeLog();
-        if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
+        if (mOptions.roundTrip) return feedBack(name, parseDocument(name, input.readAll()));
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
         mProgress.endFile(input.bytesRead());
         if (isLog && served.requests == 0) noteEmptyLog(name);
@@ -101,8 +101,6 @@ private:
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
         if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
-        mPlatform = theCase;
-        mPlatform.requests.clear();
         return mReplay.serve(document);
     }
 
@@ -111,9 +109,9 @@ private:
         if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
     }
 
-    void feedBack(const Case& theCase) {
-        const RoundTrip trip = mReplay.roundTrip(theCase);
-        std::string text = printable(theCase.file) + ": of " + std::to_string(trip.requests) +
+    void feedBack(const std::string& name, const Document& document) {
+        const RoundTrip trip = mReplay.roundTrip(document);
+        std::string text = printable(name) + ": of " + std::to_string(trip.requests) +
                            " selections that were fed back " + std::to_string(trip.settled) + " came out again, and " +
                            std::to_string(trip.open) + " are among those that their logs leave open\n";
         for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
@@ -130,9 +128,8 @@ private:
     }
 
     void note(const Served& served) {
-        const bool isFirst = mServed.requests == 0;
         mServed.requests = std::max(mServed.requests, served.requests);
-        mServed.firstFrame = isFirst ? served.firstFrame : std::min(mServed.firstFrame, served.firstFrame);
+        mServed.firstFrame = std::min(mServed.firstFrame, served.firstFrame);
         mServed.lastFrame = std::max(mServed.lastFrame, served.lastFrame);
     }
 
@@ -152,13 +149,7 @@ private:
             writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
         if (mPicture) mPicture->add(finding);
-        if (mSaved) mSaved->add(finding, finding.log ? platformOfLog(finding) : mPlatform);
-    }
-
-    static Case platformOfLog(const Finding& finding) {
-        Case platform;
-        if (finding.account.disabled) platform.properties[kSwitchProperty] = "true";
-        return platform;
+        if (mSaved) mSaved->add(finding, finding.platform);
     }
 
     std::vector<std::string> origin() const {
@@ -195,7 +186,6 @@ private:
     TextOptions mText;
     size_t mReported = 0;  // one by one
     Served mServed;        // the most that a file holds, and all framework frames
-    Case mPlatform;        // of the case file under way, without requests
     std::unique_ptr<PictureReport> mPicture;
     std::unique_ptr<SavedCase> mSaved;
     int mStatus = 0;
