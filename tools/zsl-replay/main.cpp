@@ -85,8 +85,7 @@ private:
         InputFile input(file);
         input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
         const std::string& name = input.name();
-        const bool isLog = input.looksLikeLog();
-        if (mOptions.roundTrip) return feedBack(name, parseDocument(name, input.readAll()));
+        const bool isLog = input.looksLikeLog() && !mOptions.roundTrip;
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
         mProgress.endFile(input.bytesRead());
         if (isLog && served.requests == 0) noteEmptyLog(name);
@@ -101,22 +100,12 @@ private:
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
         if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
-        return mReplay.serve(document);
+        return mOptions.roundTrip ? mReplay.roundTrip(document) : mReplay.serve(document);
     }
 
     void noteCutOff(const std::string& what) {
         warn(what);
         if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
-    }
-
-    void feedBack(const std::string& name, const Document& document) {
-        const RoundTrip trip = mReplay.roundTrip(document);
-        std::string text = printable(name) + ": of " + std::to_string(trip.requests) +
-                           " selections that were fed back " + std::to_string(trip.settled) + " came out again, and " +
-                           std::to_string(trip.open) + " are among those that their logs leave open\n";
-        for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
-        writeStandardOutput(text);
-        if (!trip.failures.empty() && mStatus == 0) mStatus = 1;
     }
 
     // One among many is no error.

@@ -39,7 +39,7 @@ public:
             return;
         }
         clearUsed();
-        for (const uint32_t frame : open) holdOne(frame);
+        for (const uint32_t frame : open) hold(frame);
         holdAll();
         needFrames();
         if (finding.targetNs) moveTarget(*finding.targetNs, finding.account.driver);
@@ -63,19 +63,10 @@ private:
         });
     }
 
-    // In each of the queues that lack it, then in all of these.
-    void holdOne(uint32_t frame) {
+    // In the queues that lack it.
+    void hold(uint32_t frame) {
         const auto time = shutterTimeNs(mRequest, frame);
         if (!time) return;
-        const auto hold = [&](const std::string& names, const std::vector<size_t>& queues) {
-            const auto change = [frame, data = FrameData{*time, 0, false}, queues](Request& changed) {
-                for (const size_t q : queues) {
-                    const auto lost = changed.queues[q].lost.find(frame);
-                    changed.queues[q].held[frame] = lost != changed.queues[q].lost.end() ? lost->second : data;
-                }
-            };
-            add(names + " still held it", change, frame);
-        };
         std::vector<size_t> lacking;
         std::string names;
         for (size_t q = 0; q < mRequest.queues.size(); ++q) {
@@ -83,9 +74,15 @@ private:
             if (queue.held.count(frame) > 0) continue;
             lacking.push_back(q);
             names += (names.empty() ? "" : " and ") + queueName(queue);
-            hold(queueName(queue), {q});
         }
-        if (lacking.size() > 1) hold(names, lacking);
+        const auto change = [frame, time = *time, lacking](Request& changed) {
+            for (const size_t q : lacking) {
+                Queue& queue = changed.queues[q];
+                const auto lost = queue.lost.find(frame);
+                queue.held[frame] = lost != queue.lost.end() ? lost->second : FrameData{time, 0, false};
+            }
+        };
+        if (!lacking.empty()) add(names + " still held it", change, frame);
     }
 
     // All that a queue has lost.

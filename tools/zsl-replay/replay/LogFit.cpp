@@ -51,9 +51,8 @@ std::string usedWords(const FrameList& shown, size_t consistent, size_t listed) 
     const std::string words = "last used frame: " + join(shown);
     if (listed == 0) return words + ", as no line shows one";
     if (consistent == 0) return words + ", which comes nearest to the log's lines";
-    return words + (shown.empty() ? "" : ", the lowest that brings out the log's lines") + "; of the " +
-           std::to_string(listed) + " listed, " + std::to_string(consistent - (shown.empty() ? 1 : 0)) +
-           " bring them out";
+    return words + "; of the " + std::to_string(listed) + " listed, " +
+           std::to_string(consistent - (shown.empty() ? 1 : 0)) + " bring them out";
 }
 
 // A rebuilt request, replayed.

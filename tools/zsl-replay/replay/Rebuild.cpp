@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "capture/Metadata.h"
+#include "replay/LogMatch.h"
 
 namespace replay {
 
@@ -170,6 +171,14 @@ void Rebuilder::setDriver() {
         request.check.aiHlFrames = check.aiHlFrames;
         if (check.wanted) tags[kSensorMode] = tagValue(kSensorMode, *check.wanted);
     }
+    // Where there is a metadata object, a check tells what it reads from it.
+    const auto isReading = [](const LoggedLine& line) { return line.function() == "operator()"; };
+    for (const LoggedRequest::Check& check : mLogged.checks) {
+        if (std::any_of(check.lines.begin(), check.lines.end(), isReading)) return;
+    }
+    if (mLogged.checks.empty() || !hasDebugLines(mLogged)) return;
+    request.check.metadata.emplace();
+    assume("checks: without request metadata, as no line shows what they read of it");
 }
 
 // A missing list is taken to be what the search met, and a cut one may go on so.

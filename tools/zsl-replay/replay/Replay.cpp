@@ -4,6 +4,7 @@
 #include <set>
 
 #include "account/LogRequests.h"
+#include "capture/Text.h"
 #include "replay/Compare.h"
 #include "replay/Explain.h"
 #include "replay/LogFit.h"
@@ -169,12 +170,23 @@ void Replay::noteMapped(Finding& finding) {
     }
 }
 
-RoundTrip Replay::roundTrip(const Document& document) {
-    RoundTrip result;
-    std::vector<Finding> found;
-    Replay replay(mOptions, [&found](Finding&& finding) { found.push_back(std::move(finding)); });
-    replay.serve(document);
-    for (const Finding& given : std::exchange(found, {})) {
+Served Replay::roundTrip(const Document& document) {
+    Served served;
+    const auto feedBack = [&](const Finding& given) {
+        if (given.request.call) return;  // a strategy called directly logs no lists
+        const FrameList& list = given.run.chosen();
+        const std::set<uint32_t> chosen(list.begin(), list.end());
+        const auto judge = [&](Finding&& back) {
+            const Evidence& log = *back.log;
+            if (!std::includes(chosen.begin(), chosen.end(), log.certain.begin(), log.certain.end()) ||
+                !std::includes(log.possible.begin(), log.possible.end(), chosen.begin(), chosen.end())) {
+                back.differences.push_back("its log leads to another selection than " + join(list));
+            }
+            back.number = given.number;
+            back.request.name = given.request.name;
+            ++served.requests;
+            mSink(std::move(back));
+        };
         size_t count = 0;
         std::string text;
         const auto nextLine = [&]() -> std::optional<InputFile::Line> {
@@ -182,22 +194,12 @@ RoundTrip Replay::roundTrip(const Document& document) {
             text = desk::threadtime(given.run.log[count]);
             return InputFile::Line{text, ++count, false};
         };
-        found.clear();
-        replay.serve(nextLine, given.file);
-        if (found.empty() || given.request.call) continue;  // a strategy called directly logs no lists
-        ++result.requests;
-        const Evidence& log = *found.front().log;
-        const std::set<uint32_t> chosen(given.run.chosen().begin(), given.run.chosen().end());
-        const bool isWhole = found.size() == 1 && found.front().differences.empty();
-        if (isWhole && std::includes(chosen.begin(), chosen.end(), log.certain.begin(), log.certain.end()) &&
-            std::includes(log.possible.begin(), log.possible.end(), chosen.begin(), chosen.end())) {
-            ++(log.settled() ? result.settled : result.open);
-        } else if (log.open.empty()) {
-            result.failures.push_back(given.request.name + ": " +
-                                      (isWhole ? "its log leads to another selection" : "its log is not reproduced"));
-        }
-    }
-    return result;
+        Replay(mOptions, judge).serve(nextLine, given.file);
+    };
+    std::vector<Finding> all;
+    Replay(mOptions, [&all](Finding&& given) { all.push_back(std::move(given)); }).serve(document);
+    std::for_each(all.begin(), all.end(), feedBack);
+    return served;
 }
 
 }  // namespace replay

@@ -37,14 +37,6 @@ struct Served {
     uint32_t lastFrame = 0;            // the highest
 };
 
-// A case's requests whose own logs were fed back.
-struct RoundTrip {
-    size_t requests = 0;
-    size_t settled = 0;                 // the log leaves nothing open, and leads to the selection
-    size_t open = 0;                    // the selection is among those that are consistent with the log
-    std::vector<std::string> failures;  // requests of which neither is true
-};
-
 // Findings come in the order of the requests. Of a case file, which is one batch, they come when all of it has been
 // served; of a log as it is read, with --against in batches, and with changes at its end. Throws InputError for an
 // input that can't be served and halcore::PluginError for a build that can't be loaded; findings that were handed on
@@ -56,8 +48,9 @@ public:
     Served serve(const Document& document);  // a case file
     Served serve(InputFile& log);            // no request in it is no error
 
-    // Hands on no finding.
-    RoundTrip roundTrip(const Document& document);
+    // Feeds the log of each of a case's requests back. Findings are of these logs, and differ where they lead to
+    // another selection.
+    Served roundTrip(const Document& document);
 
 private:
     using Lines = std::function<std::optional<InputFile::Line>()>;
