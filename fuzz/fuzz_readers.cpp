@@ -26,9 +26,9 @@ static std::string printed(const Document& document) {
 
 static void readLog(InputFile& log) {
     RequestCollector collector([](const LoggedRequest& logged) {
-        const Rebuilt rebuilt = rebuild(logged);
-        if (!rebuilt.obstacle.empty()) return;
-        Case theCase = platformOf(rebuilt.disabled);
+        const Finding rebuilt = rebuild(logged);
+        if (!rebuilt.canServe()) return;
+        Case theCase = rebuilt.platform;
         theCase.requests = {rebuilt.request};
         const std::string text = printed(documentOf(theCase));
         try {
