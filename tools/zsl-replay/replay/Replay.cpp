@@ -186,6 +186,7 @@ void Replay::LogServing::add(const LoggedRequest& logged) {
 
 // The requests of the whole log are one case to the changes, which may be for one request or for all.
 void Replay::LogServing::change() {
+    if (mBatch.empty()) return;
     Case whole;
     whole.file = mName;
     for (const Entry& entry : mBatch) whole.requests.push_back(entry.finding.request);
