@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <regex>
-#include <vector>
 
 #include "capture/Text.h"
 
@@ -32,26 +31,6 @@ std::string_view timeIn(std::string_view left) {
     return left.substr(0, end);
 }
 
-struct Format {
-    const char* name;
-    std::regex pattern;
-};
-
-// All at the beginning of a line.
-const std::vector<Format>& otherFormats() {
-    static const std::vector<Format> formats = {
-        {"brief", std::regex("[VDIWEFS]/[^(]{1,80}\\( *[0-9]+\\): ")},
-        {"process", std::regex("[VDIWEFS]\\( *[0-9]+\\) ")},
-        {"thread", std::regex("[VDIWEFS]\\( *[0-9]+: *[0-9]+\\) ")},
-        {"tag", std::regex("[VDIWEFS]/[^ :(]{1,80} *: ")},
-        {"time", std::regex("[0-9-]{5,10} [0-9:.]{8,18} [VDIWEFS]/[^(]{1,80}\\( *[0-9]+\\): ")},
-        {"long", std::regex("\\[ [0-9-]{5,10} [0-9:.]{8,18} +[0-9]+: *[0-9]+ [VDIWEFS]/")},
-        {"epoch or monotonic", std::regex(" *[0-9]+\\.[0-9]{3,9} +[0-9]+ +[0-9]+ [VDIWEFS] [^ ]{1,80} *: ")},
-        {"raw", std::regex("[A-Z]{2,8} [^ ]*ZSLSelector[^ ]*:[0-9]+ [A-Za-z0-9_()]+\\(\\)")},
-    };
-    return formats;
-}
-
 }  // namespace
 
 // Read from the right: what precedes the pid varies.
@@ -70,13 +49,14 @@ bool parseHeader(std::string_view line, LogHeader& header) {
     return left.size() > 5 && (left[2] == '-' || left[4] == '-');
 }
 
-const char* otherLogFormat(std::string_view line) {
+bool isOtherLogFormat(std::string_view line) {
+    static const std::regex others(
+        "[VDIWEFS](/[^:(]{1,80}(: |\\( *[0-9]+\\): )|\\( *[0-9]+(: *[0-9]+)?\\) )"  // brief, tag, process, thread
+        "|[0-9-]{5,10} [0-9:.]{8,18} [VDIWEFS]/"                                    // time
+        "|\\[ [0-9-]{5,10} [0-9:.]{8,18} +[0-9]+: *[0-9]+ [VDIWEFS]/"               // long
+        "| *[0-9]+\\.[0-9]{3,9} +[0-9]+ +[0-9]+ [VDIWEFS] ");                       // epoch, monotonic
     line = line.substr(0, kLongestHeader);
-    for (const Format& format : otherFormats()) {
-        const auto anchored = std::regex_constants::match_continuous;
-        if (std::regex_search(line.begin(), line.end(), format.pattern, anchored)) return format.name;
-    }
-    return nullptr;
+    return std::regex_search(line.begin(), line.end(), others, std::regex_constants::match_continuous);
 }
 
 }  // namespace replay

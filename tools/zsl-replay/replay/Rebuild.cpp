@@ -156,7 +156,7 @@ void Rebuilder::setGate() {
 void Rebuilder::setDriver() {
     Request& request = mOut.request;
     Tags& tags = *request.metadata;
-    if (mLog.policy) tags[kSeamlessPolicy] = seamlessPolicy({{mLog.policy->sensorId, mLog.policy->sensorMode}});
+    if (mLog.policy) tags[kSeamlessPolicy] = seamlessPolicy({*mLog.policy});
     if (mLog.driver) {
         setTag(tags, "nexaro.mfnr.anchorTimeStamp", mLog.driver->anchorTimestampNs);
         setTag(tags, "nexaro.ai.zosd.motionCaptureType", mLog.driver->motionCaptureType);
