@@ -1,0 +1,18 @@
+# The recorder: a plug-in of its own, with a hidden copy of the contract's classes.
+add_library(com.nexaro.zsl.motion.recorder SHARED
+  api/ZSLFrameRecords.cpp
+  api/ZSLSelectorBase.cpp
+  external/odm/policy/zsl/mtk/ZSLSelectorExt.cpp
+  recorder/CaseFile.cpp
+  recorder/CaseText.cpp
+  recorder/Entry.cpp
+  recorder/RecordedQueue.cpp
+  recorder/Recorder.cpp
+  recorder/RecordingSelector.cpp)
+set(recorder_map ${CMAKE_SOURCE_DIR}/cmake/com.nexaro.zsl.motion.recorder.map)
+set_target_properties(com.nexaro.zsl.motion.recorder PROPERTIES PREFIX "" LINK_DEPENDS ${recorder_map}
+                      LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+target_include_directories(com.nexaro.zsl.motion.recorder PRIVATE ${CMAKE_SOURCE_DIR})
+target_link_options(com.nexaro.zsl.motion.recorder PRIVATE -Wl,--version-script=${recorder_map} -Wl,-z,now)
+target_link_libraries(com.nexaro.zsl.motion.recorder PRIVATE cutils log utils com.nexaro.debug com.nexaro.metadatautils
+                      ${CMAKE_DL_LIBS})
