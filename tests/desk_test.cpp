@@ -182,7 +182,7 @@ TEST(Desk, TwoThreadsRunTwoSelectors) {
             for (int i = 0; i < 50; ++i) {
                 const auto request = motionRequest();
                 const zohal::ZSLFrameCheckInfo check{0, request.requestMetas[0], 1, 0, 0, 0, request.zslQueues, 0};
-                EXPECT_EQ(plugin.serve(request, true, check).selection, (zohal::SelectionResult{{1, {7}}}));
+                EXPECT_EQ(plugin.serve(request, halcore::Select::kAlways, check).selection, (zohal::SelectionResult{{1, {7}}}));
             }
         };
         std::thread other(serve, std::ref(second));
@@ -226,7 +226,7 @@ TEST(Desk, FramesComeAndGoWhileASelectorReads) {
             int selected = 0;
             for (int i = 0; i < 20000 && selected < 500; ++i) {
                 const uint32_t before = newest;
-                for (const auto& [id, frames] : plugin.serve(request, true, std::nullopt).selection) {
+                for (const auto& [id, frames] : plugin.serve(request, halcore::Select::kAlways, std::nullopt).selection) {
                     ++selected;
                     EXPECT_TRUE(std::is_sorted(frames.begin(), frames.end(), std::less_equal<>()));
                     EXPECT_TRUE(frames.empty() || (frames.front() + 25 >= before && frames.back() <= newest));

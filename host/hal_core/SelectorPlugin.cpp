@@ -40,14 +40,15 @@ void* SelectorPlugin::symbol(const char* name) const {
     return address;
 }
 
-RequestOutcome SelectorPlugin::serve(const zohal::ZSLFrameSelectInfo& request, bool selectAnyway,
-                                     std::optional<zohal::ZSLFrameCheckInfo> checkInfo) {
+RequestOutcome SelectorPlugin::serve(const zohal::ZSLFrameSelectInfo& request, Select select,
+                                     std::optional<zohal::ZSLFrameCheckInfo> checkInfo,
+                                     const std::optional<std::vector<uint32_t>>& checked) {
     RequestOutcome outcome;
     outcome.needed = selector().isSelectorNeeded(request);
-    outcome.selected = outcome.needed || selectAnyway;
+    outcome.selected = select == Select::kAlways || (select == Select::kGated && outcome.needed);
     if (outcome.selected) outcome.selection = selector().selectZSLFrames(request);
-    if (!checkInfo || outcome.selection.empty()) return outcome;
-    for (const uint32_t zslFrame : outcome.selection.begin()->second) {
+    if (!checkInfo || (!checked && outcome.selection.empty())) return outcome;
+    for (const uint32_t zslFrame : checked ? *checked : outcome.selection.begin()->second) {
         checkInfo->checkFrameNum = zslFrame;
         outcome.checks[zslFrame] = selector().checkFrame(*checkInfo);
     }
@@ -64,6 +65,12 @@ bool SelectorPlugin::callStrategy(StrategyCall& call, const zohal::ZSLFrameSelec
     }
     return reinterpret_cast<Strategy*>(address)(&selector(), fwkFrame, request, metaQueue, call.selectList, call.zsdTs,
                                                 call.lastZslFrame);
+}
+
+bool SelectorPlugin::isMapped(const std::string& path) {
+    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (library != nullptr) dlclose(library);
+    return library != nullptr;
 }
 
 const std::vector<std::string>& SelectorPlugin::strategies() {

@@ -19,6 +19,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// When the core asks for a selection.
+enum class Select { kGated, kAlways, kNever };
+
 // What a selector did with one request.
 struct RequestOutcome {
     bool needed = false;    // the gate's answer
@@ -43,16 +46,20 @@ public:
 
     zohal::ZSLSelectorBase& selector() { return *mSelectors.back(); }
 
-    // Asks the gate; selects where the gate takes the request, or in any case; then has every frame chosen checked,
-    // where check info is given (its frame number is filled in).
-    RequestOutcome serve(const zohal::ZSLFrameSelectInfo& request, bool selectAnyway,
-                         std::optional<zohal::ZSLFrameCheckInfo> checkInfo);
+    // Asks the gate; selects where it takes the request, always or never; then, where check info is given (its frame
+    // number is filled in), has `checked` frames checked, or every one chosen.
+    RequestOutcome serve(const zohal::ZSLFrameSelectInfo& request, Select select,
+                         std::optional<zohal::ZSLFrameCheckInfo> checkInfo,
+                         const std::optional<std::vector<uint32_t>>& checked = std::nullopt);
 
     // Calls a strategy that the plug-in exports, on the selector. Throws PluginError when the plug-in lacks it.
     bool callStrategy(StrategyCall& call, const zohal::ZSLFrameSelectInfo& request,
                       std::shared_ptr<zohal::ZSLFrameQueue> metaQueue);
 
     static const std::vector<std::string>& strategies();
+
+    // Whether the library is in memory. One that stays there after its last owner has gone keeps its state.
+    static bool isMapped(const std::string& path);
 
 private:
     void* symbol(const char* name) const;

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "account/Catalogue.h"
 #include "capture/Case.h"
+#include "desk/LogSink.h"
 
 namespace replay {
 
@@ -33,7 +35,7 @@ struct SensorPolicyLine {
 
 enum class ListKind { kConsumer, kProducer, kAll };
 
-// A frame that a search met, in the order in which lines name them.
+// A frame that a search met, in the order in which lines name them, as often as they do.
 struct FrameMet {
     ListKind list;
     uint32_t frame;
@@ -47,8 +49,8 @@ struct FrameNotHeld {
 };
 
 struct AnchorLine {
-    int64_t offset;     // from the end of the consumer list
-    uint32_t csbegin;   // first position of the span, before the presence check
+    int64_t offset;    // from the end of the consumer list
+    uint32_t csbegin;  // first position of the span, before the presence check
 };
 
 // A group start that was judged by its reference frame.
@@ -66,8 +68,8 @@ struct CheckAccount {
     uint32_t frame = 0;
     int32_t role = 0;
     int32_t aiHlFrames = 0;
-    bool held = true;             // the frame-info queue holds the frame
-    uint32_t mode = 0;            // its mode there
+    bool held = true;               // the frame-info queue holds the frame
+    uint32_t mode = 0;              // its mode there
     std::optional<int32_t> wanted;  // the mode that the request's tag names; absent: no such tag, or no metadata
     std::optional<bool> passed;
 };
@@ -82,8 +84,8 @@ struct Account {
     std::optional<FrameList> producer;
     std::optional<SensorPolicyLine> policy;
     std::optional<DriverLine> driver;
-    std::optional<int64_t> targetNs;  // zsdTs
-    std::optional<int64_t> clockNs;   // curTime
+    std::optional<int64_t> targetNs;      // zsdTs
+    std::optional<int64_t> clockNs;       // curTime
     std::vector<std::string> strategies;  // in the order in which lines name them, each once: the function that logs,
                                           // and the normal one also by the line that says the first failed
     bool fallback = false;                // that line
@@ -96,5 +98,15 @@ struct Account {
     std::vector<CheckAccount> checks;
     std::vector<std::string> unread;  // what a line should say and does not, cut or damaged as it is
 };
+
+// Takes a line of the gate or of a selection into account; one of the sensor-mode check. `matched` is what the
+// catalogue makes of it. Numbers beyond a value's range are cut to it: a line that holds one does not come out of a
+// replay again, which tells.
+struct LoggedLine;
+void note(const LoggedLine& line, const std::optional<MatchedLine>& matched, Account& account);
+void note(const std::optional<MatchedLine>& matched, CheckAccount& check);
+
+// The account of one request's lines, as a replay has logged them.
+Account accountOf(const std::vector<desk::LogLine>& lines);
 
 }  // namespace replay

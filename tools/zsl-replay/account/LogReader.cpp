@@ -1,5 +1,6 @@
 #include "account/LogReader.h"
 
+#include <android/log.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -22,6 +23,7 @@ struct Header {
     char level = 0;
     std::string_view tag;
     std::string_view message;
+    std::string_view time;
 };
 
 bool isOneOf(char c, const char* set) { return c != '\0' && std::strchr(set, c) != nullptr; }
@@ -35,6 +37,15 @@ std::string_view takeWord(std::string_view& text) {
     return word;
 }
 
+// "[year-]month-day time", and the zone where there is one.
+std::string_view timeIn(std::string_view left) {
+    size_t end = left.find(' ', left.find(' ') + 1);  // npos + 1 is 0
+    if (end != std::string_view::npos && end + 1 < left.size() && isOneOf(left[end + 1], "+-")) {
+        end = left.find(' ', end + 1);
+    }
+    return left.substr(0, end);
+}
+
 // "[year-]month-day time [zone] [uid] pid tid level tag : message". Read from the right: what precedes the pid varies.
 bool parseHeader(std::string_view line, Header& header) {
     const size_t colon = line.find(": ");
@@ -45,8 +56,20 @@ bool parseHeader(std::string_view line, Header& header) {
     const std::string_view level = takeWord(left);
     if (level.size() != 1 || !isOneOf(level[0], "VDIWEFS")) return false;
     header.level = level[0];
-    return parseNumber(takeWord(left), header.tid) && parseNumber(takeWord(left), header.pid) && left.size() > 5 &&
-           (left[2] == '-' || left[4] == '-');
+    if (!parseNumber(takeWord(left), header.tid) || !parseNumber(takeWord(left), header.pid)) return false;
+    header.time = timeIn(left);
+    return left.size() > 5 && (left[2] == '-' || left[4] == '-');
+}
+
+// Finds a message's function and text; false where it is none of the selector.
+bool takeApart(LoggedLine& line) {
+    const auto message = splitMessage(line.message);
+    if (!message) return false;
+    line.functionAt = static_cast<size_t>(message->function.data() - line.message.data());
+    line.textAt = static_cast<size_t>(message->text.data() - line.message.data());
+    const std::string_view stem = fileStem(message->file);
+    line.isCheck = stem == kCheckFile;
+    return line.isCheck || stem == kSelectorFile;
 }
 
 }  // namespace
@@ -103,25 +126,36 @@ std::optional<LineReader::Line> LineReader::next() {
 }
 
 LoggedLine loggedLine(const desk::LogLine& line) {
-    return {line.pid, line.tid, line.priority == 3 ? 'D' : 'I', line.tag, line.message, 0, false};
+    LoggedLine logged;
+    logged.pid = line.pid;
+    logged.tid = line.tid;
+    logged.level = line.priority == ANDROID_LOG_DEBUG ? 'D' : 'I';
+    logged.tag = line.tag;
+    logged.message = line.message;
+    takeApart(logged);
+    return logged;
 }
 
 std::optional<LoggedLine> selectorLine(const LineReader::Line& line) {
+    // Most lines of a log are somebody else's.
+    const auto has = [&line](std::string_view word) {
+        return memmem(line.text.data(), line.text.size(), word.data(), word.size()) != nullptr;
+    };
+    if (!has("ZSLSelector") && !has("chatty")) return std::nullopt;
     Header header;
     if (!parseHeader(line.text, header)) return std::nullopt;
-    const bool chatty = header.tag == "chatty";
-    if (!chatty && header.tag != "ZoCamHAL" && header.tag != "ZoAlgoEngine" && header.tag != "ZoOffline") {
-        return std::nullopt;
-    }
-    if (!chatty) {
-        const auto message = splitMessage(header.message);
-        if (!message) return std::nullopt;
-        const std::string_view stem = fileStem(message->file);
-        if (stem != kSelectorFile && stem != kCheckFile) return std::nullopt;
-    }
-    const bool cut = line.cut || (header.tag != "ZoOffline" && header.message.size() == kLogCut);
-    return LoggedLine{header.pid,  header.tid, header.level, std::string(header.tag), std::string(header.message),
-                      line.number, cut};
+    LoggedLine logged;
+    logged.pid = header.pid;
+    logged.tid = header.tid;
+    logged.level = header.level;
+    logged.tag = header.tag;
+    logged.message = header.message;
+    logged.number = line.number;
+    logged.cut = line.cut || (header.tag != "ZoOffline" && header.message.size() == kLogCut);
+    logged.time = header.time;
+    if (logged.isChatty()) return logged;
+    const bool isOurs = header.tag == "ZoCamHAL" || header.tag == "ZoAlgoEngine" || header.tag == "ZoOffline";
+    return isOurs && takeApart(logged) ? std::optional(std::move(logged)) : std::nullopt;
 }
 
 bool looksLikeLog(std::string_view head) {

@@ -49,10 +49,16 @@ struct LoggedLine {
     char level = 'D';
     std::string tag;
     std::string message;
-    size_t number = 0;  // in its file
-    bool cut = false;   // its end is missing
+    size_t number = 0;      // in its file
+    bool cut = false;       // its end is missing
+    std::string time;       // as the log writes it; empty for a replay's line
+    size_t functionAt = 0;  // in the message
+    size_t textAt = 0;
+    bool isCheck = false;  // of the sensor-mode check, not of the selector itself
 
     bool isChatty() const { return tag == "chatty"; }  // the log's own note on lines that it dropped
+    std::string_view function() const { return std::string_view(message).substr(functionAt, textAt - functionAt - 2); }
+    std::string_view text() const { return std::string_view(message).substr(textAt); }
 };
 LoggedLine loggedLine(const desk::LogLine& line);
 

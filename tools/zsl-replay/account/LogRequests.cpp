@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "account/Messages.h"
-#include "capture/YamlInput.h"
 
 namespace replay {
 
@@ -11,20 +10,12 @@ namespace {
 
 constexpr size_t kMostOpen = 64;                // requests that more lines may come for
 constexpr size_t kMostBytes = 1 * 1024 * 1024;  // of one request
-constexpr char kFrameKey[] = "fwkFrame:";
 
-std::optional<uint32_t> fwkFrameIn(std::string_view text) {
-    const size_t key = text.find(kFrameKey);
-    if (key == std::string_view::npos) return std::nullopt;
-    text.remove_prefix(key + sizeof(kFrameKey) - 1);
-    uint32_t frame = 0;
-    return parseNumber(text.substr(0, text.find_first_not_of("0123456789")), frame) ? std::optional(frame)
-                                                                                    : std::nullopt;
-}
+bool is(const std::optional<MatchedLine>& matched, MessageId id) { return matched && matched->entry->id == id; }
 
-bool beginsSelection(std::string_view text) {
-    return text.find("] Current Consumer list") != std::string_view::npos ||
-           text.find("no metaQueue, select finished") != std::string_view::npos;
+bool beginsSelection(const std::optional<MatchedLine>& matched) {
+    return is(matched, MessageId::kConsumer) || is(matched, MessageId::kNoConsumer) ||
+           is(matched, MessageId::kNoMetaQueue);
 }
 
 // One message on both channels of one log.
@@ -38,27 +29,35 @@ std::optional<std::vector<int64_t>> checkBegin(std::string_view text) {
         text.substr(0, text.find(" this = ")));
 }
 
-void LoggedRequest::add(LoggedLine line) {
+void LoggedRequest::add(LoggedLine&& line) {
+    const auto matched = matchLine(line.function(), line.text(), line.cut);
+    add(std::move(line), matched);
+}
+
+void LoggedRequest::add(LoggedLine&& line, const std::optional<MatchedLine>& matched) {
     if (mBytes > kMostBytes) return;
     mBytes += line.message.size() + sizeof(LoggedLine);
     if (mBytes > kMostBytes) notes.push_back("longer than a request can be: the rest of its lines is left out");
-    const auto message = splitMessage(line.message);
-    if (fileStem(message->file) != kCheckFile) {
-        if (!fwkFrame) fwkFrame = fwkFrameIn(message->text);
-        selection |= message->function != "isSelectorNeeded";
-        lines.push_back(std::move(line));
-        return;
-    }
+    if (!fwkFrame && matched) account.fwkFrame = fwkFrame = matched->fwkFrame;
+    if (line.isCheck) return addCheckLine(std::move(line), matched);
+    selection |= line.function() != "isSelectorNeeded";
+    note(line, matched, account);
+    lines.push_back(std::move(line));
+}
+
+// Checks of one request may overlap on several threads.
+void LoggedRequest::addCheckLine(LoggedLine&& line, const std::optional<MatchedLine>& matched) {
     if (!checks.empty() && isOtherChannels(checks.back().lines.back(), line)) return;
-    if (const auto begin = checkBegin(message->text)) {
-        checks.push_back({static_cast<uint32_t>((*begin)[0]), line.tid, {}});
-        if (!fwkFrame) fwkFrame = static_cast<uint32_t>((*begin)[1]);
-    } else if (checks.empty()) {
+    if (is(matched, MessageId::kCheck) || checks.empty()) {
         checks.push_back({0, line.tid, {}});
+        account.checks.emplace_back();
     }
-    // Checks of one request may overlap on several threads.
     const auto own = std::find_if(checks.rbegin(), checks.rend(), [&](const Check& c) { return c.thread == line.tid; });
-    (own != checks.rend() ? *own : checks.back()).lines.push_back(std::move(line));
+    Check& check = own != checks.rend() ? *own : checks.back();
+    CheckAccount& checkAccount = account.checks[static_cast<size_t>(&check - checks.data())];
+    note(matched, checkAccount);
+    check.frame = checkAccount.frame;
+    check.lines.push_back(std::move(line));
 }
 
 LoggedRequest* RequestCollector::latest(const LoggedLine& line) {
@@ -70,11 +69,10 @@ LoggedRequest* RequestCollector::latest(const LoggedLine& line) {
 }
 
 // The request that a line of the sensor-mode check belongs to: named by the check's first line.
-LoggedRequest* RequestCollector::checkedBy(const LoggedLine& line, std::string_view text) {
-    const auto begin = checkBegin(text);
+LoggedRequest* RequestCollector::checkedBy(const LoggedLine& line, const std::optional<MatchedLine>& matched) {
     const auto found = std::find_if(mOpen.rbegin(), mOpen.rend(), [&](const LoggedRequest& request) {
         if (request.firstLine().pid != line.pid) return false;
-        if (begin) return request.fwkFrame == static_cast<uint32_t>((*begin)[1]);
+        if (is(matched, MessageId::kCheck)) return request.fwkFrame == matched->fwkFrame;
         return std::any_of(request.checks.begin(), request.checks.end(),
                            [&line](const LoggedRequest::Check& check) { return check.thread == line.tid; });
     });
@@ -96,23 +94,23 @@ void RequestCollector::add(LoggedLine line) {
         if (request != nullptr) request->notes.push_back("lines dropped by the log: \"" + line.message + '"');
         return;
     }
-    const auto message = splitMessage(line.message);
-    if (fileStem(message->file) == kCheckFile) {
-        request = checkedBy(line, message->text);
+    const auto matched = matchLine(line.function(), line.text(), line.cut);
+    if (line.isCheck) {
+        request = checkedBy(line, matched);
         if (request == nullptr) request = &begin(nullptr);
     } else if (request == nullptr) {
         request = &begin(nullptr);
     } else {
         if (isOtherChannels(request->lines.back(), line)) return;
-        const auto frame = fwkFrameIn(message->text);
-        const bool otherFrame = frame && request->fwkFrame && frame != request->fwkFrame;
+        const bool otherFrame =
+            matched && matched->fwkFrame && request->fwkFrame && matched->fwkFrame != request->fwkFrame;
         const bool repeated = request->lines.back().message == line.message;
-        if (message->function == "isSelectorNeeded" || otherFrame ||
-            (beginsSelection(message->text) && request->selection && !repeated)) {
+        if (line.function() == "isSelectorNeeded" || otherFrame ||
+            (beginsSelection(matched) && request->selection && !repeated)) {
             request = &begin(request);
         }
     }
-    request->add(std::move(line));
+    request->add(std::move(line), matched);
 }
 
 void RequestCollector::handOver() {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "account/Account.h"
 #include "account/LogReader.h"
 
 namespace replay {
@@ -22,17 +23,21 @@ struct LoggedRequest {
 
     std::vector<LoggedLine> lines;  // of the gate and the selection
     std::vector<Check> checks;      // of the sensor-mode check, one a frame
+    Account account;                // its checks are these, one by one
     std::optional<uint32_t> fwkFrame;
     std::vector<std::string> notes;  // what the log itself says is missing, or what was given up
     bool selection = false;          // has lines of the selection
     bool ended = false;              // a later request of the same thread follows
 
     // Adds a line of this request where it belongs.
-    void add(LoggedLine line);
+    void add(LoggedLine&& line, const std::optional<MatchedLine>& matched);
+    void add(LoggedLine&& line);
 
     const LoggedLine& firstLine() const { return lines.empty() ? checks.front().lines.front() : lines.front(); }
 
 private:
+    void addCheckLine(LoggedLine&& line, const std::optional<MatchedLine>& matched);
+
     size_t mBytes = 0;
 };
 
@@ -49,7 +54,7 @@ public:
 
 private:
     LoggedRequest* latest(const LoggedLine& line);
-    LoggedRequest* checkedBy(const LoggedLine& line, std::string_view text);
+    LoggedRequest* checkedBy(const LoggedLine& line, const std::optional<MatchedLine>& matched);
     LoggedRequest& begin(LoggedRequest* before);
     void handOver();
 

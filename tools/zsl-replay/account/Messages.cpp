@@ -19,7 +19,7 @@ std::optional<Message> splitMessage(std::string_view logged) {
                     logged.substr(end + 2)};
     // A function may be "operator()".
     if (message.function == "operator" && message.text.substr(0, 2) == "()") {
-        message.function = "operator()";
+        message.function = logged.substr(blank + 1, end + 2 - blank - 1);
         message.text.remove_prefix(2);
     }
     return message;

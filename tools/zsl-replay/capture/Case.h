@@ -29,6 +29,7 @@ public:
 struct FrameData {
     int64_t shutterTimeNs = 0;
     uint32_t sensorMode = 0;
+    bool assumed = false;  // the input gives no shutter time
 };
 
 struct Queue {
@@ -54,7 +55,7 @@ using Tags = std::map<std::string, TagValue>;
 
 // What must come out of a request; what is absent is not looked at.
 struct Expectation {
-    std::optional<bool> needed;
+    std::optional<bool> gate;  // its answer
     std::optional<std::map<uint32_t, FrameList>> selection;
     std::optional<FrameList> selectionOfAll;  // one list for every queue, or a strategy's list
     std::optional<bool> result;
@@ -65,10 +66,13 @@ struct Expectation {
     std::vector<std::string> logHas;
 };
 
-struct CheckIds {
+// How the core has frames checked.
+struct Check {
     uint32_t camera = 0;
     int32_t role = 0;
     int32_t aiHlFrames = 0;
+    std::optional<FrameList> of;  // in the core's order; absent: the chosen frames, where there is a queue of type 2
+    std::optional<std::optional<Tags>> metadata;  // absent: the request's; none in it: no metadata object
 };
 
 // What the platform adapter answers: "absent", or the desk adapter's property ("0x300", "empty", "unavailable").
@@ -82,11 +86,11 @@ struct Request {
     uint32_t need = 1;
     std::optional<Tags> metadata = Tags();  // absent: no metadata object
     AdapterAnswer adapter = "absent";
-    bool selectAlways = false;
+    halcore::Select select = halcore::Select::kGated;
     int64_t clockNs = 0;
     std::vector<Queue> queues;
     std::optional<halcore::StrategyCall> call;
-    CheckIds check;
+    Check check;
     Expectation expect;
 
     // The queue that frames are selected from, the first of its kind; null when there is none.
@@ -98,6 +102,8 @@ struct Case {
     std::map<std::string, std::optional<std::string>> properties = {{kSwitchProperty, "false"}};  // absent: not set
     std::map<uint32_t, Tags> staticMetadata;                                                      // by camera
     std::vector<Request> requests;
+    bool recorded = false;  // a recorder wrote it: nothing in it is assumed
+    std::string cutOff;     // of a recorded file: what is left out at its end, as a crash has cut it off; else empty
 };
 
 }  // namespace replay

@@ -75,10 +75,10 @@ Expectation readExpectation(const Yaml& in, bool isCall) {
     if (isCall) {
         in.asMap({"selection", "result", "anchor", "log", "logHas"});
     } else {
-        in.asMap({"needed", "selection", "target", "anchor", "checks", "log", "logHas"});
+        in.asMap({"gate", "selection", "target", "anchor", "checks", "log", "logHas"});
     }
     Expectation expect;
-    if (in["needed"]) expect.needed = in["needed"].boolean();
+    if (in["gate"]) expect.gate = in["gate"].boolean();
     if (in["result"]) expect.result = in["result"].boolean();
     if (in["target"]) expect.targetNs = in["target"].number<int64_t>();
     if (in["anchor"]) expect.anchor = in["anchor"].number<uint32_t>();
@@ -127,9 +127,10 @@ Request readRequest(const RequestKeys& in, size_t position, const AdapterAnswer&
     if (in["metadata"]) request.metadata = readTags(in["metadata"]);
     request.adapter = in["adapter"] ? readAdapter(in["adapter"], before) : before;
     if (in["select"]) {
-        const std::string select = in["select"].text("gated or always");
-        if (select != "gated" && select != "always") in["select"].fail("gated or always");
-        request.selectAlways = select == "always";
+        const std::string select = in["select"].text("gated, always or never");
+        if (select != "gated" && select != "always" && select != "never") in["select"].fail("gated, always or never");
+        if (select == "always") request.select = halcore::Select::kAlways;
+        if (select == "never") request.select = halcore::Select::kNever;
     }
     if (in["queues"]) request.queues = readQueues(in["queues"]);
     if (in["call"]) request.call = readCall(in["call"]);

@@ -4,7 +4,6 @@
 
 #include <yaml-cpp/yaml.h>
 
-#include <charconv>
 #include <functional>
 #include <initializer_list>
 #include <limits>
@@ -12,26 +11,9 @@
 #include <vector>
 
 #include "capture/Case.h"
+#include "capture/Text.h"
 
 namespace replay {
-
-// Parses a whole decimal or hexadecimal number; false when it is none or out of T's range.
-template <typename T>
-bool parseNumber(std::string_view text, T& value) {
-    const bool negative = !text.empty() && text[0] == '-';
-    if (negative) text.remove_prefix(1);
-    const bool hex = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
-    if (hex) text.remove_prefix(2);
-    uint64_t magnitude = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude, hex ? 16 : 10);
-    if (error != std::errc() || end != text.data() + text.size() || text.empty()) return false;
-    const auto least = static_cast<uint64_t>(std::numeric_limits<T>::min());  // as 64-bit two's complement
-    if (negative ? magnitude > 0 - least : magnitude > static_cast<uint64_t>(std::numeric_limits<T>::max())) {
-        return false;
-    }
-    value = static_cast<T>(negative ? 0 - magnitude : magnitude);
-    return true;
-}
 
 // "line:column", counted from 1.
 std::string position(const YAML::Mark& mark);

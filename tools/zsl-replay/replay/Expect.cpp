@@ -101,7 +101,7 @@ void compareLog(const Request& request, const Run& run, Lines& out) {
 Lines differences(const Request& request, const Run& run) {
     Lines out;
     const Facts facts = factsOf(run);
-    if (request.expect.needed) compare("needed", text(*request.expect.needed), text(run.outcome.needed), out);
+    if (request.expect.gate) compare("gate", text(*request.expect.gate), text(run.outcome.needed), out);
     if (request.expect.result) compare("result", text(*request.expect.result), text(run.result), out);
     if (request.expect.targetNs) compare("target", text(request.expect.targetNs), text(facts.targetNs), out);
     if (request.expect.anchor) compare("anchor", text(request.expect.anchor), text(anchorFrame(request, facts)), out);

@@ -16,11 +16,10 @@ namespace replay {
 
 // A question for the engineer. About the selection shown.
 struct Warning {
-    std::string kind;  // "fallback", "nothing", "short", "repeated", "not held", "no anchor"
+    std::string kind;  // "fallback", "nothing", "short", "repeated", "not held", "no anchor"; each at most once
     bool certain;      // holds for every last used frame that is consistent with the log; in a case file always
     std::string text;
 };
-std::vector<Warning> warningsOf(const Request& request, const Run& run, const Account& account);
 
 // What differs between two runs of one request.
 struct Difference {
@@ -44,6 +43,7 @@ struct FrameReason {
     std::string list;  // "consumer", "producer", "all"; of another queue than the metadata queue "consumer@3"
     size_t position;
     std::optional<int64_t> shutterTimeNs;
+    bool assumedTime;                 // the input does not give it
     std::optional<int64_t> offsetNs;  // from the target moment; absent without one
     std::vector<uint32_t> queues;     // the queues that hold it
     std::string reason;
@@ -80,23 +80,31 @@ struct Finding {
     Account account;  // of the run's own lines
 
     // Worked out from these.
-    std::optional<int64_t> targetNs;          // absent where there is none (0 stands for none), or it was not worked out
-    std::optional<uint32_t> anchor;           // only a frame met after the target
+    std::optional<int64_t> targetNs;  // absent where there is none (0 stands for none), or it was not worked out
+    std::optional<uint32_t> anchor;   // only a frame met after the target
     std::optional<int64_t> anchorDistanceNs;  // from the target; absent without an anchor or a target
-    std::optional<uint32_t> spanBegin;        // first frame of the span where the library put it, after the presence check
+    std::optional<uint32_t> spanBegin;  // first frame of the span where the library put it, after the presence check
     std::map<uint32_t, int64_t> shutterTimesNs;  // those that the log shows or the case gives, none assumed
     std::vector<Warning> warnings;
 
     std::vector<std::string> differences;  // from what is expected, or from the log
     std::optional<Evidence> log;           // for a request from a log
-    std::optional<Run> before;             // of the unchanged request, with --set or --drop; of the first build with --against
+    std::optional<Run> before;             // with --set or --drop: of the unchanged request
     std::optional<Request> unchanged;      // with --set or --drop
-    std::optional<Difference> whatIf;
-    std::optional<Difference> against;
+    std::optional<Difference> whatIf;      // from `before` to `run`
+    std::optional<Run> other;              // with --against: of the same request, served by the second build
+    std::optional<Difference> against;     // from `run` to `other`
     std::vector<FrameReason> explain;
+    std::vector<std::string> notes;  // on how this was found out: a build that stays in memory, a trial that misleads
 
     // A frame of the selection that is not certain.
     bool isOpen(uint32_t frame) const;
+
+    // As expected, or as logged; with --against, the same from both builds.
+    bool passes() const { return differences.empty() && !(against && !against->none()); }
 };
+
+// As a queue has the frame, or had it before it lost it: the metadata queue, else any other. Assumed times, too.
+std::optional<int64_t> shutterTimeNs(const Request& request, uint32_t frame);
 
 }  // namespace replay

@@ -162,7 +162,7 @@ Rebuilt Rebuilder::finish(const LoggedRequest& logged) {
     }
     if (!mOut.obstacle.empty()) return mOut;
     setFlags();
-    request.selectAlways = logged.selection && !(mLog.facts.gate && mLog.facts.gate->needed);
+    if (logged.selection && !(mLog.facts.gate && mLog.facts.gate->needed)) request.select = halcore::Select::kAlways;
     if (!logged.fwkFrame) mOut.assumptions.push_back("framework frame: 0, as no line shows it");
     if (!hasLists) return mOut;
     if (!mLog.facts.targetNs) mOut.gaps.push_back("the line of the target moment is missing");

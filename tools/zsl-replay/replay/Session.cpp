@@ -131,7 +131,7 @@ Run Session::serve(const Request& request) {
         run.result = mPlugin->callStrategy(call, info, metaQueue);
         run.selectList = call.selectList;
     } else {
-        run.outcome = mPlugin->serve(info, request.selectAlways, makeCheckInfo(request, info));
+        run.outcome = mPlugin->serve(info, request.select, makeCheckInfo(request, info), request.check.of);
     }
     desk::setLogSink(nullptr);
     run.offlineLog = desk::takeOfflineLog();

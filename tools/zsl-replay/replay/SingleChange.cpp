@@ -35,7 +35,7 @@ public:
     Reasons find() {
         if (!mRun.outcome.selected && !mRequest.call) {
             Request changed = mRequest;
-            changed.selectAlways = true;
+            changed.select = halcore::Select::kAlways;
             settle(replay(changed), "selection had been asked for");
             return mFound;
         }

@@ -58,7 +58,7 @@ std::string expectationOf(const Request& request, const Run& run) {
     for (const auto& [id, frames] : run.outcome.selection) {
         selection += (selection.empty() ? "" : ", ") + std::to_string(id) + ": " + flowList(frames);
     }
-    return std::string("{needed: ") + (run.outcome.needed ? "true" : "false") + ", selection: {" + selection + "}}";
+    return std::string("{gate: ") + (run.outcome.needed ? "true" : "false") + ", selection: {" + selection + "}}";
 }
 
 }  // namespace
@@ -96,7 +96,7 @@ RunDifference compareRuns(const Run& before, const Run& after) {
     difference.reordered = difference.gained.empty() && difference.lost.empty() && before.chosen() != after.chosen();
     // Answers that no list of frames and not always a log line shows.
     Request asBefore;
-    asBefore.expect.needed = before.outcome.needed;
+    asBefore.expect.gate = before.outcome.needed;
     asBefore.expect.result = before.result;
     std::map<uint32_t, std::pair<bool, bool>> checks;
     for (const auto& [frame, check] : after.outcome.checks) {

@@ -102,12 +102,12 @@ YAML::Node requestNode(const Request& request) {
     node["metadata"] = YAML::Node(YAML::NodeType::Map);
     for (const auto& [tag, value] : *request.metadata) node["metadata"][tag] = toYaml(tag, value);
     node["adapter"] = request.adapter;
-    if (request.selectAlways) node["select"] = "always";
+    if (request.select == halcore::Select::kAlways) node["select"] = "always";
     node["clock"] = request.clockNs;
     for (const Queue& queue : request.queues) node["queues"].push_back(queueNode(queue, *request.metaQueue()));
     node["check"]["role"] = request.check.role;
     node["check"]["frames"] = request.check.aiHlFrames;
-    if (request.expect.needed) node["expect"]["needed"] = *request.expect.needed;
+    if (request.expect.gate) node["expect"]["gate"] = *request.expect.gate;
     if (const auto& selection = request.expect.selection) {
         node["expect"]["selection"] = YAML::Node(YAML::NodeType::Map);
         for (const auto& [id, frames] : *selection) node["expect"]["selection"][id] = frameList(frames);

@@ -70,7 +70,7 @@ private:
             mDisabled = disabled;
         }
         Request request = done.rebuilt.request;
-        request.expect.needed = done.run.outcome.needed;
+        request.expect.gate = done.run.outcome.needed;
         if (done.run.outcome.selected) {
             request.expect.selection.emplace(done.run.outcome.selection.begin(), done.run.outcome.selection.end());
         }

@@ -135,20 +135,6 @@ std::optional<uint32_t> anchorFrame(const Request& request, const Facts& facts) 
     return order[place];
 }
 
-std::string milliseconds(int64_t ns, int64_t fromNs) {
-    const __int128 difference = static_cast<__int128>(ns) - fromNs;
-    const auto magnitude = static_cast<unsigned __int128>(difference < 0 ? -difference : difference);
-    const auto microseconds = static_cast<uint64_t>((magnitude + 500) / 1000);
-    const std::string fraction = std::to_string(1000 + microseconds % 1000).substr(1);
-    return (difference < 0 ? '-' : '+') + std::to_string(microseconds / 1000) + '.' + fraction + " ms";
-}
-
-std::string join(const FrameList& frames) {
-    std::string text;
-    for (const uint32_t frame : frames) text += (text.empty() ? "" : " ") + std::to_string(frame);
-    return frames.empty() ? "none" : text;
-}
-
 void reportText(std::ostream& out, const Request& request, const Run& run,
                 const std::vector<std::string>& differences, const ReportStyle& style) {
     const Facts facts = factsOf(run);

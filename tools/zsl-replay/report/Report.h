@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "capture/Case.h"
+#include "capture/Text.h"
 #include "account/Messages.h"
 #include "replay/Session.h"
 
@@ -25,11 +26,6 @@ Facts factsOf(const Run& run);
 
 // The anchor that the library searched out; absent when it found none or did not search.
 std::optional<uint32_t> anchorFrame(const Request& request, const Facts& facts);
-
-// The difference of two moments in milliseconds with three decimals and its sign, such as "+60.000 ms".
-std::string milliseconds(int64_t ns, int64_t fromNs);
-
-std::string join(const FrameList& frames);
 
 void reportText(std::ostream& out, const Request& request, const Run& run,
                 const std::vector<std::string>& differences, const ReportStyle& style);

@@ -1,0 +1,55 @@
+// Serves what an input holds and hands on one finding a request: what the plug-in was seen to do, and what follows.
+
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "capture/Document.h"
+#include "replay/Finding.h"
+
+namespace replay {
+
+class InputFile;
+
+struct ReplayOptions {
+    std::string plugin;
+    std::string vendorDir;    // where the adapter library is
+    std::string against;      // a second build of the plug-in; empty: none
+    bool offlineLog = false;  // open the offline channel, too; Run::offlineLog is empty without
+    bool explain = false;
+    Changes changes;
+
+    // Picks: everything is served, and what is picked is found out about. Empty: everything.
+    FrameList frames;             // framework frames
+    std::vector<size_t> numbers;  // of requests in their file, from 1
+
+    bool picks(uint32_t fwkFrame, size_t number) const;
+};
+
+using Sink = std::function<void(Finding&&)>;
+
+// Requests that an input holds, whether they were picked or not: what "nothing matches" is answered with.
+struct Served {
+    size_t requests = 0;
+    uint32_t firstFrame = 0;  // lowest framework frame
+    uint32_t lastFrame = 0;
+};
+
+// Findings come in the order of the requests. Of a case file they come when all of it has been served; of a log in
+// batches, as it is read. Throws InputError for an input that can't be served and halcore::PluginError for a build that
+// can't be loaded; findings that were handed on before stand.
+class Replay {
+public:
+    Replay(ReplayOptions options, Sink sink) : mOptions(std::move(options)), mSink(std::move(sink)) {}
+
+    Served serve(const Document& document);                 // a case file
+    Served serve(InputFile& log, const std::string& name);  // none of its requests: `requests` is 0, and no error
+
+private:
+    ReplayOptions mOptions;
+    Sink mSink;
+};
+
+}  // namespace replay
