@@ -9,11 +9,6 @@ namespace {
 constexpr char kAdapterLibrary[] = "/vendor/lib64/libzocamera_adapter.so";
 constexpr char kAdapterEntry[] = "GetInstance";
 
-struct CloseLibrary {
-    void operator()(void* handle) const { dlclose(handle); }
-};
-using LibraryHandle = std::unique_ptr<void, CloseLibrary>;
-
 }  // namespace
 
 AdapterClient& AdapterClient::getInstance() {
@@ -34,15 +29,20 @@ AdapterClient::~AdapterClient() {
 int AdapterClient::Load() {
     if (mLoadState > 0) return 0;
 
-    // Not loaded implies not open: a handle is kept only together with the loaded state.
-    LibraryHandle library(dlopen(kAdapterLibrary, RTLD_NOW | RTLD_GLOBAL));
-    if (!library) return -1;
-    auto* const getInstance = reinterpret_cast<GetCameraAdapter*>(dlsym(library.get(), kAdapterEntry));
+    // Not loaded implies no handle: it is kept only together with the loaded state.
+    void* const library = dlopen(kAdapterLibrary, RTLD_NOW | RTLD_GLOBAL);
+    if (library == nullptr) return -1;
+    // Nothing closes the library while an exception of its passes: type and code of the exception may be the library's
+    // own, and are needed until the HAL core is done with it. The opening is given up instead.
+    auto* const getInstance = reinterpret_cast<GetCameraAdapter*>(dlsym(library, kAdapterEntry));
     CameraAdapter* const instance = getInstance != nullptr ? getInstance() : nullptr;
-    if (instance == nullptr) return -1;
+    if (instance == nullptr) {
+        dlclose(library);
+        return -1;
+    }
 
     instance->Init();
-    mHandle = library.release();
+    mHandle = library;
     mInstance = instance;
     mLoadState = 1;
     return 0;

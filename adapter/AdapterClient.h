@@ -2,7 +2,8 @@
 //
 // The adapter library is opened when the instance is first asked for, and again by every getPlatformInfoHolder() until
 // it has been opened: an adapter that comes late is found. It stays open until this library is unloaded. No lock is
-// taken: calls must not overlap with a load in progress.
+// taken: calls must not overlap with a load in progress, so the HAL core makes no two gate calls at once, on whatever
+// selectors, until one has found the adapter.
 
 #pragma once
 
@@ -15,7 +16,7 @@ namespace adapter {
 
 class AdapterClient {
 public:
-    // The instance. What the adapter's Init() throws passes through, and the next call tries again.
+    // The instance, made by the first call. What the adapter throws meanwhile passes, and the next call makes it anew.
     static AdapterClient& getInstance();
 
     AdapterClient(const AdapterClient&) = delete;
@@ -23,7 +24,8 @@ public:
     ~AdapterClient();
 
     // Opens the adapter library if it is not open yet: 0 when it is open now, -1 when it can't be had (missing, without
-    // its entry, or not available). Whatever goes wrong after it was opened, it is closed again.
+    // its entry, or not available); it is closed again then. What its entry or Init() throws passes: the library stays
+    // mapped from then on, since the exception may live in it, and the next call opens it again.
     int Load();
 
     // The platform's holder, empty when there is no adapter. Asks the adapter anew on every call.

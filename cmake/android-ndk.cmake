@@ -1,7 +1,7 @@
 # Toolchain for a device build with the NDK. Not verified on a device.
 #
 #   cmake -S . -B build-device -G Ninja -DCMAKE_TOOLCHAIN_FILE=cmake/android-ndk.cmake -DZSL_DESK=OFF \
-#         -DANDROID_NDK=<folder of the NDK> -DZSL_PLATFORM=<folder>
+#         -DCMAKE_BUILD_TYPE=Release -DANDROID_NDK=<folder of the NDK> -DZSL_PLATFORM=<folder>
 #
 # The NDK has headers and libraries for applications only. ZSL_PLATFORM is a folder with what a vendor library needs
 # beyond: include/ with the headers that the sources include (<cutils/properties.h>, <utils/Timers.h>,
@@ -24,8 +24,9 @@ endif()
 set(ANDROID_STL none)
 include(${ANDROID_NDK}/build/cmake/android.toolchain.cmake)
 
+set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)  # as Android.bp asks for
 string(APPEND CMAKE_CXX_FLAGS_INIT
        " -fexceptions -frtti -nostdinc++ -isystem ${ZSL_PLATFORM}/include/c++/v1 -isystem ${ZSL_PLATFORM}/include")
-# The platform's libraries have dependencies of their own, which the device has.
+# The platform's libraries have dependencies of their own, which the device has. Its pages may have 16 KiB.
 string(APPEND CMAKE_SHARED_LINKER_FLAGS_INIT
-       " -nostdlib++ -L${ZSL_PLATFORM}/lib64 -lc++ -Wl,--allow-shlib-undefined")
+       " -nostdlib++ -L${ZSL_PLATFORM}/lib64 -lc++ -Wl,--allow-shlib-undefined -Wl,-z,max-page-size=16384")

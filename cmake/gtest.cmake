@@ -4,7 +4,7 @@ set(ZSL_GTEST_SOURCE "" CACHE PATH "Folder of GoogleTest's source, to build it a
 if(ZSL_GTEST_SOURCE)
   # Its own warnings are not ours.
   set(INSTALL_GTEST OFF CACHE INTERNAL "")
-  add_subdirectory(${ZSL_GTEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  add_subdirectory(${ZSL_GTEST_SOURCE} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
   foreach(library gtest gtest_main gmock gmock_main)
     target_compile_options(${library} PRIVATE -w)
     if(NOT TARGET GTest::${library})

@@ -1,4 +1,5 @@
 # The plug-in. On a device its platform libraries come from the sysroot, on a desk from host/; the sources are the same.
+# Android.bp has the same sources and the same flags.
 add_library(com.nexaro.zsl.motion SHARED
   adapter/AdapterClient.cpp
   api/ZSLFrameRecords.cpp
@@ -8,11 +9,13 @@ add_library(com.nexaro.zsl.motion SHARED
   external/odm/policy/zsl/mtk/general/motion/GroupScan.cpp
   external/odm/policy/zsl/mtk/general/motion/MotionTags.cpp
   external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.cpp)
-set(map ${CMAKE_SOURCE_DIR}/cmake/com.nexaro.zsl.motion.map)
+set(map ${PROJECT_SOURCE_DIR}/com.nexaro.zsl.motion.map)
 set_target_properties(com.nexaro.zsl.motion PROPERTIES PREFIX "" LINK_DEPENDS ${map}
-                      LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
-target_include_directories(com.nexaro.zsl.motion PUBLIC ${CMAKE_SOURCE_DIR})
+                      LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+target_include_directories(com.nexaro.zsl.motion PUBLIC ${PROJECT_SOURCE_DIR})
 target_compile_options(com.nexaro.zsl.motion PRIVATE -fno-semantic-interposition)
-target_link_options(com.nexaro.zsl.motion PRIVATE -Wl,--version-script=${map} -Wl,-z,now)
-target_link_libraries(com.nexaro.zsl.motion PRIVATE cutils log utils com.nexaro.debug com.nexaro.metadatautils
-                      zocamera_hal_core)
+# ZoMetadata is a class of the HAL core, and which of the core's two libraries defines it is the core's choice. What
+# defines nothing that is used is not loaded along.
+target_link_options(com.nexaro.zsl.motion PRIVATE -Wl,--version-script=${map} -Wl,-z,now -Wl,--as-needed)
+target_link_libraries(com.nexaro.zsl.motion PRIVATE zsl_flags cutils log utils com.nexaro.debug
+                      com.nexaro.metadatautils zocamera_hal_core)

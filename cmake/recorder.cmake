@@ -9,10 +9,10 @@ add_library(com.nexaro.zsl.motion.recorder SHARED
   recorder/RecordedQueue.cpp
   recorder/Recorder.cpp
   recorder/RecordingSelector.cpp)
-set(recorder_map ${CMAKE_SOURCE_DIR}/cmake/com.nexaro.zsl.motion.recorder.map)
+set(recorder_map ${PROJECT_SOURCE_DIR}/com.nexaro.zsl.motion.recorder.map)
 set_target_properties(com.nexaro.zsl.motion.recorder PROPERTIES PREFIX "" LINK_DEPENDS ${recorder_map}
-                      LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
-target_include_directories(com.nexaro.zsl.motion.recorder PRIVATE ${CMAKE_SOURCE_DIR})
+                      LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+target_include_directories(com.nexaro.zsl.motion.recorder PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_options(com.nexaro.zsl.motion.recorder PRIVATE -Wl,--version-script=${recorder_map} -Wl,-z,now)
-target_link_libraries(com.nexaro.zsl.motion.recorder PRIVATE cutils log utils com.nexaro.debug com.nexaro.metadatautils
+target_link_libraries(com.nexaro.zsl.motion.recorder PRIVATE zsl_flags cutils log utils com.nexaro.debug com.nexaro.metadatautils
                       ${CMAKE_DL_LIBS})

@@ -39,6 +39,7 @@ struct State {
     size_t left = 0;
     uint64_t digest = 0xcbf29ce484222325;
     int openLibraries = 0;
+    int givenUp = 0;  // of these, by an exception of the adapter's
 
     // Zeros follow the input's end: every answer drawn as 0 is a dull one.
     template <typename T = uint8_t>
@@ -82,6 +83,17 @@ uint8_t mood() {
     if (drawn != 0xFF) return drawn;
     gThrown = true;
     throw CoreFault();
+}
+
+// What the adapter throws. The type's code is in the adapter's library.
+struct AdapterFault {
+    ~AdapterFault() { require(gNow.openLibraries > 0, "a library is open as long as an exception of its lives"); }
+};
+
+// Of every operation of the adapter; what throws out of the load leaves it half opened.
+uint8_t adapterMood(bool loading = false) try { return mood(); } catch (const CoreFault&) {
+    if (loading) ++gNow.givenUp;
+    throw AdapterFault();
 }
 
 struct HostileQueue final : public zohal::ZSLFrameQueue {
@@ -160,19 +172,19 @@ struct HostileMetadata final : public ZoMetadata {
 };
 
 struct HostilePlatform final : public CameraAdapter, public adapter::PlatformInfoHolder {
-    int Init() override { return mood(); }
+    int Init() override { return adapterMood(true); }
     std::shared_ptr<adapter::PlatformInfoHolder> GetPlatformInfoHolder() override {
-        return mood() % 4 == 3 ? nullptr : holder;
+        return adapterMood() % 4 == 3 ? nullptr : holder;
     }
     int GetMotionInfo(uint32_t* info) override {
-        const auto drawn = mood();
+        const auto drawn = adapterMood();
         if (drawn % 2 == 1) *info = gNow.draw<uint32_t>();
         return drawn;
     }
     const std::shared_ptr<adapter::PlatformInfoHolder> holder{this, [](void*) {}};
 } gPlatform;
 
-CameraAdapter* getAdapterInstance() { return mood() % 4 == 3 ? nullptr : &gPlatform; }
+CameraAdapter* getAdapterInstance() { return adapterMood(true) % 4 == 3 ? nullptr : &gPlatform; }
 
 // The client lives as long as the process. For every session to start without an adapter, its fields are reached as
 // only an explicit instantiation may.
@@ -185,6 +197,11 @@ struct ClientFields {
 };
 template struct ClientFields<&AdapterClient::mHandle, &AdapterClient::mInstance, &AdapterClient::mLoadState>;
 
+// What lasts from check to check. The base class lets its heirs see it.
+struct LastingState : zohal::ZSLSelectorBase {
+    static constexpr auto policyMask = &LastingState::mSensorPolicyMask;
+};
+
 using Strategy = bool (MotionZSLSelector::*)(uint32_t, const zohal::ZSLFrameSelectInfo&,
                                              std::shared_ptr<zohal::ZSLFrameQueue>, FrameList&, long, int);
 constexpr Strategy kStrategies[] = {
@@ -192,30 +209,39 @@ constexpr Strategy kStrategies[] = {
     &MotionZSLSelector::selectFramesForBinningAndHdr, &MotionZSLSelector::selectZSLFramesForSNSCBinning1,
     &MotionZSLSelector::selectZSLFramesForSNSCBinning2};
 
-// One request, and selectors that are called for it.
+// Two selectors, and requests that they are called for, one after the other.
 class Session {
 public:
     explicit Session(hostile::Fault fault) : mFault(fault) {
         for (int count = gNow.draw() % 4; count > 0; --count) mQueues.push_back(std::make_shared<HostileQueue>());
         for (int count = 3; count > 0; --count) mMetas.push_back(std::make_shared<HostileMetadata>());
+        create();
+        create();
+        for (int requests = 1 + gNow.draw() % 4; requests > 0; --requests) serve();
+    }
+
+private:
+    void serve() {
+        mInfo = {};
         mInfo.fwkFrame = gNow.number();
         for (int count = gNow.draw() % 3; count > 0; --count) mInfo.usedZslFrames.push_back(gNow.number());
         mInfo.reqtMasterId = gNow.number();
         for (int count = gNow.draw() % 6; count > 0; --count) mInfo.zslQueues.push_back(anyOf(mQueues));
         for (int count = gNow.draw() % 12; count > 0; --count) mInfo.requestMetas.push_back(anyOf(mMetas));
-        create();
-        create();
-        for (int count = gNow.draw() % 8; count > 0; --count) step(gNow.draw() % 10);
+        for (int count = gNow.draw() % 8; count > 0; --count) {
+            const auto drawn = gNow.draw();
+            mServing = drawn / 128;
+            step(drawn % 10);
+        }
     }
 
-private:
     template <typename T>
     std::shared_ptr<T> anyOf(const std::vector<std::shared_ptr<T>>& handles) {
         const size_t index = gNow.draw() % 8;
         return index < handles.size() ? handles[index] : nullptr;
     }
 
-    MotionZSLSelector& selector() { return static_cast<MotionZSLSelector&>(*mSelectors.back()); }
+    MotionZSLSelector& selector() { return static_cast<MotionZSLSelector&>(*mSelectors[mServing]); }
 
     void step(int kind) {
         if (kind < 6) return callStrategy(kind);
@@ -236,7 +262,10 @@ private:
 
     void select() {
         const zohal::SelectionResult result = selector().selectZSLFrames(mInfo);
-        for (const auto& [id, list] : result) addOwnFrames(list, {id});
+        for (const auto& [id, list] : result) {
+            gNow.add(id);
+            addOwnFrames(list, {});
+        }
         for (const auto& queue : mInfo.zslQueues) {
             require(result.empty() || !queue || result.count(queue->getQueueId()) == 1, "every queue has a list");
         }
@@ -265,20 +294,19 @@ private:
         }
     }
 
-    // Twice by one selector: the base check remembers what it finds.
     void check(bool extension) {
         zohal::ZSLFrameCheckInfo info{};
         info.checkFrameNum = gNow.number();
         info.requestMeta = anyOf(mMetas);
         info.zslQueues = mInfo.zslQueues;
-        attempt([&] {
-            MotionZSLSelector fresh;
-            for (int round = 0; round < 2; ++round) {
-                const zohal::ZSLSelectorResult result =
-                    extension ? fresh.checkFrame(info) : fresh.ZSLSelectorBase::checkDesiredSensorMode(info);
-                require(result.second == (extension ? result.first : true), "the second flag follows from the check");
-                gNow.add(result.first);
-            }
+        // A check that fails after it has found the policy mask keeps it, and would ask for less the next time.
+        int32_t& policyMask = selector().*LastingState::policyMask;
+        attempt([&, maskBefore = policyMask] {
+            policyMask = maskBefore;
+            const zohal::ZSLSelectorResult result =
+                extension ? selector().checkFrame(info) : selector().ZSLSelectorBase::checkDesiredSensorMode(info);
+            require(result.second == (extension ? result.first : true), "the second flag follows from the check");
+            gNow.add(result.first);
         });
     }
 
@@ -303,7 +331,8 @@ private:
             require(threw == (faulty || gThrown), "exceptions pass, and none comes from the library");
             require(!threw || hostile::gLiveAllocations == live, "a failed call leaks nothing");
             require(countReferences() == references, "no handle is kept");
-            require(gNow.openLibraries == std::get<int32_t&>(fields), "only a loaded adapter library stays open");
+            require(gNow.openLibraries == gNow.givenUp + std::get<int32_t&>(fields),
+                    "only a loaded adapter library stays open, and one that threw");
             if (!faulty) return;
             gNow = before;
             fieldsOf(AdapterClient::getInstance()) = fieldsBefore;
@@ -315,6 +344,8 @@ private:
         call();
         return false;
     } catch (const CoreFault&) {
+        return true;
+    } catch (const AdapterFault&) {
         return true;
     } catch (const std::bad_alloc&) {
         return true;
@@ -332,6 +363,7 @@ private:
     std::vector<std::shared_ptr<HostileMetadata>> mMetas;
     zohal::ZSLFrameSelectInfo mInfo{};
     std::vector<std::shared_ptr<zohal::ZSLSelectorBase>> mSelectors;
+    size_t mServing = 0;  // the selector whose turn it is
 };
 
 // Messages count for the digest, but for the one address among them.

@@ -17,7 +17,8 @@ enum class Fault {
     kCoreCall,    // an operation of a queue, metadata object or adapter throws
 };
 
-// Plays the session that the bytes describe: makes a selector and calls it up to eight times. Aborts with a message
+// Plays the session that the bytes describe: makes two selectors and has them serve up to four requests, in up to seven
+// calls each. Aborts with a message
 // when the library breaks a promise. Returns a digest of all answers and log messages, which is the same on every
 // machine. With a fault, each call is repeated until none is left to strike; what it answers then goes into the digest.
 uint64_t play(const uint8_t* data, size_t size, Fault fault = Fault::kNone);

@@ -1,13 +1,12 @@
 // The platform adapter library of a desk. The property "desk.adapter.motion" says what it answers: a number is the
-// information word; unset, the word is left untouched; "empty": no holder; "unavailable": no adapter; "throw": Init()
-// throws. "desk.adapter.init" counts the calls of Init().
+// information word; unset, the word is left untouched; "empty": no holder; "unavailable": no adapter.
+// "desk.adapter.init" counts the calls of Init().
 
 #include "adapter/CameraAdapter.h"
 
 #include <cutils/properties.h>
 
 #include <cstdlib>
-#include <stdexcept>
 #include <string>
 
 namespace {
@@ -32,7 +31,6 @@ public:
     int Init() override {
         const std::string count = property("desk.adapter.init");
         property_set("desk.adapter.init", std::to_string(std::atoi(count.c_str()) + 1).c_str());
-        if (property("desk.adapter.motion") == "throw") throw std::runtime_error("desk adapter: Init() told to throw");
         return 0;
     }
 

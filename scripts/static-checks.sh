@@ -1,5 +1,5 @@
-#!/bin/bash
-# Checks the tree without running it: format, clang-tidy (see .clang-tidy), cppcheck, the device build's file, presets.
+#!/usr/bin/env bash
+# Checks the tree without running it: format, clang-tidy (see .clang-tidy), cppcheck, the device build's file.
 # Takes one argument, a build folder with a compile_commands.json; without it, configures build-dev.
 set -u
 cd "$(dirname "$0")/.."
@@ -14,9 +14,12 @@ check() {
 }
 optional() { if command -v "$2" >/dev/null; then check "$1" "$3"; else echo "skipped $1: no $2 here"; fi }
 
-mapfile -t sources < <(git ls-files '*.cpp' '*.h')
+# The checkout may belong to somebody else, as in a container.
+files() { git -c safe.directory="$PWD" ls-files "$@"; }
+mapfile -t sources < <(files '*.cpp' '*.h')
+[ ${#sources[@]} -gt 0 ] || exit 2
 # What the compilation database knows, so that every file is read with its own flags.
-mapfile -t units < <(git ls-files '*.cpp' | while read -r file; do
+mapfile -t units < <(files '*.cpp' | while read -r file; do
     grep -qF "$PWD/$file\"" "$build/compile_commands.json" && echo "$file"
 done)
 tidy() { printf '%s\n' "${units[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy -p "$build" --quiet 2>/dev/null; }

@@ -1,6 +1,6 @@
-#!/bin/bash
+#!/usr/bin/env bash
 # Tells how much the tests notice: tries every fault of tests/mutations.txt in a copy of the tree, one after the other.
-#   bash cmake/mutate.sh [FOLDER] [WORD]   folder for the copy, default a new one under /tmp; only faults with the word
+#   bash scripts/mutate.sh [FOLDER] [WORD]   folder for the copy, default a new one under /tmp; only faults with the word
 # Fails when a fault does not apply any more, or when less than nine in ten are noticed.
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd)
