@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "capture/CaseReader.h"
+#include "capture/Document.h"
 #include "report/CaseWriter.h"
 #include "replay/LogRebuild.h"
 
@@ -23,7 +23,7 @@ static void readLog(const uint8_t* data, size_t size) {
         std::ostringstream text;
         CaseWriter(text, platformOf(rebuilt)).add(rebuilt.request, rebuilt.assumptions);
         try {
-            readCase("rebuilt", parseCase("rebuilt", text.str()));
+            readCase(parseDocument("rebuilt", text.str()));
         } catch (const InputError& error) {
             std::fprintf(stderr, "broken promise: a rebuilt case can be read\n%s\n%s\n", error.what(),
                          text.str().c_str());
@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (looksLikeLog(text)) {
             readLog(data, size);
         } else {
-            readCase("case", parseCase("case", text));
+            readCase(parseDocument("case", text));
         }
     } catch (const InputError&) {
         // what is wrong with it

@@ -25,7 +25,7 @@ whole32="a whole number from 0 to 4294967295"
 expect "not YAML" '<stdin>:1:1: expected YAML, found end of sequence flow not found' 'a: [1'
 expect "nothing" '<stdin>:1:1: expected a map, found nothing' ''
 expect "two documents" '<stdin>:2:1: expected one document, found another' 'requests: []\n---\nrequests: []\n'
-expect "unknown key" '<stdin>:1:1: expected one of the keys properties, staticMetadata, defaults, requests, found "request"' \
+expect "unknown key" '<stdin>:1:1: expected one of the keys recorded, properties, staticMetadata, defaults, requests, found "request"' \
   'request: []\n'
 expect "unknown key of a queue" \
   '<stdin>:2:14: expected one of the keys id, type, name, consumer, producer, all, frames, lost, found "ids"' \
@@ -38,7 +38,7 @@ expect "negative" "<stdin>:2:11: expected $whole32, found \"-1\"" 'requests:\n- 
 expect "33 bits" "<stdin>:2:11: expected $whole32, found \"0x100000000\"" 'requests:\n- {frame: 0x100000000}\n'
 expect "no whole number" '<stdin>:2:11: expected a whole number from -9223372036854775808 to 9223372036854775807, found "1e5"' \
   'requests:\n- {clock: 1e5}\n'
-expect "a frame twice" '<stdin>:2:44: expected every frame of a queue once, found "0x1"' \
+expect "a frame twice" '<stdin>:2:44: expected every frame of a queue once, found 1' \
   'requests:\n- {queues: [{consumer: [1], frames: {1: 5, 0x1: 6}}]}\n'
 expect "a byte of 9 bits" '<stdin>:2:35: expected a whole number from 0 to 255, found "256"' \
   'requests:\n- {metadata: {nexaro.hdr.enabled: 256}}\n'

@@ -11,15 +11,15 @@
 
 #include <nlohmann/json.hpp>
 
-#include "report/Canvas.h"
-#include "capture/CaseReader.h"
+#include "capture/Document.h"
 #include "replay/Expect.h"
 #include "replay/Explain.h"
+#include "replay/Session.h"
+#include "replay/WhatIf.h"
+#include "report/Canvas.h"
 #include "report/FieldLog.h"
 #include "report/Picture.h"
 #include "report/Report.h"
-#include "replay/Session.h"
-#include "replay/WhatIf.h"
 
 namespace {
 
@@ -88,9 +88,11 @@ struct Input {
 };
 
 void readCaseInput(Input& input, const std::string& text, const Options& options) {
-    const YAML::Node tree = parseCase(input.file, text);
-    input.theCase = readCase(input.file, tree);
-    if (!options.changes.empty()) input.variant = makeVariant(*input.theCase, tree, options.changes);
+    const Document document = parseDocument(input.file, text);
+    input.theCase = readCase(document);
+    if (options.changes.empty()) return;
+    const Document changed = withChanges(document, options.changes);
+    input.variant = Variant{changed, readCase(changed)};
 }
 
 Input readInput(const std::string& file, const Options& options) {

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "account/Messages.h"
-#include "capture/YamlInput.h"
+#include "capture/Text.h"
 
 namespace replay {
 

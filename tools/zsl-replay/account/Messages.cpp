@@ -1,6 +1,6 @@
 #include "account/Messages.h"
 
-#include "capture/YamlInput.h"
+#include "capture/Text.h"
 
 namespace replay {
 

@@ -19,6 +19,8 @@ using FrameList = std::vector<uint32_t>;
 
 constexpr char kSwitchProperty[] = "vendor.zohal.selector.motion.zsl.disable";
 constexpr int64_t kDefaultIntervalNs = 33'333'333;  // 30 fps
+constexpr uint32_t kMostFrames = 1'000'000;         // that one file names; guards against slips of the hand
+constexpr uint32_t kMostNeeded = 100'000;           // of one request
 
 // Something in the input that can't be run; what() is ready to print.
 class InputError : public std::runtime_error {

@@ -8,11 +8,27 @@
 #include <vector>
 
 #include "capture/Case.h"
+#include "capture/Value.h"
 
 namespace replay {
 
+constexpr size_t kLongestCase = 16 * 1024 * 1024;  // bytes of a case file
+
 // Immutable and cheap to copy; parts that aliases or variants share are shared in memory.
-class Document;
+class Document {
+public:
+    Document(std::string file, NodePtr root, std::string cutOff = "")
+        : mFile(std::move(file)), mRoot(std::move(root)), mCutOff(std::move(cutOff)) {}
+
+    const std::string& file() const { return mFile; }  // its name, as it is given
+    const NodePtr& root() const { return mRoot; }
+    const std::string& cutOff() const { return mCutOff; }  // see Case
+
+private:
+    std::string mFile;
+    NodePtr mRoot;
+    std::string mCutOff;
+};
 
 // What --set and --drop ask for, as given on the command line.
 struct Changes {
@@ -22,6 +38,14 @@ struct Changes {
     bool empty() const { return settings.empty() && drops.empty(); }
     std::string words() const;  // as options
 };
+
+// YAML text as a value; a document as a case; what a case file has under `expect`. Both readers throw PlacedError.
+NodePtr parseYaml(std::string_view text);
+Case readNodes(const Document& document);
+NodePtr nodeOf(const Expectation& expect);
+
+// An error with the file's name and the place ahead.
+InputError inFile(const std::string& file, const PlacedError& error);
 
 // All throw InputError, ready to print, with the place in the file; for a change, with the change in its stead.
 Document parseDocument(const std::string& file, const std::string& text);

@@ -7,7 +7,7 @@
 #include "account/Messages.h"
 #include "report/Report.h"
 #include "replay/SingleChange.h"
-#include "capture/YamlInput.h"
+#include "capture/Text.h"
 
 namespace replay {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "capture/MetadataYaml.h"
-#include "capture/YamlInput.h"
+#include "capture/Metadata.h"
+#include "capture/Text.h"
 
 namespace replay {
 
@@ -12,7 +12,7 @@ namespace {
 
 constexpr char kSensorMode[] = "com.nexaro.ext.control.policy.sensorMode";
 constexpr char kSeamlessPolicy[] = "nexaro.camera.zoseamlesspolicy.result";
-constexpr int64_t kMostNeeded = 10'000;  // frames; a guard against damaged lines
+constexpr int64_t kMostFramesNeeded = 10'000;  // frames; a guard against damaged lines
 
 }  // namespace
 
@@ -60,7 +60,7 @@ void LogFacts::readSelection(const LoggedLine& line) {
         request.master = static_cast<uint32_t>((*v)[2]);
         if ((*v)[3] != 0)
             tags.emplace(kSeamlessPolicy, seamlessPolicy({{request.master, static_cast<uint32_t>((*v)[3])}}));
-        request.need = static_cast<uint32_t>(std::clamp<int64_t>((*v)[4], 0, kMostNeeded));
+        request.need = static_cast<uint32_t>(std::clamp<int64_t>((*v)[4], 0, kMostFramesNeeded));
     }
     if (const auto v = matchNumbers("[ZSLSelector] fwkFrame:% zsdTs:% curTime:%", text)) request.clockNs = (*v)[2];
     if (message.function == "isSelectorNeeded" || message.function == "selectZSLFrames") return;

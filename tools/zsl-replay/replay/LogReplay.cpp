@@ -5,7 +5,7 @@
 #include <set>
 
 #include "account/Messages.h"
-#include "capture/QueueYaml.h"
+#include "capture/Queues.h"
 #include "report/Report.h"
 
 namespace replay {

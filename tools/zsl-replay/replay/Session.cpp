@@ -5,7 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "capture/MetadataYaml.h"
+#include "capture/Metadata.h"
 #include "desk/Clock.h"
 #include "desk/OfflineLog.h"
 #include "desk/VendorLibraries.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "account/Messages.h"
-#include "capture/MetadataYaml.h"
-#include "capture/QueueYaml.h"
+#include "capture/Metadata.h"
+#include "capture/Queues.h"
 #include "report/Report.h"
 
 namespace replay {

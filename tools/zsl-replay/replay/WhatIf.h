@@ -2,35 +2,21 @@
 
 #pragma once
 
-#include <yaml-cpp/yaml.h>
-
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
-#include "capture/Case.h"
+#include "capture/Document.h"
 #include "replay/Session.h"
 
 namespace replay {
 
-// The changes as given on the command line.
-struct Changes {
-    std::vector<std::string> settings;  // KEY=VALUE, applied first, in the order given
-    std::vector<std::string> drops;     // FRAME[@QUEUE]
-
-    bool empty() const { return settings.empty() && drops.empty(); }
-    std::string words() const;  // as options
-};
-
 struct Variant {
-    YAML::Node tree;
+    Document document;
     Case changed;
 };
-
-// Applies the changes, each of which must leave a case that can be read. Throws InputError, which names the change.
-Variant makeVariant(const Case& theCase, const YAML::Node& tree, const Changes& changes);
 
 // Runs of one request, traced, of the case and of its variant.
 struct RunDifference {
@@ -53,7 +39,6 @@ void reportDifference(std::ostream& out, const RunDifference& difference);
 nlohmann::ordered_json differenceJson(const RunDifference& difference);
 
 // Writes the variant as a case file that expects what came out of it. Throws InputError.
-void saveVariant(const std::string& file, const Variant& variant, const std::vector<Run>& runs,
-                 const Changes& changes);
+void saveVariant(const std::string& file, const Variant& variant, const std::vector<Run>& runs, const Changes& changes);
 
 }  // namespace replay
