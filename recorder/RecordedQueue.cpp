@@ -9,7 +9,7 @@ namespace recorder {
 namespace {
 
 constexpr const char* kLists[] = {"consumer", "producer", "all"};  // by zohal::ZSLFrameListKind
-constexpr char kHeld[] = "0";                                      // of an entry without a value
+constexpr char kHeld[] = "0";                                      // an entry without a value
 
 class RecordedQueue final : public zohal::ZSLFrameQueue {
 public:
@@ -27,11 +27,11 @@ public:
         return entry;
     }
 
-    FrameList getFrameList(int32_t listKind) const override {
-        FrameList list = mQueue->getFrameList(listKind);
-        if (listKind < zohal::kConsumerList || listKind > zohal::kAllFrames) return list;
+    FrameList getFrameList(int32_t kind) const override {
+        FrameList list = mQueue->getFrameList(kind);
+        if (kind < zohal::kConsumerList || kind > zohal::kAllFrames) return list;
         attempt([&](QueueNotes& notes) { notes.listed.insert(notes.listed.end(), list.begin(), list.end()); });
-        return noted(kLists[listKind], std::move(list));
+        return noted(kLists[kind], std::move(list));
     }
 
 private:
@@ -45,9 +45,8 @@ private:
     template <typename Note>
     void attempt(Note note) const noexcept {
         const auto notes = mNotes.lock();
-        if (!notes) return;
         try {
-            note(*notes);
+            if (notes) note(*notes);
         } catch (...) {
             notes->failed = true;
         }
@@ -60,13 +59,23 @@ private:
 }  // namespace
 
 void QueueNotes::note(uint32_t zslFrame, const zohal::ZSLFrameEntry* entry) {
-    // Only the value that queues of this kind are known to fill in.
+    // Only the value that entries of such a queue are known to have.
     std::string text = entry != nullptr ? kHeld : "";
-    if (entry != nullptr && isType(zohal::kMetaQueue)) text = textOf(entry->metaInfo.shutterTime);
-    if (entry != nullptr && isType(zohal::kFrameInfoQueue)) text = "{mode: " + textOf(entry->perframeSensorMode) + '}';
+    if (entry != nullptr && answers.is("type", textOf(zohal::kMetaQueue))) text = textOf(entry->metaInfo.shutterTime);
+    if (entry != nullptr && answers.is("type", textOf(zohal::kFrameInfoQueue))) {
+        text = "{mode: " + textOf(entry->perframeSensorMode) + '}';
+    }
     std::string& noted = frames.try_emplace(zslFrame, text).first->second;
     answers.changed |= noted != text && noted != kHeld;
     noted = std::move(text);
+}
+
+std::string QueueNotes::text() const {
+    Answers all = answers;
+    all["frames"] = joined('{', frames, '}', [](const auto& frame) {
+        return frame.second.empty() ? "" : textOf(frame.first) + ": " + frame.second;
+    });
+    return "\n   " + all.text();
 }
 
 Queues recordedQueues(const Queues& queues, Notes& notes) {
@@ -75,7 +84,8 @@ Queues recordedQueues(const Queues& queues, Notes& notes) {
     for (size_t i = 0; i < queues.size(); ++i) {
         if (!queues[i]) continue;
         const size_t first = std::find(queues.begin(), queues.end(), queues[i]) - queues.begin();
-        if (!notes[i]) notes[i] = first < i ? notes[first] : std::make_shared<QueueNotes>(queues[i].get());
+        if (!notes[first]) notes[first].reset(new QueueNotes{queues[i].get(), {}, {}, {}, false});
+        notes[i] = notes[first];
         recorded[i] = first < i ? recorded[first] : std::make_shared<RecordedQueue>(queues[i], notes[i]);
     }
     return recorded;
@@ -85,26 +95,22 @@ void askForRest(const Queues& recorded, const Notes& notes) {
     FrameList frames;  // of all queues, since selectors compare queues
     for (size_t i = 0; i < recorded.size(); ++i) {
         if (!recorded[i]) continue;
-        const auto& answers = notes[i]->answers;
-        if (answers.count("type") == 0) recorded[i]->getQueueType();
-        if (answers.count("name") == 0) recorded[i]->getName();
-        if (answers.count("id") == 0) recorded[i]->getQueueId();
+        if (!notes[i]->answers.has("type")) recorded[i]->getQueueType();
+        if (!notes[i]->answers.has("name")) recorded[i]->getName();
+        if (!notes[i]->answers.has("id")) recorded[i]->getQueueId();
         for (int32_t kind = zohal::kConsumerList; kind <= zohal::kAllFrames; ++kind) {
-            if (answers.count(kLists[kind]) == 0) recorded[i]->getFrameList(kind);
+            if (!notes[i]->answers.has(kLists[kind])) recorded[i]->getFrameList(kind);
         }
         frames.insert(frames.end(), notes[i]->listed.begin(), notes[i]->listed.end());
     }
     std::sort(frames.begin(), frames.end());
     frames.erase(std::unique(frames.begin(), frames.end()), frames.end());
     for (size_t i = 0; i < recorded.size(); ++i) {
-        if (!recorded[i]) continue;
-        const bool hasValues = notes[i]->isType(zohal::kMetaQueue) || notes[i]->isType(zohal::kFrameInfoQueue);
-        for (const uint32_t zslFrame : frames) {
-            const auto noted = notes[i]->frames.find(zslFrame);
-            const bool open = noted == notes[i]->frames.end() || (hasValues && noted->second == kHeld);
-            if (open) recorded[i]->getFrame(zslFrame);
+        for (const uint32_t zslFrame : recorded[i] ? frames : FrameList()) {
+            const auto [noted, isNew] = notes[i]->frames.try_emplace(zslFrame, kHeld);
+            if (noted->second == kHeld) recorded[i]->getFrame(zslFrame);
         }
-        if (notes[i]->failed) throw std::bad_alloc();
+        if (recorded[i] && notes[i]->failed) throw std::bad_alloc();
     }
 }
 

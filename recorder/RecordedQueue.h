@@ -2,12 +2,25 @@
 
 #pragma once
 
+#include <memory>
+
 #include "recorder/CaseText.h"
 
 namespace recorder {
 
-using Queues = std::vector<std::shared_ptr<zohal::ZSLFrameQueue>>;
+// What one queue answered in the calls of a request.
+struct QueueNotes {
+    void note(uint32_t zslFrame, const zohal::ZSLFrameEntry* entry);
+    std::string text() const;
+
+    const zohal::ZSLFrameQueue* const queue;  // to tell queues apart, never followed
+    Answers answers;
+    std::map<uint32_t, std::string> frames;  // entries; empty where there is none
+    FrameList listed;                        // by any of the lists
+    bool failed;                             // memory was short, and an answer is missing
+};
 using Notes = std::vector<std::shared_ptr<QueueNotes>>;
+using Queues = std::vector<std::shared_ptr<zohal::ZSLFrameQueue>>;
 
 // The queues of one call, by position: null where the core's handle is, and one that is handed in twice is one here
 // too. `notes` are those of an earlier call with the same queues, to be continued, or become new ones. They end noting

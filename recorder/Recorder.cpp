@@ -4,7 +4,9 @@
 #include <cutils/properties.h>
 #include <dlfcn.h>
 
+#include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include "adapter/CameraAdapter.h"
 #include "recorder/RecordingSelector.h"
@@ -12,6 +14,8 @@
 namespace recorder {
 
 namespace {
+
+constexpr char kLogTag[] = "ZSLRecorder";
 
 std::shared_ptr<void> openLibrary(const char* file, int flags) {
     void* const library = dlopen(file, flags);
@@ -24,33 +28,18 @@ std::string property(const char* name) {
     return value;
 }
 
-std::string pluginFile(const void* recorder) {
-    std::string file = property("vendor.zohal.selector.motion.record.plugin");
-    if (!file.empty()) return file;
-    Dl_info info{};
-    if (dladdr(recorder, &info) != 0) file = info.dli_fname;
-    return file.substr(0, file.rfind('/') + 1) + "com.nexaro.zsl.motion.so";
-}
-
-void complain(const char* what, const char* why) {
-    __android_log_print(ANDROID_LOG_ERROR, "ZSLRecorder", "%s: %s", what, why);
-}
-
 }  // namespace
 
-void Recorder::stop() noexcept {
-    if (!on.exchange(false)) return;
-    try {
-        throw;
-    } catch (const std::exception& error) {
-        complain("recording has stopped", error.what());
-    } catch (...) {
-        complain("recording has stopped", "the core threw when asked for the rest");
-    }
+void Recorder::stop(const char* reason) noexcept {
+    if (on.exchange(false)) __android_log_print(ANDROID_LOG_ERROR, kLogTag, "recording has stopped: %s", reason);
 }
 
 std::shared_ptr<Recorder> openRecorder(Entry* entry) noexcept try {
-    const std::string file = pluginFile(reinterpret_cast<const void*>(entry));
+    std::string file = property("vendor.zohal.selector.motion.record.plugin");
+    Dl_info own{};
+    if (file.empty() && dladdr(reinterpret_cast<const void*>(entry), &own) != 0) {
+        file = std::filesystem::path(own.dli_fname).replace_filename("com.nexaro.zsl.motion.so");
+    }
     const std::shared_ptr<void> library = openLibrary(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) throw std::runtime_error(dlerror());
     auto* const create = reinterpret_cast<Entry*>(dlsym(library.get(), "createZSLSelector"));
@@ -60,27 +49,23 @@ std::shared_ptr<Recorder> openRecorder(Entry* entry) noexcept try {
     const std::string motionSwitch = property("vendor.zohal.selector.motion.zsl.disable");
     return std::shared_ptr<Recorder>(new Recorder{library, create, folder, motionSwitch, {!folder.empty()}});
 } catch (const std::exception& error) {
-    complain("no selector plug-in to stand before", error.what());
+    __android_log_print(ANDROID_LOG_ERROR, kLogTag, "no selector plug-in to stand before: %s", error.what());
     return nullptr;
 }
 
 void createSelectors(const std::shared_ptr<Recorder>& recorder, Selectors& selectors) {
-    size_t next = selectors.size();
-    recorder->create(selectors);
-    for (; next < selectors.size(); ++next) {
-        auto& selector = selectors[next];
+    Selectors made;
+    recorder->create(made);
+    for (auto& selector : made) {
         if (!selector) continue;
         recorder->attempt([&] { selector = std::make_shared<RecordingSelector>(recorder, selector); });
         if (recorder->on) continue;
-        try {
-            // The real one. Its handle keeps the library, which must be closed after it is gone.
-            const auto kept =
-                std::make_shared<std::pair<std::shared_ptr<Recorder>, Selectors::value_type>>(recorder, selector);
-            selector = Selectors::value_type(kept, kept->second.get());
-        } catch (const std::bad_alloc&) {
-            // The bare one does as well, for a core that releases it before the process ends.
-        }
+        // The real one. Its handle keeps the library, which is closed after it is gone.
+        const auto kept =
+            std::make_shared<std::pair<std::shared_ptr<Recorder>, Selectors::value_type>>(recorder, selector);
+        selector = Selectors::value_type(kept, kept->second.get());
     }
+    selectors.insert(selectors.end(), made.begin(), made.end());
 }
 
 std::string adapterAnswer() {

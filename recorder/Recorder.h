@@ -5,6 +5,7 @@
 #pragma once
 
 #include <atomic>
+#include <exception>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,15 +23,14 @@ struct Recorder {
     // Does some of the recorder's own work. Whatever that throws ends the recording for good, with one line in the log:
     // a phone that can't record must go on taking pictures.
     template <typename Work>
-    void attempt(Work work) noexcept {
-        if (!on) return;
-        try {
-            work();
-        } catch (...) {
-            stop();
-        }
+    void attempt(Work work) noexcept try {
+        if (on) work();
+    } catch (const std::exception& error) {
+        stop(error.what());
+    } catch (...) {
+        stop("the core threw when it was asked for the rest");
     }
-    void stop() noexcept;  // for the exception that is being handled
+    void stop(const char* reason) noexcept;
 
     const std::shared_ptr<void> library;  // the real plug-in
     Entry* const create;                  // its entry
@@ -44,7 +44,7 @@ struct Recorder {
 // that `entry` is of, or where a property says. Null, with a line in the log, when it can't be had.
 std::shared_ptr<Recorder> openRecorder(Entry* entry) noexcept;
 
-// Has the real plug-in append its selectors. Its exceptions pass.
+// Has the real plug-in append its selectors. Its exceptions pass, and then the list is unchanged.
 void createSelectors(const std::shared_ptr<Recorder>& recorder, Selectors& selectors);
 
 // What the platform adapter says, in the words of a case: its word, "empty" without a holder, "unavailable" without an

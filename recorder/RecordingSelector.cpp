@@ -11,23 +11,51 @@ namespace recorder {
 
 using zohal::ZSLFrameCheckInfo;
 using zohal::ZSLFrameSelectInfo;
-using zohal::ZSLSelectorBase;
-using zohal::ZSLSelectorResult;
 
 namespace {
 
 constexpr uint32_t kRequestsPerFile = 1000;
 constexpr size_t kBytesPerFile = 4U << 20;
 
+std::string requestTags(const ZoMetadata* metadata) {
+    return textOf(metadata, {"android.control.enableZsl", "nexaro.ai.zosd.motionCaptureEnabledIcon",
+                             "nexaro.hdr.enabled", "nexaro.hdr.sr.enabled", "nexaro.mfnr.anchorTimeStamp",
+                             "nexaro.ai.zosd.motionCaptureType", "nexaro.camera.zoseamlesspolicy.result"});
+}
+
+std::string checkTags(const ZoMetadata* metadata) {
+    return textOf(metadata,
+                  {"com.nexaro.camera.sensorpolicy.mcxFrameresult", "com.nexaro.ext.control.policy.sensorMode"});
+}
+
 }  // namespace
+
+std::string Request::text() const {
+    Answers all = fields;
+    Answers expected = expect;
+    bool changed = fields.changed || checks.changed;
+    const bool selected = expect.has("selection");
+    // By default gate and selection agree.
+    if (!expect.is("gate", selected ? "true" : "false")) all["select"] = selected ? "always" : "never";
+    all["queues"] = joined('[', queues, ']', [&](const auto& queue) {
+        changed |= queue && queue->answers.changed;
+        return queue && queue->answers.has("all") ? queue->text() : "";  // not without lists: a gate that took it
+    });
+    all["check"] = "{" + checkOf + "of: " + textOf(checked) + '}';
+    if (!checked.empty()) expected["checks"] = checks.text();
+    all["expect"] = expected.text();
+
+    std::string text;
+    for (const auto& [name, value] : all) text += (text.empty() ? "- " : "  ") + name + ": " + value + '\n';
+    text += comments;
+    if (changed) text += "  # one question had two answers: this may not replay exactly\n";
+    if (std::count(queues.begin(), queues.end(), nullptr) != 0) text += "  # null queue handles are left out\n";
+    return text + "# end\n";
+}
 
 RecordingSelector::RecordingSelector(std::shared_ptr<Recorder> recorder, std::shared_ptr<ZSLSelectorBase> real)
     : mRecorder(std::move(recorder)), mReal(std::move(real)) {
     mName = (*mReal).*(&RecordingSelector::mName);
-    mCoreStatus = (*mReal).*(&RecordingSelector::mCoreStatus);
-    mCoreEnabled = (*mReal).*(&RecordingSelector::mCoreEnabled);
-    mCoreFlag1 = (*mReal).*(&RecordingSelector::mCoreFlag1);
-    mCoreFlag2 = (*mReal).*(&RecordingSelector::mCoreFlag2);
 }
 
 // `notes`: of an earlier call with the same queues, or none. `note` gets the answer, the recorded queues and their
@@ -61,67 +89,69 @@ Result RecordingSelector::pass(Result (ZSLSelectorBase::*operation)(const Info&)
 }
 
 bool RecordingSelector::isSelectorNeeded(const ZSLFrameSelectInfo& info) {
-    const auto note = [&](bool needed, const Queues& queues, const Notes& notes) {
-        begin(info.fwkFrame, info.reqtMasterId, "");
-        noteAsked(info, notes);
-        mRequest->expect["gate"] = needed ? "true" : "false";
-        const std::string& adapter = mRequest->fields["adapter"] = adapterAnswer();
-        if (adapter.front() <= '9') mMotionWord = adapter;
-        if (!needed) askForRest(queues, notes);  // else when the selection has read them
-    };
-    return pass(&ZSLSelectorBase::isSelectorNeeded, info, {}, note);
+    return pass(&ZSLSelectorBase::isSelectorNeeded, info, {},
+                [&](bool needed, const Queues& queues, const Notes& notes) {
+                    begin("");
+                    noteAsked(info, notes);
+                    mRequest->expect["gate"] = needed ? "true" : "false";
+                    const std::string adapter = mRequest->fields["adapter"] = adapterAnswer();
+                    if (adapter[0] <= '9') mMotionWord = adapter;
+                    if (!needed) askForRest(queues, notes);  // else when the selection has read them
+                });
 }
 
 zohal::SelectionResult RecordingSelector::selectZSLFrames(const ZSLFrameSelectInfo& info) {
-    const auto note = [&](const zohal::SelectionResult& selection, const Queues& queues, const Notes& notes) {
-        const bool follows = mRequest && mRequest->fwkFrame == info.fwkFrame && mRequest->expect.count("gate") != 0 &&
-                             mRequest->expect.count("selection") == 0 && mRequest->checked.empty();
-        if (!follows) begin(info.fwkFrame, info.reqtMasterId, "  # the gate was not asked; a replay asks it\n");
-        noteAsked(info, notes);
-        std::map<uint32_t, std::string> frames;
-        for (const auto& [id, list] : selection) frames[id] = textOf(list);
-        mRequest->expect["selection"] = textOf(frames);
-        askForRest(queues, notes);
-    };
-    return pass(&ZSLSelectorBase::selectZSLFrames, info, {}, note);
+    return pass(&ZSLSelectorBase::selectZSLFrames, info, {},
+                [&](const zohal::SelectionResult& selection, const Queues& queues, const Notes& notes) {
+                    const bool follows = mRequest && mRequest->fields.is("frame", textOf(info.fwkFrame)) &&
+                                         mRequest->expect.has("gate") && !mRequest->expect.has("selection");
+                    if (!follows) begin("  # the gate was not asked, but is in a replay\n");
+                    noteAsked(info, notes);
+                    mRequest->expect["selection"] = joined('{', selection, '}', [](const auto& queue) {
+                        return textOf(queue.first) + ": " + textOf(queue.second);
+                    });
+                    askForRest(queues, notes);
+                });
 }
 
-ZSLSelectorResult RecordingSelector::checkFrame(const ZSLFrameCheckInfo& info) {
+zohal::ZSLSelectorResult RecordingSelector::checkFrame(const ZSLFrameCheckInfo& info) {
     return check(&ZSLSelectorBase::checkFrame, info);
 }
 
-ZSLSelectorResult RecordingSelector::checkDesiredSensorMode(const ZSLFrameCheckInfo& info) {
+zohal::ZSLSelectorResult RecordingSelector::checkDesiredSensorMode(const ZSLFrameCheckInfo& info) {
     return check(&ZSLSelectorBase::checkDesiredSensorMode, info);
 }
 
-ZSLSelectorResult RecordingSelector::check(ZSLSelectorResult (ZSLSelectorBase::*operation)(const ZSLFrameCheckInfo&),
-                                           const ZSLFrameCheckInfo& info) {
+template <typename Operation>
+zohal::ZSLSelectorResult RecordingSelector::check(Operation operation, const ZSLFrameCheckInfo& info) {
     const auto sameQueue = [](const auto& note, const auto& queue) {
-        return note ? note->queue == queue.get() : queue == nullptr;
+        return (note ? note->queue : nullptr) == queue.get();
     };
-    const bool goesOn = mRequest && mRequest->fwkFrame == info.fwkFrameNum &&
-                        std::equal(mRequest->queues.begin(), mRequest->queues.end(), info.zslQueues.begin(),
-                                   info.zslQueues.end(), sameQueue);
-    const auto note = [&](ZSLSelectorResult result, const Queues& queues, const Notes& notes) {
-        const std::string of = "camera: " + textOf(info.logicalId) + ", role: " + textOf(info.masterRoleId) +
+    const bool sameQueues = mRequest && std::equal(mRequest->queues.begin(), mRequest->queues.end(),
+                                                   info.zslQueues.begin(), info.zslQueues.end(), sameQueue);
+    const auto note = [&](zohal::ZSLSelectorResult result, const Queues& queues, const Notes& notes) {
+        const std::string camera = textOf(info.logicalId);
+        const std::string of = "camera: " + camera + ", role: " + textOf(info.masterRoleId) +
                                ", frames: " + textOf(info.AiHLFrameNum) +
                                ", metadata: " + checkTags(info.requestMeta.get()) + ", ";
-        const auto master = static_cast<uint32_t>(info.reqtMasterId);
-        const bool belongs =
-            goesOn && mRequest->master == master && (mRequest->checked.empty() || mRequest->checkOf == of);
+        Answers fields;
+        fields["frame"] = textOf(info.fwkFrameNum);
+        fields["master"] = textOf(static_cast<uint32_t>(info.reqtMasterId));
+        const bool belongs = sameQueues && mRequest->fields.is("frame", fields["frame"]) &&
+                             mRequest->fields.is("master", fields["master"]) &&
+                             (mRequest->checked.empty() || mRequest->checkOf == of);
         if (!belongs) {
-            begin(info.fwkFrameNum, master, "  # checked apart from its request; a replay asks the gate\n");
-            mRequest->fields["need"] = "0";
-            mRequest->fields["clock"] = textOf(mClockNs);
+            begin("  # checked apart from its request: the gate was not asked, but is in a replay\n");
+            mRequest->fields = fields;
             mRequest->queues = notes;
         }
         mRequest->checkOf = of;
         mRequest->checked.push_back(info.checkFrameNum);
-        mRequest->checks[info.checkFrameNum] = flagsText(result);
-        if (mRequest->expect.count("selection") == 0) askForRest(queues, notes);
-        noteCamera(info.logicalId);
+        mRequest->checks.note(textOf(info.checkFrameNum).c_str(), textOf(result));
+        if (!mRequest->expect.has("selection")) askForRest(queues, notes);
+        noteCamera(camera, StaticMetadataWraper::getInstance()->getStaticMetadata(info.logicalId).get());
     };
-    return pass(operation, info, goesOn ? mRequest->queues : Notes(), note);
+    return pass(operation, info, sameQueues ? mRequest->queues : Notes(), note);
 }
 
 // Nothing of it shows in a case.
@@ -129,32 +159,31 @@ int RecordingSelector::preCheckFrame(std::vector<uint32_t>& zslFrames, int flags
     return mReal->preCheckFrame(zslFrames, flags);
 }
 
-void RecordingSelector::begin(uint32_t fwkFrame, uint32_t master, const char* comment) {
-    if (mRequest && mRequest->expect.count("gate") != 0) {
-        mState = "- name: the state that former requests left\n  select: never\n  adapter: " + mMotionWord +
-                 "\n  metadata: " + mRequest->fields["metadata"] + "\n# end\n";
+void RecordingSelector::begin(const char* comment) {
+    if (mRequest && mRequest->expect.has("gate")) {
+        mState = "- {name: the state that former requests left, select: never, adapter: " + mMotionWord +
+                 ", metadata: " + mRequest->fields["metadata"] + "}\n# end\n";
     }
     mRequest.emplace();
-    mRequest->fwkFrame = fwkFrame;
-    mRequest->master = master;
     mRequest->comments = comment;
 }
 
 void RecordingSelector::noteAsked(const ZSLFrameSelectInfo& info, const Notes& notes) {
+    const ZoMetadata* const metadata = info.requestMetas.empty() ? nullptr : info.requestMetas.front().get();
+    mRequest->fields["frame"] = textOf(info.fwkFrame);
     mRequest->fields["used"] = textOf(info.usedZslFrames);
-    mRequest->fields["need"] = textOf(info.requestMetas.size());
+    mRequest->fields["master"] = textOf(info.reqtMasterId);
+    mRequest->fields["need"] = std::to_string(info.requestMetas.size());
     mRequest->fields["clock"] = textOf(mClockNs);
-    mRequest->fields.note("metadata", requestTags(info.requestMetas.empty() ? nullptr : info.requestMetas[0].get()));
+    mRequest->fields.note("metadata", requestTags(metadata));
     mRequest->queues = notes;
 }
 
 // A camera's static metadata belongs into the head: with it, the request moves to a new file.
-void RecordingSelector::noteCamera(uint32_t camera) {
-    const auto [tags, isNew] = mStaticTags.try_emplace(camera);
-    if (!isNew) return;
-    tags->second = staticTags(camera);
-    if (tags->second == "{}" || !mFile) return;
-    if (mRequest->offset) mFile->rewrite(*mRequest->offset, {});
+void RecordingSelector::noteCamera(const std::string& camera, const ZoMetadata* staticMetadata) {
+    if (staticMetadata == nullptr || mStaticTags.has(camera.c_str())) return;
+    mStaticTags[camera] = textOf(staticMetadata, {"com.nexaro.camera.sensorpolicy.mask"});
+    if (mFile && mRequest->offset) mFile->rewrite(*mRequest->offset, {});
     mRequest->offset.reset();
     mFile.reset();
 }
@@ -162,7 +191,11 @@ void RecordingSelector::noteCamera(uint32_t camera) {
 void RecordingSelector::write() {
     if (!mRequest->offset) {
         if (!mFile || mRequestsInFile >= kRequestsPerFile || mFile->size() >= kBytesPerFile) {
-            mFile = std::make_unique<CaseFile>(*mRecorder, headText(mRecorder->motionSwitch, mStaticTags) + mState);
+            const std::string& motionSwitch = mRecorder->motionSwitch;
+            mFile = std::make_unique<CaseFile>(
+                *mRecorder, "recorded: 1\nproperties: {vendor.zohal.selector.motion.zsl.disable: " +
+                                (motionSwitch.empty() ? "null" : textOf(motionSwitch)) +
+                                "}\nstaticMetadata: " + mStaticTags.text() + "\nrequests:\n" + mState);
             mRequestsInFile = 0;
         }
         mRequest->offset = mFile->size();

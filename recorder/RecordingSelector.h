@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <optional>
+
 #include "external/odm/policy/zsl/mtk/ZSLSelectorExt.h"
 #include "recorder/CaseFile.h"
 #include "recorder/RecordedQueue.h"
@@ -10,8 +12,22 @@
 
 namespace recorder {
 
-// An extension selector, since a core may know the layout of those. What the core can see of the real selector's
-// members is copied; those that the core sets itself no selector reads.
+// A request as a case has it.
+struct Request {
+    std::string text() const;  // ends with the line that tells a whole request from one that was cut off
+
+    Answers fields;                // what was asked, and what the core was seen to answer
+    Answers expect;                // what the real selector answered
+    Notes queues;                  // in the core's order
+    Answers checks;                // by frame
+    FrameList checked;             // in the order of the checks
+    std::string checkOf;           // what the checks have in common
+    std::string comments;          // why a replay may differ
+    std::optional<size_t> offset;  // in its file; absent until it is written
+};
+
+// An extension selector, since a core may know the layout of those. Of the real selector's members it has the name and
+// the policy mask; the others are the core's own, which no selector reads.
 class RecordingSelector final : public ZSLSelectorExt {
 public:
     RecordingSelector(std::shared_ptr<Recorder> recorder, std::shared_ptr<ZSLSelectorBase> real);
@@ -25,13 +41,12 @@ public:
 private:
     template <typename Result, typename Info, typename Note>
     Result pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, Notes notes, Note note);
-    zohal::ZSLSelectorResult check(
-        zohal::ZSLSelectorResult (ZSLSelectorBase::*operation)(const zohal::ZSLFrameCheckInfo&),
-        const zohal::ZSLFrameCheckInfo& info);
+    template <typename Operation>
+    zohal::ZSLSelectorResult check(Operation operation, const zohal::ZSLFrameCheckInfo& info);
 
-    void begin(uint32_t fwkFrame, uint32_t master, const char* comment);
+    void begin(const char* comment);
     void noteAsked(const zohal::ZSLFrameSelectInfo& info, const Notes& notes);
-    void noteCamera(uint32_t camera);
+    void noteCamera(const std::string& camera, const ZoMetadata* staticMetadata);
     void write();
 
     const std::shared_ptr<Recorder> mRecorder;
@@ -39,7 +54,7 @@ private:
     std::optional<Request> mRequest;               // the latest
     std::string mState;                            // that requests have left, as a request that brings it about
     std::string mMotionWord = "absent";            // the adapter's latest
-    std::map<uint32_t, std::string> mStaticTags;   // by camera
+    Answers mStaticTags;                           // by camera
     std::unique_ptr<CaseFile> mFile;
     uint32_t mRequestsInFile = 0;
     int64_t mClockNs = 0;  // just before the latest call
