@@ -8,15 +8,17 @@
 #include <sstream>
 
 #include "capture/Document.h"
-#include "report/CaseWriter.h"
 #include "replay/LogRebuild.h"
+#include "report/CaseWriter.h"
 
 using namespace replay;
 
-static void readLog(const uint8_t* data, size_t size) {
-    const int file = memfd_create("log", 0);
-    if (write(file, data, size) != static_cast<ssize_t>(size)) std::abort();
-    LineReader reader("/proc/self/fd/" + std::to_string(file));
+[[noreturn]] static void broken(const char* promise, const std::string& what, const std::string& text) {
+    std::fprintf(stderr, "broken promise: %s\n%s\n%s\n", promise, what.c_str(), text.c_str());
+    std::abort();
+}
+
+static void readLog(InputFile& log) {
     RequestCollector collector([](const LoggedRequest& logged) {
         const Rebuilt rebuilt = rebuild(logged);
         if (!rebuilt.obstacle.empty()) return;
@@ -25,28 +27,51 @@ static void readLog(const uint8_t* data, size_t size) {
         try {
             readCase(parseDocument("rebuilt", text.str()));
         } catch (const InputError& error) {
-            std::fprintf(stderr, "broken promise: a rebuilt case can be read\n%s\n%s\n", error.what(),
-                         text.str().c_str());
-            std::abort();
+            broken("a rebuilt case can be read", error.what(), text.str());
         }
     });
-    while (const auto line = reader.next()) {
+    while (const auto line = log.next()) {
         if (auto logged = selectorLine(*line)) collector.add(std::move(*logged));
     }
     collector.finish();
-    close(file);
+}
+
+static std::string printed(const Document& document) {
+    std::ostringstream text;
+    printHead(text, document, {});
+    printRequests(text, document, {});
+    return text.str();
+}
+
+static void readCaseFile(const std::string& text) {
+    const Document document = parseDocument("case", text);
+    const Case theCase = readCase(document);
+    // Printed as it was read, it is the same case; and so is the one that is made of what was read.
+    const std::string made = printed(documentOf(theCase));
+    try {
+        const Case again = readCase(parseDocument("printed", printed(document)));
+        const std::string madeAgain = printed(documentOf(again));
+        if (made != madeAgain) broken("a printed case is the same", made, madeAgain);
+        const std::string third = printed(documentOf(readCase(parseDocument("made", made))));
+        if (made != third) broken("a made case is the same", made, third);
+    } catch (const InputError& error) {
+        broken("a printed case can be read", error.what(), made);
+    }
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string text(data, data + size);
+    const int file = memfd_create("input", 0);
+    if (write(file, data, size) != static_cast<ssize_t>(size) || lseek(file, 0, SEEK_SET) != 0) std::abort();
     try {
-        if (looksLikeLog(text)) {
-            readLog(data, size);
+        InputFile input("/proc/self/fd/" + std::to_string(file));
+        if (input.looksLikeLog()) {
+            readLog(input);
         } else {
-            readCase(parseDocument("case", text));
+            readCaseFile(input.readAll());
         }
     } catch (const InputError&) {
         // what is wrong with it
     }
+    close(file);
     return 0;
 }

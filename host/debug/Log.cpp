@@ -28,13 +28,20 @@ std::vector<desk::LogLine>& offlineLog() {
     return lines;
 }
 
-std::string formatMessage(const char* format, va_list arguments) {
+// Nearly all messages fit; what does not is printed again at its length.
+void appendMessage(std::string& text, const char* format, va_list arguments) {
+    char most[512];
     va_list again;
     va_copy(again, arguments);
-    std::string text(static_cast<size_t>(std::vsnprintf(nullptr, 0, format, arguments)), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    const auto length = static_cast<size_t>(std::vsnprintf(most, sizeof(most), format, arguments));
+    if (length < sizeof(most)) {
+        text.append(most, length);
+    } else {
+        const size_t begin = text.size();
+        text.resize(begin + length);
+        std::vsnprintf(text.data() + begin, length + 1, format, again);
+    }
     va_end(again);
-    return text;
 }
 
 }  // namespace
@@ -53,16 +60,17 @@ const char* Log::zoaGroupToString(unsigned int group) { return group == 0x40 ? "
 
 void Log::logSystem(unsigned int group, const char* level, const char* fileName, const char* function, int line,
                     const char* format, ...) {
+    std::string message = zoaGroupToString(group);
+    message.append(" ").append(fileName).append(":").append(std::to_string(line));
+    message.append(" ").append(function).append("()");
     va_list arguments;
     va_start(arguments, format);
-    std::string message = formatMessage(format, arguments);
+    appendMessage(message, format, arguments);
     va_end(arguments);
 
-    std::string prefix =
-        std::string(zoaGroupToString(group)) + ' ' + fileName + ':' + std::to_string(line) + ' ' + function + "()";
     const int priority = level[0] == 'D' ? ANDROID_LOG_DEBUG : ANDROID_LOG_INFO;
     const std::lock_guard<std::mutex> guard(gLock);
-    offlineLog().push_back(desk::logLineNow(priority, "ZoOffline", prefix + message));
+    offlineLog().push_back(desk::logLineNow(priority, "ZoOffline", std::move(message)));
 }
 
 }  // namespace zodebug

@@ -1,4 +1,5 @@
 #include <android/log.h>
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -20,6 +21,14 @@ std::function<void(const LogLine&)>& sink() {
     return current;
 }
 
+// Asked for once a thread, as the C library does on a device; a fork's child asks again.
+struct Ids {
+    int process = getpid();
+    int thread = static_cast<int>(syscall(SYS_gettid));
+};
+thread_local Ids tIds;
+const int gRenewsAfterFork = pthread_atfork(nullptr, nullptr, [] { tIds = {}; });
+
 char priorityLetter(int priority) {
     static const char kLetters[] = "??VDIWEF";
     return priority >= 0 && priority < 8 ? kLetters[priority] : '?';
@@ -33,8 +42,8 @@ LogLine logLineNow(int priority, std::string tag, std::string message) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     return {now.tv_sec * 1'000'000'000LL + now.tv_nsec,
-            getpid(),
-            static_cast<int>(syscall(SYS_gettid)),
+            tIds.process,
+            tIds.thread,
             priority,
             std::move(tag),
             std::move(message)};

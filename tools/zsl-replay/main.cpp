@@ -11,13 +11,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "capture/Document.h"
-#include "replay/Expect.h"
-#include "replay/Explain.h"
-#include "replay/Session.h"
-#include "replay/WhatIf.h"
 #include "report/Canvas.h"
-#include "report/FieldLog.h"
+#include "replay/Replay.h"
 #include "report/Picture.h"
 #include "report/Report.h"
 
@@ -27,7 +22,9 @@ using namespace replay;
 
 struct Options {
     std::vector<std::string> files;
-    SessionOptions session;
+    std::string plugin;
+    std::string vendorDir;
+    std::string against;
     ReportStyle style;
     bool json = false;
     bool summary = false;  // one line a file
@@ -40,63 +37,78 @@ struct Options {
 
 std::string shownName(const std::string& file) { return file == "-" ? "<stdin>" : file; }
 
-// Runs a case, or its variant, and reports it; returns whether all came out as expected. What a case expects is not
-// held against its variant.
-bool replayCase(const Case& theCase, const Variant* variant, const Options& options) {
-    SessionOptions session = options.session;
-    session.trace = variant != nullptr;
-    const Case& shown = variant != nullptr ? variant->changed : theCase;
-    const auto before = variant != nullptr ? runCase(theCase, session) : std::vector<Run>();
-    const std::vector<Run> runs = runCase(shown, session);
-    if (variant != nullptr && !options.json) std::cout << "what if: " << options.changes.words() << '\n';
-    size_t differing = 0;
-    for (size_t i = 0; i < runs.size(); ++i) {
-        const Request& request = shown.requests[i];
-        const auto found = variant != nullptr ? std::vector<std::string>() : differences(request, runs[i]);
-        differing += found.empty() ? 0 : 1;
-        if (!options.json && options.summary && found.empty()) continue;
-        const auto why = options.explain ? explain(shown, i, runs[i], session) : std::vector<std::string>();
-        if (options.json) {
-            nlohmann::ordered_json more = nlohmann::ordered_json::object();
-            if (variant != nullptr) more["whatIf"] = differenceJson(compareRuns(before[i], runs[i]));
-            if (options.explain) more["explain"] = why;
-            reportJson(std::cout, theCase.file, request, runs[i], found, options.style.log, more);
-            continue;
+// Reports findings as they come.
+class Reporter {
+public:
+    explicit Reporter(const Options& options) : mOptions(options) {}
+
+    void report(const Finding& finding) {
+        ++mRequests;
+        mDiffering += finding.passes() ? 0 : 1;
+        if (!mOptions.picture.empty()) {
+            mDrawn.requests.push_back(finding.request);
+            mRuns.push_back(finding.run);
         }
-        if (i > 0 && !options.summary) std::cout << '\n';
-        reportText(std::cout, request, runs[i], found, options.style);
-        if (variant != nullptr) reportDifference(std::cout, compareRuns(before[i], runs[i]));
-        for (const std::string& line : why) std::cout << line << '\n';
+        if (mOptions.json) {
+            nlohmann::ordered_json more = nlohmann::ordered_json::object();
+            if (finding.whatIf) more["whatIf"] = {{"gained", finding.whatIf->gained}, {"lost", finding.whatIf->lost}};
+            reportJson(std::cout, finding.file, finding.request, finding.run, finding.differences, mOptions.style.log, more);
+            return;
+        }
+        if (mOptions.summary && finding.passes()) return;
+        reportText(std::cout, finding.request, finding.run, finding.differences, mOptions.style);
+        for (const Warning& each : finding.warnings) {
+            std::cout << "  warning    " << each.kind << ": " << each.text << (each.certain ? "" : " (not certain)") << '\n';
+        }
+        if (finding.log) {
+            const Evidence& log = *finding.log;
+            for (const std::string& each : log.assumptions) std::cout << "  assumed    " << each << '\n';
+            for (const std::string& each : log.missing) std::cout << "  missing    " << each << '\n';
+            if (!log.open.empty()) std::cout << "  open       " << log.open << '\n';
+            std::cout << "  certain    " << join(log.certain) << "\n  possible   " << join(log.possible) << '\n';
+            std::cout << "  log        " << log.reproduced << " of " << log.lines << " lines reproduced\n";
+        }
+        for (const auto& difference : {finding.whatIf, finding.against}) {
+            if (!difference) continue;
+            std::cout << "  gained     " << join(difference->gained) << "\n  lost       " << join(difference->lost) << '\n';
+            for (const std::string& answer : difference->answers) std::cout << "  answer     " << answer << '\n';
+            if (!difference->firstStep) continue;
+            std::cout << "    before   " << difference->firstStep->before << "\n    after    " << difference->firstStep->after << '\n';
+        }
+        for (const FrameReason& each : finding.explain) {
+            std::cout << "  " << each.list << '[' << each.position << "]  " << each.frame << "  " << each.reason << '\n';
+        }
+        for (const std::string& each : finding.notes) std::cout << "  note       " << each << '\n';
     }
-    if (!options.picture.empty()) drawPicture(options.picture, shown, runs);
-    if (variant != nullptr && !options.saveCase.empty()) {
-        saveVariant(options.saveCase, *variant, runs, options.changes);
+
+    bool finish(const std::string& file) {
+        if (!mOptions.json) std::cout << file << ": " << mRequests << " requests, " << mDiffering << " differ\n";
+        if (!mOptions.picture.empty()) drawPicture(mOptions.picture, mDrawn, mRuns);
+        return mDiffering == 0;
     }
-    if (options.summary && !options.json) {
-        std::cout << theCase.file << ": " << runs.size() << (runs.size() == 1 ? " request, " : " requests, ")
-                  << (differing == 0 ? "as expected" : std::to_string(differing) + " differ") << '\n';
-    }
-    return differing == 0;
+
+private:
+    const Options& mOptions;
+    Case mDrawn;
+    std::vector<Run> mRuns;
+    size_t mRequests = 0;
+    size_t mDiffering = 0;
+};
+
+ReplayOptions replayOptions(const Options& options) {
+    return {options.plugin, options.vendorDir, options.against, options.style.log == LogChannel::kOffline,
+            options.explain, options.changes, {}, {}};
 }
 
 // A case, or a log that is yet to be read.
 struct Input {
     std::string file;
-    std::optional<Case> theCase;
-    std::optional<Variant> variant;
+    std::optional<Document> theCase;
     std::unique_ptr<LineReader> stdinLog;  // what was read ahead can't be read again
 };
 
-void readCaseInput(Input& input, const std::string& text, const Options& options) {
-    const Document document = parseDocument(input.file, text);
-    input.theCase = readCase(document);
-    if (options.changes.empty()) return;
-    const Document changed = withChanges(document, options.changes);
-    input.variant = Variant{changed, readCase(changed)};
-}
-
 Input readInput(const std::string& file, const Options& options) {
-    Input input{shownName(file), std::nullopt, std::nullopt, nullptr};
+    Input input{shownName(file), std::nullopt, nullptr};
     auto reader = std::make_unique<LineReader>(file);
     const std::string_view head = reader->head();
     if (looksLikeLog(head)) {
@@ -109,35 +121,32 @@ Input readInput(const std::string& file, const Options& options) {
     if (!options.saveCase.empty() && options.changes.empty()) {
         throw InputError("--save-case: expected --set or --drop");
     }
-    readCaseInput(input, reader->readAll(), options);
+    input.theCase = parseDocument(input.file, reader->readAll());
+    readCase(*input.theCase);
     return input;
 }
 
 bool replayInput(const Input& input, const Options& options) {
-    const Variant* variant = input.variant ? &*input.variant : nullptr;
-    if (input.theCase && options.roundTrip) return roundTrip(std::cout, *input.theCase, options.session);
-    return replayCase(*input.theCase, variant, options);
+    if (options.roundTrip) {
+        const RoundTrip trip = Replay(replayOptions(options), nullptr).roundTrip(readCase(*input.theCase));
+        std::cout << input.file << ": " << trip.requests << " requests, " << trip.settled << " settled, " << trip.open << " open\n";
+        for (const std::string& each : trip.failures) std::cout << "  " << each << '\n';
+        return trip.failures.empty();
+    }
+    Reporter reporter(options);
+    Replay replay(replayOptions(options), [&reporter](Finding&& finding) { reporter.report(finding); });
+    replay.serve(*input.theCase);
+    return reporter.finish(input.file);
 }
 
-// What is asked of a log beyond its report is asked of the case that it is rebuilt into.
 bool replayLogInput(Input& input, const Options& options) {
-    const bool asksMore = options.explain || !options.picture.empty() || !options.changes.empty();
-    const bool keeps = !options.saveCase.empty() && options.changes.empty();  // as rebuilt, not a variant of it
-    std::ostringstream rebuilt;
-    std::ofstream saved;
-    if (keeps) saved.open(options.saveCase);
-    FieldLogOptions logOptions{options.session, options.style, options.json, options.summary, nullptr};
-    if (keeps) logOptions.saved = &saved;
-    if (asksMore) logOptions.saved = &rebuilt;
+    Reporter reporter(options);
+    Replay replay(replayOptions(options), [&reporter](Finding&& finding) { reporter.report(finding); });
     const auto reader = input.stdinLog ? std::move(input.stdinLog) : std::make_unique<LineReader>(input.file);
-    const bool reproduced = replayLog(std::cout, input.file, *reader, logOptions);
-    if (keeps && asksMore) saved << rebuilt.str();
-    if (keeps && !saved.flush()) {
-        throw InputError(options.saveCase + ": expected a file that can be written, found none");
+    if (replay.serve(*reader, input.file).requests == 0) {
+        throw InputError(input.file + ": expected a log with lines of the selector, found none");
     }
-    if (!asksMore) return reproduced;
-    readCaseInput(input, rebuilt.str(), options);
-    return replayInput(input, options) && reproduced;
+    return reporter.finish(input.file);
 }
 
 int replayAll(const Options& options) {
@@ -187,8 +196,8 @@ void addWhatIfOptions(CLI::App& app, Options& options) {
 int main(int argc, char** argv) {
     const std::filesystem::path root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
     Options options;
-    options.session.plugin = root / "lib/com.nexaro.zsl.motion.so";
-    options.session.vendorDir = root / "vendor/lib64";
+    options.plugin = root / "lib/com.nexaro.zsl.motion.so";
+    options.vendorDir = root / "vendor/lib64";
 
     CLI::App app{
         "Runs the requests of case files, or of logs in logcat's threadtime format, through the selector plug-in and\n"
@@ -205,7 +214,8 @@ int main(int argc, char** argv) {
     app.add_flag("--round-trip", options.roundTrip, "feed every case's own log back and compare the selections");
     app.add_flag("--json", options.json, "print one JSON object a request");
     addWhatIfOptions(app, options);
-    app.add_option("--plugin", options.session.plugin, "the plug-in to load")->capture_default_str();
+    app.add_option("--plugin", options.plugin, "the plug-in to load")->capture_default_str();
+    app.add_option("--against", options.against, "a second build of the plug-in");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -213,7 +223,6 @@ int main(int argc, char** argv) {
     }
     if (app.count("--log") > 0) {
         options.style.log = log == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
-        options.session.offlineLog = log == "offline";
     }
     options.style.colour = isatty(STDOUT_FILENO) == 1;
     options.summary = options.files.size() > 1 && !options.explain && options.changes.empty();

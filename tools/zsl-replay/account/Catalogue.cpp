@@ -85,11 +85,12 @@ bool takeField(const Conversion& conversion, bool isLast, bool cut, std::string_
     return true;
 }
 
+// Blanks at its end may be missing where the text ends.
 bool takeLiteral(std::string_view literal, bool cut, std::string_view& text) {
-    const size_t length = cut ? std::min(literal.size(), text.size()) : literal.size();
+    const size_t length = std::min(literal.size(), text.size());
     if (text.substr(0, length) != literal.substr(0, length)) return false;
     text.remove_prefix(length);
-    return true;
+    return cut || literal.find_first_not_of(' ', length) == std::string_view::npos;
 }
 
 std::optional<MatchedLine> matchPattern(const Pattern& pattern, std::string_view text, bool cut) {

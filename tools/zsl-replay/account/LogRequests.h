@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "account/Account.h"
-#include "account/LogReader.h"
+#include "account/LogLine.h"
 
 namespace replay {
 

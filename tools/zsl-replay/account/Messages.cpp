@@ -4,27 +4,6 @@
 
 namespace replay {
 
-std::optional<Message> splitMessage(std::string_view logged) {
-    // "<group> <file>:<line> <function>()<text>", read backwards from the function: a group may be of several words.
-    const size_t end = logged.find("()");
-    const size_t blank = logged.substr(0, end).rfind(' ');
-    const size_t colon = logged.substr(0, blank).rfind(':');
-    uint32_t line = 0;
-    if (end == std::string_view::npos || blank == std::string_view::npos || colon == std::string_view::npos ||
-        !parseNumber(logged.substr(colon + 1, blank - colon - 1), line)) {
-        return std::nullopt;
-    }
-    const size_t file = logged.substr(0, colon).rfind(' ') + 1;  // npos + 1 is 0
-    Message message{logged.substr(file, colon - file), logged.substr(blank + 1, end - blank - 1),
-                    logged.substr(end + 2)};
-    // A function may be "operator()".
-    if (message.function == "operator" && message.text.substr(0, 2) == "()") {
-        message.function = logged.substr(blank + 1, end + 2 - blank - 1);
-        message.text.remove_prefix(2);
-    }
-    return message;
-}
-
 std::optional<std::vector<std::string_view>> match(std::string_view pattern, std::string_view text) {
     std::vector<std::string_view> runs;
     while (!pattern.empty()) {

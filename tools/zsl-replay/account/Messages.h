@@ -8,17 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "account/LogLine.h"
 #include "capture/Case.h"
 
 namespace replay {
-
-// A message taken apart: the text behind "group file:line function()", and the function.
-struct Message {
-    std::string_view file;
-    std::string_view function;
-    std::string_view text;
-};
-std::optional<Message> splitMessage(std::string_view logged);
 
 // Matches text against a pattern in which every '%' stands for a run of characters up to the next literal one; returns
 // the runs, or nothing where the pattern does not fit.

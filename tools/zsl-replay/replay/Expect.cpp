@@ -1,7 +1,7 @@
 #include "replay/Expect.h"
 
 #include "account/Messages.h"
-#include "report/Report.h"
+#include "capture/Text.h"
 
 namespace replay {
 
@@ -31,8 +31,7 @@ std::string text(const std::optional<T>& number) {
 void compareSelection(const Request& request, const Run& run, Lines& out) {
     const std::map<uint32_t, FrameList> found(run.outcome.selection.begin(), run.outcome.selection.end());
     if (request.expect.selection) {
-        const std::string got = request.call ? join(run.selectList) : text(found);
-        compare("selection", text(*request.expect.selection), got, out);
+        compare("selection", text(*request.expect.selection), request.call ? join(run.selectList) : text(found), out);
     } else if (request.expect.selectionOfAll && request.call) {
         compare("list", join(*request.expect.selectionOfAll), join(run.selectList), out);
     } else if (request.expect.selectionOfAll) {
@@ -73,21 +72,21 @@ std::string shown(const std::vector<desk::LogLine>& log, size_t at) {
     return '"' + (message ? std::string(message->text) : log[at].message) + '"';
 }
 
-void compareLog(const Request& request, const Run& run, Lines& out) {
-    if (request.expect.log) {
-        const Lines& expected = *request.expect.log;
+void compareLog(const Expectation& expect, const std::vector<desk::LogLine>& log, Lines& out) {
+    if (expect.log) {
+        const Lines& expected = *expect.log;
         size_t at = 0;
-        while (at < expected.size() && at < run.log.size() && isLine(run.log[at], expected[at])) ++at;
-        if (at < expected.size() || at < run.log.size()) {
+        while (at < expected.size() && at < log.size() && isLine(log[at], expected[at])) ++at;
+        if (at < expected.size() || at < log.size()) {
             compare("log message " + std::to_string(at + 1),
-                    at < expected.size() ? '"' + expected[at] + '"' : "the end of the log", shown(run.log, at), out);
+                    at < expected.size() ? '"' + expected[at] + '"' : "the end of the log", shown(log, at), out);
         }
     }
     size_t at = 0;
-    for (const std::string& expected : request.expect.logHas) {
+    for (const std::string& expected : expect.logHas) {
         const size_t from = at;
-        while (at < run.log.size() && !isLine(run.log[at], expected)) ++at;
-        if (at == run.log.size()) {
+        while (at < log.size() && !isLine(log[at], expected)) ++at;
+        if (at == log.size()) {
             out.push_back("log: expected, after message " + std::to_string(from) + ", \"" + expected +
                           "\", found no such message");
             return;
@@ -98,16 +97,16 @@ void compareLog(const Request& request, const Run& run, Lines& out) {
 
 }  // namespace
 
-Lines differences(const Request& request, const Run& run) {
+Lines differencesFromExpected(const Finding& finding) {
     Lines out;
-    const Facts facts = factsOf(run);
-    if (request.expect.gate) compare("gate", text(*request.expect.gate), text(run.outcome.needed), out);
-    if (request.expect.result) compare("result", text(*request.expect.result), text(run.result), out);
-    if (request.expect.targetNs) compare("target", text(request.expect.targetNs), text(facts.targetNs), out);
-    if (request.expect.anchor) compare("anchor", text(request.expect.anchor), text(anchorFrame(request, facts)), out);
-    compareSelection(request, run, out);
-    compareChecks(request, run, out);
-    compareLog(request, run, out);
+    const Expectation& expect = finding.request.expect;
+    if (expect.gate) compare("gate", text(*expect.gate), text(finding.run.outcome.needed), out);
+    if (expect.result) compare("result", text(*expect.result), text(finding.run.result), out);
+    if (expect.targetNs) compare("target", text(expect.targetNs), text(finding.account.targetNs), out);
+    if (expect.anchor) compare("anchor", text(expect.anchor), text(finding.anchor), out);
+    compareSelection(finding.request, finding.run, out);
+    compareChecks(finding.request, finding.run, out);
+    compareLog(expect, finding.run.log, out);
     return out;
 }
 

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "capture/Case.h"
-#include "replay/Session.h"
+#include "replay/Finding.h"
 
 namespace replay {
 
-// One line for each thing that differs; empty when all is as expected.
-std::vector<std::string> differences(const Request& request, const Run& run);
+// One line for each thing that differs, and for each that there was nothing to compare with; empty when all is as the
+// request expects.
+std::vector<std::string> differencesFromExpected(const Finding& finding);
 
 }  // namespace replay

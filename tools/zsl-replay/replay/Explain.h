@@ -2,19 +2,15 @@
 
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "capture/Case.h"
+#include "replay/Finding.h"
 #include "replay/Session.h"
 
 namespace replay {
 
-// One line for every place in the request's lists: consumer, producer, what only the list of all frames has; then what
-// only other queues list. A line gives list and position, number, shutter time from the target moment ("-": unknown),
-// who holds it, and a reason: what the library was seen to do, or what replays with one thing changed prove. No rule of
-// the library is known here. `run` is what came out of the request.
-std::vector<std::string> explain(const Case& theCase, size_t request, const Run& run,
-                                 const SessionOptions& options);
+// Fills in one reason for every place in the request's lists: consumer, producer, what only the list of all frames has;
+// then what only other queues list. A reason is what the library was seen to do, or what a replay with one thing
+// changed shows; no rule of the library is known here. Before it is tried with changes, the request is served once more
+// as it is: where that comes out otherwise, a note says so.
+void explain(Session& session, Finding& finding);
 
 }  // namespace replay

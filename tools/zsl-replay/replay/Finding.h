@@ -21,6 +21,9 @@ struct Warning {
     std::string text;
 };
 
+// Those that hold for a request served so, all of them certain. `account` is of the run's lines.
+std::vector<Warning> warningsOf(const Request& request, const Run& run, const Account& account);
+
 // What differs between two runs of one request.
 struct Difference {
     struct Step {
@@ -103,6 +106,9 @@ struct Finding {
     // As expected, or as logged; with --against, the same from both builds.
     bool passes() const { return differences.empty() && !(against && !against->none()); }
 };
+
+// Fills in what is worked out from request, run and account; the warnings as certain.
+void workOut(Finding& finding);
 
 // As a queue has the frame, or had it before it lost it: the metadata queue, else any other. Assumed times, too.
 std::optional<int64_t> shutterTimeNs(const Request& request, uint32_t frame);

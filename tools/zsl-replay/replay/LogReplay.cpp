@@ -1,181 +1,137 @@
 #include "replay/LogReplay.h"
 
 #include <algorithm>
+#include <deque>
+#include <iterator>
 #include <numeric>
-#include <set>
 
-#include "account/Messages.h"
-#include "capture/Queues.h"
-#include "report/Report.h"
+#include "capture/Text.h"
 
 namespace replay {
 
 namespace {
 
-constexpr size_t kLookahead = 256;  // lines
+constexpr Recording kForComparison = {false, true, false};
+constexpr size_t kMostFramesServed = 4'000'000;  // by the replays for one request, which takes seconds
 
-// A line as far as a replay can have the same: without group, source line and addresses.
-struct ComparedLine {
-    std::string text;
-    bool debug;
-    bool gate;
-    bool cut;
-};
+FrameList sorted(FrameList frames) {
+    std::sort(frames.begin(), frames.end());
+    frames.erase(std::unique(frames.begin(), frames.end()), frames.end());
+    return frames;
+}
 
-std::vector<ComparedLine> compared(const std::vector<LoggedLine>& lines) {
-    std::vector<ComparedLine> result;
-    for (const LoggedLine& line : lines) {
-        const auto message = splitMessage(line.message);
-        std::string text = line.level + (' ' + std::string(message->function)) + ": " + std::string(message->text);
-        text.erase(std::min(text.find(" this = "), text.find_last_not_of(' ') + 1));
-        result.push_back({std::move(text), line.level == 'D', message->function == "isSelectorNeeded", line.cut});
+bool logsTheSame(const std::vector<desk::LogLine>& a, const std::vector<desk::LogLine>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const desk::LogLine& x, const desk::LogLine& y) { return x.message == y.message; });
+}
+
+LoggedRequest replayedRequest(const Run& run) {
+    LoggedRequest request;
+    for (const desk::LogLine& line : run.offlineLog) request.add(loggedLine(line));
+    return request;
+}
+
+std::string usedWords(const FrameList& shown, size_t consistent, size_t listed) {
+    const std::string words = "last used frame: " + join(shown);
+    if (listed == 0) return words + ", as no line shows one";
+    if (consistent == 0) return words + ", which comes nearest to the log's lines";
+    return words + (shown.empty() ? "" : ", the lowest that brings out the log's lines") + "; of the " +
+           std::to_string(listed) + " listed, " + std::to_string(consistent - (shown.empty() ? 1 : 0)) +
+           " bring them out";
+}
+
+}  // namespace
+
+FrameList listedFrames(const Request& request) {
+    const Queue* meta = request.metaQueue();
+    if (meta == nullptr) return {};
+    FrameList frames = meta->deliveryOrder();
+    frames.insert(frames.end(), meta->all.begin(), meta->all.end());
+    return sorted(std::move(frames));
+}
+
+void Survey::add(const Request& request, const Run& run, const Account& account) {
+    const FrameList chosen = sorted(run.chosen());
+    std::set<std::string> warnings;
+    for (const Warning& warning : warningsOf(request, run, account)) {
+        if (!mBegun || mWarnings.count(warning.kind) > 0) warnings.insert(warning.kind);
     }
+    mWarnings = std::move(warnings);
+    FrameList certain;
+    FrameList possible;
+    const FrameList& all = mBegun ? mCertain : chosen;
+    std::set_intersection(all.begin(), all.end(), chosen.begin(), chosen.end(), std::back_inserter(certain));
+    std::set_union(mPossible.begin(), mPossible.end(), chosen.begin(), chosen.end(), std::back_inserter(possible));
+    mCertain = std::move(certain);
+    mPossible = std::move(possible);
+    mBegun = true;
+}
+
+LogReplay::Attempt LogReplay::attempt(Rebuilt rebuilt, const LogMatch& match) {
+    Attempt result{std::move(rebuilt), {}, {}, {}};
+    result.run = mSessions(result.rebuilt.disabled).serve(result.rebuilt.request, kForComparison);
+    result.replayed = replayedRequest(result.run);
+    result.agreement = match.compare(result.replayed);
     return result;
 }
 
-bool isSame(const ComparedLine& logged, const ComparedLine& replayed) {
-    return logged.cut ? replayed.text.compare(0, logged.text.size(), logged.text) == 0 : logged.text == replayed.text;
-}
-
-// Walks two sequences of lines side by side, and skips what only one of them has.
-class Comparison {
-public:
-    Comparison(const LoggedRequest& logged, Agreement& out) : mLogged(logged), mOut(out) {
-        for (const LoggedLine& line : logged.lines) mHasDebug |= line.level == 'D';
-    }
-
-    void compare(const std::vector<LoggedLine>& loggedLines, const std::vector<LoggedLine>& replayedLines) {
-        const auto logged = compared(loggedLines);
-        const auto replayed = compared(replayedLines);
-        mHasGate = !logged.empty() && logged.front().gate;
-        auto at = replayed.begin();
-        for (auto line = logged.begin(); line != logged.end(); ++line) {
-            ++mOut.lines;
-            const auto end =
-                replayed.end() - at > static_cast<std::ptrdiff_t>(kLookahead) ? at + kLookahead : replayed.end();
-            const auto found = std::find_if(at, end, [line](const ComparedLine& each) { return isSame(*line, each); });
-            if (found != end) {
-                while (at != found) lack(*at++, false);
-                ++mOut.reproduced;
-                ++at;
-            } else if (line != logged.begin() && std::prev(line)->text == line->text) {
-                --mOut.lines;
-                mOut.missing.push_back("the log repeats a line: \"" + line->text + '"');
-            } else {
-                differ("the log has \"" + line->text + "\", the replay " +
-                       (at != replayed.end() ? '"' + at->text + '"' : "ends"));
-            }
-        }
-        while (at != replayed.end()) lack(*at++, true);
-    }
-
-private:
-    // A line that only the replay has.
-    void lack(const ComparedLine& line, bool atEnd) {
-        const char* reason = line.gate && !mHasGate             ? ""
-                             : !mLogged.selection && !line.gate ? "the selection is not in the log"
-                             : !mLogged.notes.empty()           ? "the log says that it lost lines"
-                             : line.debug && !mHasDebug         ? "the log has no debug lines"
-                             : atEnd && !mLogged.ended          ? "the log ends within the request"
-                                                                : nullptr;
-        if (reason == nullptr) {
-            ++mOut.unexpected;
-            differ("the log lacks \"" + line.text + '"');
-            return;
-        }
-        if (*reason == '\0') return;
-        ++mOut.excused;
-        if (mReasons.insert(reason).second) {
-            mOut.missing.push_back(std::string(reason) + ", from \"" + line.text + "\" on");
-        }
-    }
-
-    void differ(const std::string& what) {
-        if (mOut.firstDifference.empty()) mOut.firstDifference = what;
-    }
-
-    const LoggedRequest& mLogged;
-    Agreement& mOut;
-    bool mHasDebug = false;
-    bool mHasGate = false;
-    std::set<std::string> mReasons;
-};
-
-}  // namespace
-
-std::string Agreement::summary() const {
-    return std::to_string(reproduced) + " of " + std::to_string(lines) + (lines == 1 ? " line" : " lines") +
-           " reproduced";
-}
-
-Agreement compare(const LoggedRequest& logged, const std::vector<desk::LogLine>& replayedLines) {
-    LoggedRequest replayed;
-    for (const desk::LogLine& line : replayedLines) replayed.add(loggedLine(line));
-    Agreement agreement;
-    Comparison comparison(logged, agreement);
-    comparison.compare(logged.lines, replayed.lines);
-    // Which frames are checked, and how often, is the core's choice.
-    for (const LoggedRequest::Check& check : logged.checks) {
-        const auto same = std::find_if(replayed.checks.begin(), replayed.checks.end(),
-                                       [&check](const auto& each) { return each.frame == check.frame; });
-        comparison.compare(check.lines, same != replayed.checks.end() ? same->lines : std::vector<LoggedLine>());
-    }
-    return agreement;
-}
-
-Run LogReplay::run(const Rebuilt& rebuilt) {
-    if (!mSession || mDisabled != rebuilt.disabled) {
-        mSession.reset();  // only one at a time
-        mSession = std::make_unique<Session>(platformOf(rebuilt), mOptions);
-        mDisabled = rebuilt.disabled;
-    }
-    return mSession->serve(rebuilt.request);
-}
-
 ReplayedRequest LogReplay::replay(const LoggedRequest& logged) {
-    ReplayedRequest best{rebuild(logged), {}, {}};
-    if (!best.rebuilt.obstacle.empty()) {
-        best.agreement = compare(logged, {});
-        best.agreement.firstDifference = "can't be rebuilt: " + best.rebuilt.obstacle;
-        return best;
+    ReplayedRequest out;
+    const LogMatch match(logged);
+    Attempt best{rebuild(logged), {}, {}, {}};
+    const std::string obstacle = best.rebuilt.obstacle;
+    if (obstacle.empty()) {
+        best = attempt(std::move(best.rebuilt), match);
+        if (logged.selection) {
+            searchAllList(logged.account, match, best);
+            searchLostFrames(logged.account, match, best);
+        }
+        tryLastUsedFrames(match, best, out);
+    } else {
+        best.agreement = match.compare({});
+        best.agreement.firstDifference = "can't be rebuilt: " + obstacle;
     }
-    best.run = run(best.rebuilt);
-    best.agreement = compare(logged, best.run.offlineLog);
-    if (logged.selection) {
-        searchAllList(logged, best);
-        searchLostFrames(logged, best);
-        searchLastUsedFrame(logged, best);
+
+    const LoggedLine& first = logged.firstLine();
+    const Agreement& agreement = best.agreement;
+    Evidence& evidence = out.evidence;
+    evidence.process = first.pid;
+    evidence.thread = first.tid;
+    evidence.firstLine = first.number;
+    evidence.time = first.time;
+    evidence.lines = agreement.lines;
+    evidence.reproduced = agreement.reproduced;
+    evidence.assumptions = best.rebuilt.assumptions;
+    evidence.missing = best.rebuilt.gaps;
+    evidence.missing.insert(evidence.missing.end(), agreement.missing.begin(), agreement.missing.end());
+    evidence.obstacle = obstacle;
+    evidence.open = !obstacle.empty()           ? obstacle
+                    : out.consistent.empty()    ? "no last used frame tried brings out the log's lines"
+                    : match.hasCutLines()       ? "a line of it is cut"
+                    : !evidence.missing.empty() ? evidence.missing.front()
+                    : !match.hasDebugLines()    ? "the log has no debug lines"
+                                                : evidence.open;
+    evidence.missing.insert(evidence.missing.end(), agreement.repetitions.begin(), agreement.repetitions.end());
+    if (!evidence.open.empty()) {
+        evidence.certain.clear();
+        evidence.possible = listedFrames(best.rebuilt.request);
+        out.warnings.clear();
     }
-    return best;
+    out.firstDifference = agreement.firstDifference;
+    out.rebuilt = std::move(best.rebuilt);
+    return out;
 }
-
-// Keeps a changed request when its lines are nearer to the log's.
-void LogReplay::attempt(const LoggedRequest& logged, const Rebuilt& rebuilt, ReplayedRequest& best) {
-    ReplayedRequest tried{rebuilt, run(rebuilt), {}};
-    tried.agreement = compare(logged, tried.run.offlineLog);
-    if (tried.agreement.distance() < best.agreement.distance()) best = std::move(tried);
-}
-
-namespace {
-
-Facts factsOf(const LoggedRequest& logged) {
-    Facts facts;
-    for (const LoggedLine& line : logged.lines) gather(*splitMessage(line.message), facts);
-    return facts;
-}
-
-}  // namespace
 
 // The list of all frames is never logged. The reference frames tell whether it is as assumed.
-void LogReplay::searchAllList(const LoggedRequest& logged, ReplayedRequest& best) {
-    const std::vector<GroupStart> groups = factsOf(logged).groups;
+void LogReplay::searchAllList(const Account& logged, const LogMatch& match, Attempt& best) {
+    const std::vector<GroupLine>& groups = logged.groups;
     const Queue* meta = best.rebuilt.request.metaQueue();
-    if (meta == nullptr || (groups.empty() && replay::factsOf(best.run).groups.empty())) return;
-    const auto reference = [&](const GroupStart& group) {
+    if (meta == nullptr || (groups.empty() && best.replayed.account.groups.empty())) return;
+    const auto reference = [&](const GroupLine& group) {
         return (static_cast<size_t>(group.position) + best.rebuilt.request.need + 1) / 2;
     };
-    const auto refuted = std::find_if(groups.begin(), groups.end(), [&](const GroupStart& group) {
-        return reference(group) >= meta->all.size() || meta->all[reference(group)] != group.reference.frame;
+    const auto refuted = std::find_if(groups.begin(), groups.end(), [&](const GroupLine& group) {
+        return reference(group) >= meta->all.size() || meta->all[reference(group)] != group.referenceFrame;
     });
     const std::string assumed = "list of all frames: consumer, then producer, which ";
     if (refuted == groups.end()) {
@@ -183,67 +139,118 @@ void LogReplay::searchAllList(const LoggedRequest& logged, ReplayedRequest& best
                                            " reference frames in the log confirm");
         return;
     }
-    best.rebuilt.assumptions.push_back(assumed + "reference frame " + std::to_string(refuted->reference.frame) +
+    best.rebuilt.assumptions.push_back(assumed + "reference frame " + std::to_string(refuted->referenceFrame) +
                                        " refutes");
     // As long as the last group takes, and numbered so that the first reference frame is in its place.
     Rebuilt variant = best.rebuilt;
     FrameList all(std::min<size_t>(size_t{groups.back().position} + variant.request.need + 2, kMostFrames));
-    std::iota(all.begin(), all.end(),
-              static_cast<uint32_t>(groups.front().reference.frame - reference(groups.front())));
+    std::iota(all.begin(), all.end(), static_cast<uint32_t>(groups.front().referenceFrame - reference(groups.front())));
     variant.request.queues[meta - best.rebuilt.request.queues.data()].all = all;
     variant.assumptions.push_back("list of all frames instead: numbered on from the first reference frame");
-    attempt(logged, variant, best);
+    Attempt tried = attempt(std::move(variant), match);
+    if (tried.agreement.distance() < best.agreement.distance()) best = std::move(tried);
 }
 
 // The library passes over some lost frames without a line: where a replay shows a shutter time and the log does not,
 // the frame was lost. Groups ahead of the first one logged were left out for another reason.
-void LogReplay::searchLostFrames(const LoggedRequest& logged, ReplayedRequest& best) {
+void LogReplay::searchLostFrames(const Account& logged, const LogMatch& match, Attempt& best) {
     if (best.agreement.distance() == 0) return;
-    std::set<uint32_t> seen;
-    for (const ShutterTime& each : factsOf(logged).shutterTimes) seen.insert(each.frame);
+    // Frames that an account shows a time of, in the order of its lines.
+    const auto timed = [](const Account& account) {
+        FrameList frames;
+        for (const FrameMet& met : account.met) {
+            if (met.shutterTimeNs) frames.push_back(met.frame);
+        }
+        for (const GroupLine& group : account.groups) frames.push_back(group.referenceFrame);
+        return frames;
+    };
+    const FrameList seenFrames = timed(logged);
+    const std::set<uint32_t> seen(seenFrames.begin(), seenFrames.end());
     Rebuilt variant = best.rebuilt;
     std::set<uint32_t> lost;
-    Facts facts = replay::factsOf(best.run);
+    Account account = best.replayed.account;
     constexpr int kMostRounds = 64;  // each shows what the loss of the former brings to light
     size_t before = 1;
     for (int round = 0; round < kMostRounds && before != lost.size(); ++round) {
         before = lost.size();
-        bool begun = facts.groups.empty();
-        for (const ShutterTime& each : facts.shutterTimes) {
-            begun = begun || seen.count(each.frame) > 0;
-            if (begun && seen.count(each.frame) == 0) lost.insert(each.frame);
+        bool begun = account.groups.empty();
+        for (const uint32_t frame : timed(account)) {
+            begun = begun || seen.count(frame) > 0;
+            if (begun && seen.count(frame) == 0) lost.insert(frame);
         }
         loseFrames(variant.request, lost);
-        facts = replay::factsOf(run(variant));
+        account = accountOf(mSessions(variant.disabled).serve(variant.request, kForComparison).offlineLog);
     }
     if (lost.empty()) return;
     variant.assumptions.push_back("lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line");
-    attempt(logged, variant, best);
+    Attempt tried = attempt(std::move(variant), match);
+    if (tried.agreement.distance() < best.agreement.distance()) best = std::move(tried);
 }
 
-// The log never shows the last used frame; what it left out may show.
-void LogReplay::searchLastUsedFrame(const LoggedRequest& logged, ReplayedRequest& best) {
-    const Rebuilt start = best.rebuilt;
-    FrameList candidates;
-    if (best.agreement.distance() != 0) {
-        const Facts facts = replay::factsOf(best.run);
-        candidates = facts.beforeThinning.value_or(best.run.chosen());
-        const Queue* meta = start.request.metaQueue();
-        for (const GroupStart& group : facts.groups) {
-            if (group.position < meta->all.size()) candidates.push_back(meta->all[group.position]);
+// No line shows the last used frame: none, and each listed one, are tried. The one that is shown is none if that is
+// consistent, else the lowest that is, else the one that comes nearest.
+void LogReplay::tryLastUsedFrames(const LogMatch& match, Attempt& best, ReplayedRequest& out) {
+    Request& request = best.rebuilt.request;
+    FrameList candidates = best.run.outcome.selected ? listedFrames(request) : FrameList();
+    if (candidates.size() * candidates.size() > kMostFramesServed) {
+        out.evidence.open = "too many frames are listed to try each as the last used one";
+        candidates.clear();
+    }
+    // Most candidates log what another did.
+    struct Lines {
+        std::vector<desk::LogLine> lines;
+        LoggedRequest replayed;
+        Agreement agreement;
+    };
+    struct Candidate {
+        FrameList used;
+        Run run;
+        const Lines* lines;
+    };
+    std::deque<Lines> known;
+    known.push_back({best.run.offlineLog, best.replayed, best.agreement});
+    std::vector<Candidate> tried;
+    tried.push_back({{}, best.run, &known.front()});
+    Session& session = mSessions(best.rebuilt.disabled);
+    Capture capture = session.prepare(request);
+    for (const uint32_t frame : candidates) {
+        capture.info.usedZslFrames = {frame};
+        Run run = session.serve(capture, kForComparison);
+        auto same = std::find_if(known.begin(), known.end(),
+                                 [&run](const Lines& each) { return logsTheSame(each.lines, run.offlineLog); });
+        if (same == known.end()) {
+            LoggedRequest replayed = replayedRequest(run);
+            Agreement agreement = match.compare(replayed);
+            same = known.insert(same, {std::move(run.offlineLog), std::move(replayed), std::move(agreement)});
         }
-        std::sort(candidates.begin(), candidates.end());
+        run.offlineLog.clear();
+        tried.push_back({{frame}, std::move(run), &*same});
     }
-    const size_t most = std::min<size_t>(candidates.size(), 256);
-    for (size_t i = 0; i < most && best.agreement.distance() != 0; ++i) {
-        Rebuilt variant = start;
-        variant.request.used = {candidates[i]};
-        attempt(logged, variant, best);
+
+    // Excuses are for what the log lacks; where one candidate needs fewer of them, the log does not lack so much.
+    const auto isNearer = [](const Candidate& a, const Candidate& b) {
+        const Agreement& x = a.lines->agreement;
+        const Agreement& y = b.lines->agreement;
+        return x.whole() != y.whole() ? x.whole() : x.distance() < y.distance();
+    };
+    const Candidate& shown = *std::min_element(tried.begin(), tried.end(), isNearer);
+    Survey survey;
+    bool wouldEnd = false;
+    for (const Candidate& each : tried) {
+        if (!each.lines->agreement.whole()) continue;
+        const bool isConsistent = !isNearer(shown, each);
+        wouldEnd |= !isConsistent;
+        if (!isConsistent) continue;
+        out.consistent.push_back(each.used);
+        survey.add(request, each.run, each.lines->replayed.account);
     }
-    const FrameList& used = best.rebuilt.request.used;
-    best.rebuilt.assumptions.push_back(used.empty() ? "last used frame: none, as no line shows one"
-                                                    : "last used frame: " + join(used) +
-                                                          ", the lowest that brings out the log's lines");
+    out.evidence.certain = survey.certain();
+    out.evidence.possible = survey.possible();
+    out.warnings = survey.warnings();
+    best.agreement = shown.lines->agreement;
+    best.rebuilt.assumptions.push_back(usedWords(shown.used, out.consistent.size(), candidates.size()));
+    if (wouldEnd) best.rebuilt.assumptions.push_back("the log does not end within the request");
+    request.used = shown.used;
 }
 
 }  // namespace replay

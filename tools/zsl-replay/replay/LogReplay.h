@@ -1,53 +1,68 @@
-// Replays requests from a log and proves, line by line, that they are what the log shows.
+// Replays requests from a log, and finds out which last used frames are consistent with their lines.
 
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "replay/LogRebuild.h"
-#include "replay/Session.h"
+#include "replay/Finding.h"
+#include "replay/LogMatch.h"
+#include "replay/Rebuild.h"
 
 namespace replay {
 
-// How a replay's lines and the log's own agree.
-struct Agreement {
-    size_t lines = 0;  // in the log
-    size_t reproduced = 0;
-    size_t unexpected = 0;             // lines of the replay that the log should have and has not
-    size_t excused = 0;                // lines of the replay that the log lacks for a reason
-    std::string firstDifference;       // empty when there is none
-    std::vector<std::string> missing;  // what the log lacks, with the reason
+// What several runs of a request, which differ in the last used frame, have in common.
+class Survey {
+public:
+    void add(const Request& request, const Run& run, const Account& account);
 
-    bool whole() const { return reproduced == lines && unexpected == 0; }
-    size_t distance() const { return lines - reproduced + unexpected + excused; }
-    std::string summary() const;  // "14 of 14 lines reproduced"
+    const FrameList& certain() const { return mCertain; }                // chosen by all of them; ascending
+    const FrameList& possible() const { return mPossible; }              // chosen by some
+    const std::set<std::string>& warnings() const { return mWarnings; }  // kinds that hold for all of them
+
+private:
+    bool mBegun = false;
+    FrameList mCertain;
+    FrameList mPossible;
+    std::set<std::string> mWarnings;
 };
-Agreement compare(const LoggedRequest& logged, const std::vector<desk::LogLine>& replayed);
 
+// The frames that a request's metadata queue lists; ascending, no number twice.
+FrameList listedFrames(const Request& request);
+
+// A request as far as its lines allow to rebuild it.
 struct ReplayedRequest {
     Rebuilt rebuilt;
-    Run run;
-    Agreement agreement;
+    Evidence evidence;
+    std::string firstDifference;        // of the replay's lines from the log's; empty when there is none
+    std::vector<FrameList> consistent;  // used frames (one or none) that bring out the log's lines
+    std::set<std::string> warnings;     // kinds that hold for all of these
 };
 
 class LogReplay {
 public:
-    explicit LogReplay(SessionOptions options) : mOptions(std::move(options)) { mOptions.offlineLog = true; }
+    // Hands out the session to serve a request on.
+    using Sessions = std::function<Session&(bool disabled)>;
+    explicit LogReplay(Sessions sessions) : mSessions(std::move(sessions)) {}
 
     ReplayedRequest replay(const LoggedRequest& logged);
-    Run run(const Rebuilt& rebuilt);
 
 private:
-    void attempt(const LoggedRequest& logged, const Rebuilt& rebuilt, ReplayedRequest& best);
-    void searchAllList(const LoggedRequest& logged, ReplayedRequest& best);
-    void searchLostFrames(const LoggedRequest& logged, ReplayedRequest& best);
-    void searchLastUsedFrame(const LoggedRequest& logged, ReplayedRequest& best);
+    struct Attempt {
+        Rebuilt rebuilt;
+        Run run;
+        LoggedRequest replayed;  // its lines
+        Agreement agreement;
+    };
+    Attempt attempt(Rebuilt rebuilt, const LogMatch& match);
+    void searchAllList(const Account& logged, const LogMatch& match, Attempt& best);
+    void searchLostFrames(const Account& logged, const LogMatch& match, Attempt& best);
+    void tryLastUsedFrames(const LogMatch& match, Attempt& best, ReplayedRequest& out);
 
-    SessionOptions mOptions;
-    std::unique_ptr<Session> mSession;
-    bool mDisabled = false;
+    Sessions mSessions;
 };
 
 }  // namespace replay

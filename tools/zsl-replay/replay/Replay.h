@@ -6,12 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "account/LogReader.h"
 #include "capture/Document.h"
 #include "replay/Finding.h"
 
 namespace replay {
-
-class InputFile;
 
 struct ReplayOptions {
     std::string plugin;
@@ -26,6 +25,7 @@ struct ReplayOptions {
     std::vector<size_t> numbers;  // of requests in their file, from 1
 
     bool picks(uint32_t fwkFrame, size_t number) const;
+    bool tracing() const { return !changes.empty() || !against.empty(); }
 };
 
 using Sink = std::function<void(Finding&&)>;
@@ -37,17 +37,33 @@ struct Served {
     uint32_t lastFrame = 0;
 };
 
-// Findings come in the order of the requests. Of a case file they come when all of it has been served; of a log in
-// batches, as it is read. Throws InputError for an input that can't be served and halcore::PluginError for a build that
-// can't be loaded; findings that were handed on before stand.
+// A case's requests whose own logs were fed back.
+struct RoundTrip {
+    size_t requests = 0;
+    size_t settled = 0;                 // the log leaves nothing open, and leads to the selection
+    size_t open = 0;                    // the selection is among those that are consistent with the log
+    std::vector<std::string> failures;  // requests of which neither is true
+};
+
+// Findings come in the order of the requests. Of a case file they come when all of it has been served; of a log as it
+// is read, with --against in batches, and with changes at its end. Throws InputError for an input that can't be served
+// and halcore::PluginError for a build that can't be loaded; findings that were handed on before stand.
 class Replay {
 public:
     Replay(ReplayOptions options, Sink sink) : mOptions(std::move(options)), mSink(std::move(sink)) {}
 
-    Served serve(const Document& document);                 // a case file
-    Served serve(InputFile& log, const std::string& name);  // none of its requests: `requests` is 0, and no error
+    Served serve(const Document& document);  // a case file
+    Served serve(LineReader& log, const std::string& name);  // no request in it: `requests` is 0, and no error
+
+    // Hands on no finding.
+    RoundTrip roundTrip(const Case& theCase);
 
 private:
+    struct LogServing;
+
+    std::vector<Run> runAll(const Case& theCase, const std::string& plugin, bool offlineLog);
+    void noteMapped(Finding& finding);
+
     ReplayOptions mOptions;
     Sink mSink;
 };

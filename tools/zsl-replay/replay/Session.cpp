@@ -2,7 +2,6 @@
 
 #include <cutils/properties.h>
 
-#include <optional>
 #include <utility>
 
 #include "capture/Metadata.h"
@@ -20,12 +19,12 @@ namespace {
 constexpr char kMotionProperty[] = "desk.adapter.motion";
 constexpr uint32_t kZslGroup = 0x40;
 
-void openLog(bool offline) {
+void openLog(const Recording& recording) {
     zodebug::gZoCamLogLevel = 3;
-    zodebug::gZoCamLogGroup = kZslGroup;
+    zodebug::gZoCamLogGroup = recording.log ? kZslGroup : 0;
     zodebug::gZoCamOfflineLogLevel = 3;
     zodebug::gZoCamOfflineLogGroup = kZslGroup;
-    zodebug::gZoCamDebugMask = offline ? 1 : 0;
+    zodebug::gZoCamDebugMask = recording.offlineLog ? 1 : 0;
 }
 
 std::string describe(const halcore::QueueCall& call) {
@@ -52,12 +51,16 @@ std::shared_ptr<halcore::FrameQueue> makeQueue(const Queue& queue) {
 
 std::optional<zohal::ZSLFrameCheckInfo> makeCheckInfo(const Request& request,
                                                       const zohal::ZSLFrameSelectInfo& selectInfo) {
-    bool hasFrameInfo = false;
-    for (const Queue& queue : request.queues) hasFrameInfo |= queue.type == zohal::kFrameInfoQueue;
-    if (!hasFrameInfo) return std::nullopt;
+    bool isChecked = request.check.of.has_value();
+    for (const Queue& queue : request.queues) isChecked |= queue.type == zohal::kFrameInfoQueue;
+    if (!isChecked) return std::nullopt;
 
     zohal::ZSLFrameCheckInfo info{};
-    info.requestMeta = selectInfo.requestMetas.empty() ? nullptr : selectInfo.requestMetas.front();
+    if (request.check.metadata) {
+        info.requestMeta = makeMetadata(*request.check.metadata);
+    } else if (!selectInfo.requestMetas.empty()) {
+        info.requestMeta = selectInfo.requestMetas.front();
+    }
     info.fwkFrameNum = request.fwkFrame;
     info.logicalId = request.check.camera;
     info.reqtMasterId = static_cast<int32_t>(request.master);
@@ -73,19 +76,25 @@ const FrameList& Run::chosen() const {
     return outcome.selection.empty() ? selectList : outcome.selection.begin()->second;
 }
 
-Session::Session(const Case& platform, const SessionOptions& options) : mOptions(options) {
+Session::Session(const Case& platform, const std::string& plugin, std::string vendorDir)
+    : mVendorDir(std::move(vendorDir)) {
     mPlatform.properties = platform.properties;
     mPlatform.staticMetadata = platform.staticMetadata;
     for (const auto& [key, value] : platform.properties) property_set(key.c_str(), value ? value->c_str() : nullptr);
     for (const auto& [camera, tags] : platform.staticMetadata) {
         StaticMetadataWraper::getInstance()->setStaticMetadata(camera, makeMetadata(tags));
     }
-    openLog(options.offlineLog);
-    mPlugin = std::make_unique<halcore::SelectorPlugin>(options.plugin);
+    openLog({});
+    mPlugin = std::make_unique<halcore::SelectorPlugin>(plugin);
+    desk::setLogSink([this](const desk::LogLine& line) {
+        if (mRecording.trace) mRun.trace.push_back({TraceStep::kLog, line.message});
+        mRun.log.push_back(line);
+    });
 }
 
 Session::~Session() {
     mPlugin.reset();
+    desk::setLogSink(nullptr);
     desk::setBoottime(std::nullopt);
     for (const auto& [key, value] : mPlatform.properties) property_set(key.c_str(), nullptr);
     for (const auto& [camera, tags] : mPlatform.staticMetadata) {
@@ -93,56 +102,44 @@ Session::~Session() {
     }
 }
 
-zohal::ZSLFrameSelectInfo Session::makeSelectInfo(const Request& request, Run& run) const {
-    zohal::ZSLFrameSelectInfo info{};
+Capture Session::prepare(const Request& request) {
+    Capture capture{&request, {}, nullptr, std::nullopt};
+    zohal::ZSLFrameSelectInfo& info = capture.info;
     info.fwkFrame = request.fwkFrame;
     info.usedZslFrames = request.used;
     info.reqtMasterId = request.master;
     for (const Queue& queue : request.queues) {
         const auto made = makeQueue(queue);
-        if (mOptions.trace) {
-            made->setObserver([&run](const halcore::QueueCall& call) {
-                run.trace.push_back({TraceStep::kCall, describe(call)});
-            });
-        }
+        made->setObserver([this](const halcore::QueueCall& call) {
+            if (mRecording.trace) mRun.trace.push_back({TraceStep::kCall, describe(call)});
+        });
         info.zslQueues.push_back(made);
+        if (&queue == request.metaQueue()) capture.metaQueue = made;
     }
     // Only the first element is ever read; the others stand for the other frames needed.
     if (request.need > 0) info.requestMetas.push_back(makeMetadata(request.metadata));
-    while (info.requestMetas.size() < request.need) info.requestMetas.push_back(std::make_shared<ZoMetadata>());
-    return info;
+    info.requestMetas.resize(request.need, std::make_shared<ZoMetadata>());
+    capture.check = makeCheckInfo(request, info);
+    return capture;
 }
 
-Run Session::serve(const Request& request) {
-    Run run;
-    desk::setLogSink([&run, this](const desk::LogLine& line) {
-        if (mOptions.trace) run.trace.push_back({TraceStep::kLog, line.message});
-        run.log.push_back(line);
-    });
+Run Session::serve(const Capture& capture, Recording recording) {
+    const Request& request = *capture.request;
+    mRecording = recording;
+    mRun = {};
+    openLog(recording);
     desk::setBoottime(request.clockNs);
-    desk::setVendorLibraryDir(request.adapter == "absent" ? "" : mOptions.vendorDir);
+    desk::setVendorLibraryDir(request.adapter == "absent" ? "" : mVendorDir);
     property_set(kMotionProperty, request.adapter == "absent" ? nullptr : request.adapter.c_str());
-
-    const zohal::ZSLFrameSelectInfo info = makeSelectInfo(request, run);
     if (request.call) {
-        const Queue* meta = request.metaQueue();
-        const auto metaQueue = meta != nullptr ? info.zslQueues[meta - request.queues.data()] : nullptr;
         halcore::StrategyCall call = *request.call;
-        run.result = mPlugin->callStrategy(call, info, metaQueue);
-        run.selectList = call.selectList;
+        mRun.result = mPlugin->callStrategy(call, capture.info, capture.metaQueue);
+        mRun.selectList = call.selectList;
     } else {
-        run.outcome = mPlugin->serve(info, request.select, makeCheckInfo(request, info), request.check.of);
+        mRun.outcome = mPlugin->serve(capture.info, request.select, capture.check, request.check.of);
     }
-    desk::setLogSink(nullptr);
-    run.offlineLog = desk::takeOfflineLog();
-    return run;
-}
-
-std::vector<Run> runCase(const Case& theCase, const SessionOptions& options) {
-    Session session(theCase, options);
-    std::vector<Run> runs;
-    for (const Request& request : theCase.requests) runs.push_back(session.serve(request));
-    return runs;
+    if (recording.offlineLog) mRun.offlineLog = desk::takeOfflineLog();
+    return std::move(mRun);
 }
 
 }  // namespace replay

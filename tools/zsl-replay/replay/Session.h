@@ -1,10 +1,9 @@
-// Runs requests on the real plug-in and records what it was seen to do.
+// Serves requests with the real plug-in and records what it was seen to do.
 
 #pragma once
 
-#include <functional>
-#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,31 +30,42 @@ struct Run {
     const FrameList& chosen() const;
 };
 
-struct SessionOptions {
-    std::string plugin;
-    std::string vendorDir;    // where the adapter library is
-    bool offlineLog = false;  // open the offline channel too
+// What is kept of a run beside its outcome. A channel that is not kept is shut.
+struct Recording {
+    bool log = true;
+    bool offlineLog = false;
     bool trace = false;
+};
+
+// A request in the library's own form, built once to be served as often as wanted; the used frames may be changed.
+struct Capture {
+    const Request* request;
+    zohal::ZSLFrameSelectInfo info;
+    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue;
+    std::optional<zohal::ZSLFrameCheckInfo> check;
 };
 
 // A freshly loaded plug-in with one selector. One at a time: the platform is the process's.
 class Session {
 public:
     // `platform` gives properties and static metadata; its requests are not looked at. Throws halcore::PluginError.
-    Session(const Case& platform, const SessionOptions& options);
+    Session(const Case& platform, const std::string& plugin, std::string vendorDir);
     ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
-    Run serve(const Request& request);
+    Run serve(const Request& request, Recording recording = {}) { return serve(prepare(request), recording); }
+
+    // The capture must not outlive the session and its request.
+    Capture prepare(const Request& request);
+    Run serve(const Capture& capture, Recording recording);
 
 private:
-    zohal::ZSLFrameSelectInfo makeSelectInfo(const Request& request, Run& run) const;
-
-    SessionOptions mOptions;
+    std::string mVendorDir;
     Case mPlatform;  // without requests
     std::unique_ptr<halcore::SelectorPlugin> mPlugin;
+    Recording mRecording;
+    Run mRun;  // under way
 };
-
-// Every request of a case on one selector.
-std::vector<Run> runCase(const Case& theCase, const SessionOptions& options);
 
 }  // namespace replay

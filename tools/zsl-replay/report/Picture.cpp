@@ -8,7 +8,7 @@
 
 #include "report/Canvas.h"
 #include "report/Report.h"
-#include "replay/SingleChange.h"
+#include "replay/Finding.h"
 #include "report/TimeWindow.h"
 
 namespace replay {

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "capture/Case.h"
 #include "account/LogRequests.h"
+#include "capture/Case.h"
 
 namespace replay {
 
@@ -25,6 +25,6 @@ Rebuilt rebuild(const LoggedRequest& logged);
 void loseFrames(Request& request, const std::set<uint32_t>& frames);
 
 // The platform that rebuilt requests run on.
-Case platformOf(const Rebuilt& rebuilt);
+Case platformOf(bool disabled);
 
 }  // namespace replay

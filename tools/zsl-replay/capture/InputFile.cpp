@@ -1,0 +1,156 @@
+#include "capture/InputFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "capture/Document.h"
+#include "capture/LogFormat.h"
+#include "capture/Text.h"
+
+namespace replay {
+
+namespace {
+
+constexpr size_t kBlockSize = 256 * 1024;
+constexpr size_t kLongestLine = 64 * 1024;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+struct NoText {
+    std::string_view begin;
+    const char* name;
+    const char* command;  // makes text of it
+};
+const NoText kNoText[] = {
+    {"\xFF\xFE", "UTF-16", "iconv -f UTF-16 -t UTF-8"},
+    {"\xFE\xFF", "UTF-16", "iconv -f UTF-16 -t UTF-8"},
+    {"\x1F\x8B", "gzip", "zcat"},
+    {"PK\x03\x04", "zip", "unzip -p"},
+    {"BZh", "bzip2", "bzcat"},
+    {{"\xFD\x37zXZ\0", 6}, "xz", "xzcat"},
+    {"\x28\xB5\x2F\xFD", "zstd", "zstdcat"},
+};
+
+// A file's name for a shell to read.
+std::string quoted(const std::string& file) {
+    std::string text = "'";
+    for (const char c : file) text += c == '\'' ? "'\\''" : std::string(1, c);
+    text += '\'';
+    const bool isPlain = file.find_first_of(" \t\n'\"\\$`!*?[](){}<>|&;#~") == std::string::npos;
+    return isPlain ? file : text;
+}
+
+// UTF-16 without a mark: every other byte of what is plain text is zero.
+bool isUnmarkedUtf16(std::string_view head, size_t zeroAt) {
+    size_t zeros = 0;
+    const size_t size = std::min<size_t>(head.size(), 512) & ~size_t{1};
+    for (size_t i = 0; i < size; i += 2) {
+        zeros += head[i + zeroAt] == '\0' && head[i + 1 - zeroAt] != '\0' ? 1 : 0;
+    }
+    return size >= 4 && zeros > size / 2 * 3 / 4;
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& file)
+    : mFile(file),
+      mName(file == "-" ? "<stdin>" : file),
+      mFd(file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC)),
+      mBlock(kBlockSize) {
+    if (mFd < 0) {
+        throw InputError(printable(mName) + ": expected a readable file, found " + std::strerror(errno));
+    }
+    try {
+        while (mEnd < kLongestLine && fill()) {
+        }
+        refuseWhatIsNoText();
+    } catch (const InputError&) {
+        close(mFd);
+        throw;
+    }
+    if (unread().substr(0, kByteOrderMark.size()) == kByteOrderMark) mBegin += kByteOrderMark.size();
+}
+
+InputFile::~InputFile() { close(mFd); }
+
+void InputFile::refuseWhatIsNoText() const {
+    const std::string_view head = unread();
+    const auto refuse = [this](const char* name, const std::string& command) {
+        throw InputError(printable(mName + ": expected a case file or a log, found " + name + "; try: " + command +
+                                   (mFile == "-" ? "" : ' ' + quoted(mFile)) + " | zsl-replay -"));
+    };
+    for (const NoText& each : kNoText) {
+        if (head.substr(0, each.begin.size()) == each.begin) refuse(each.name, each.command);
+    }
+    if (isUnmarkedUtf16(head, 1)) refuse("UTF-16", "iconv -f UTF-16LE -t UTF-8");
+    if (isUnmarkedUtf16(head, 0)) refuse("UTF-16", "iconv -f UTF-16BE -t UTF-8");
+}
+
+bool InputFile::fill() {
+    std::memmove(mBlock.data(), mBlock.data() + mBegin, mEnd - mBegin);
+    mEnd -= mBegin;
+    mBegin = 0;
+    ssize_t size = 0;
+    do {
+        size = read(mFd, mBlock.data() + mEnd, mBlock.size() - mEnd);
+    } while (size < 0 && errno == EINTR);
+    if (size < 0) throw InputError(printable(mName) + ": expected a readable file, found " + std::strerror(errno));
+    mEnd += static_cast<size_t>(size);
+    mBytesRead += static_cast<uint64_t>(size);
+    if (mObserver) mObserver(mBytesRead);
+    return size > 0;
+}
+
+bool InputFile::looksLikeLog() {
+    std::string_view head = unread();
+    bool hasSections = false;
+    while (!head.empty()) {
+        const std::string_view line = head.substr(0, head.find('\n'));
+        head.remove_prefix(std::min(line.size() + 1, head.size()));
+        LogHeader header;
+        // Bug reports begin with the latter.
+        if (parseHeader(line, header) || line.substr(0, 6) == "======") return true;
+        if (const char* const format = otherLogFormat(line)) {
+            throw InputError(printable(mName) + ": expected a log in logcat's threadtime format, found its " + format +
+                             " format; try: adb logcat -v threadtime");
+        }
+        hasSections = hasSections || line.substr(0, 6) == "------";
+    }
+    return hasSections;
+}
+
+std::string InputFile::readAll() {
+    if (unread().find('\0') != std::string_view::npos) {
+        throw InputError(printable(mName) + ": expected a case file or a log, found binary data");
+    }
+    std::string text;
+    do {
+        text += unread();
+        mBegin = mEnd = 0;
+    } while (text.size() <= kLongestCase && fill());
+    return text;
+}
+
+std::optional<InputFile::Line> InputFile::next() {
+    while (true) {
+        const char* const begin = mBlock.data() + mBegin;
+        const size_t size = mEnd - mBegin;
+        const auto* const end = static_cast<const char*>(std::memchr(begin, '\n', size));
+        if (end == nullptr && size < kLongestLine && fill()) continue;
+        if (end == nullptr && size == 0) return std::nullopt;
+        // What has no end yet is the file's last line, or too long to be kept whole.
+        const size_t length = end != nullptr ? static_cast<size_t>(end - begin) : size;
+        mBegin += end != nullptr ? length + 1 : length;
+        const bool wasSkipping = mSkipping;
+        mSkipping = end == nullptr;
+        if (wasSkipping) continue;
+        std::string_view text(begin, std::min(length, kLongestLine));
+        if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
+        return Line{text, ++mLineNumber, length >= kLongestLine};
+    }
+}
+
+}  // namespace replay

@@ -1,0 +1,60 @@
+// A file as it comes in: opened once and read once, so that a pipe gives what a file gives; line by line in bounded
+// memory, or whole where it is small. What is no text, or is packed, is named with the command that remedies it.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace replay {
+
+class InputFile {
+public:
+    // "-" is standard input. Throws InputError, as everything here that reads, when it can't be read as text.
+    explicit InputFile(const std::string& file);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    const std::string& name() const { return mName; }  // as it is shown; not yet printable
+
+    // Whether it is a log, or this tool's report with log lines in it, rather than a case file. Judged by how it
+    // begins; of a log in one of logcat's other formats it says which.
+    bool looksLikeLog();
+
+    struct Line {
+        std::string_view text;  // without its end; valid until the next call
+        size_t number;          // from 1
+        bool cut;               // longer than is kept
+    };
+    std::optional<Line> next();
+
+    // All of it, of a case file's length at most.
+    std::string readAll();
+
+    // Hears of every block that is read: the bytes so far.
+    void setObserver(std::function<void(uint64_t)> observer) { mObserver = std::move(observer); }
+    uint64_t bytesRead() const { return mBytesRead; }
+
+private:
+    bool fill();
+    std::string_view unread() const { return {mBlock.data() + mBegin, mEnd - mBegin}; }
+    void refuseWhatIsNoText() const;
+
+    std::string mFile;
+    std::string mName;
+    int mFd;
+    std::vector<char> mBlock;
+    size_t mBegin = 0;
+    size_t mEnd = 0;
+    size_t mLineNumber = 0;
+    bool mSkipping = false;  // inside the rest of a cut line
+    uint64_t mBytesRead = 0;
+    std::function<void(uint64_t)> mObserver;
+};
+
+}  // namespace replay
