@@ -13,6 +13,7 @@ set(recorder_map ${PROJECT_SOURCE_DIR}/com.nexaro.zsl.motion.recorder.map)
 set_target_properties(com.nexaro.zsl.motion.recorder PROPERTIES PREFIX "" LINK_DEPENDS ${recorder_map}
                       LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 target_include_directories(com.nexaro.zsl.motion.recorder PRIVATE ${PROJECT_SOURCE_DIR})
-target_link_options(com.nexaro.zsl.motion.recorder PRIVATE -Wl,--version-script=${recorder_map} -Wl,-z,now)
-target_link_libraries(com.nexaro.zsl.motion.recorder PRIVATE zsl_flags cutils log utils com.nexaro.debug com.nexaro.metadatautils
-                      ${CMAKE_DL_LIBS})
+target_link_options(com.nexaro.zsl.motion.recorder PRIVATE -Wl,--version-script=${recorder_map} -Wl,-z,now
+                    -Wl,--as-needed)
+target_link_libraries(com.nexaro.zsl.motion.recorder PRIVATE zsl_flags cutils log utils com.nexaro.debug
+                      com.nexaro.metadatautils zocamera_hal_core ${CMAKE_DL_LIBS})

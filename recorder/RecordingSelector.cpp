@@ -17,17 +17,6 @@ namespace {
 constexpr uint32_t kRequestsPerFile = 1000;
 constexpr size_t kBytesPerFile = 4U << 20;
 
-std::string requestTags(const ZoMetadata* metadata) {
-    return textOf(metadata, {"android.control.enableZsl", "nexaro.ai.zosd.motionCaptureEnabledIcon",
-                             "nexaro.hdr.enabled", "nexaro.hdr.sr.enabled", "nexaro.mfnr.anchorTimeStamp",
-                             "nexaro.ai.zosd.motionCaptureType", "nexaro.camera.zoseamlesspolicy.result"});
-}
-
-std::string checkTags(const ZoMetadata* metadata) {
-    return textOf(metadata,
-                  {"com.nexaro.camera.sensorpolicy.mcxFrameresult", "com.nexaro.ext.control.policy.sensorMode"});
-}
-
 }  // namespace
 
 std::string Request::text() const {
@@ -41,7 +30,7 @@ std::string Request::text() const {
         changed |= queue && queue->answers.changed;
         return queue && queue->answers.has("all") ? queue->text() : "";  // not without lists: a gate that took it
     });
-    all["check"] = "{" + checkOf + "of: " + textOf(checked) + '}';
+    all["check"] = "{of: " + textOf(checked) + (checked.empty() ? "" : ", ") + checkOf + '}';
     if (!checked.empty()) expected["checks"] = checks.text();
     all["expect"] = expected.text();
 
@@ -115,25 +104,15 @@ zohal::SelectionResult RecordingSelector::selectZSLFrames(const ZSLFrameSelectIn
 }
 
 zohal::ZSLSelectorResult RecordingSelector::checkFrame(const ZSLFrameCheckInfo& info) {
-    return check(&ZSLSelectorBase::checkFrame, info);
-}
-
-zohal::ZSLSelectorResult RecordingSelector::checkDesiredSensorMode(const ZSLFrameCheckInfo& info) {
-    return check(&ZSLSelectorBase::checkDesiredSensorMode, info);
-}
-
-template <typename Operation>
-zohal::ZSLSelectorResult RecordingSelector::check(Operation operation, const ZSLFrameCheckInfo& info) {
-    const auto sameQueue = [](const auto& note, const auto& queue) {
-        return (note ? note->queue : nullptr) == queue.get();
-    };
+    const auto same = [](const auto& note, const auto& queue) { return (note ? note->queue : nullptr) == queue.get(); };
     const bool sameQueues = mRequest && std::equal(mRequest->queues.begin(), mRequest->queues.end(),
-                                                   info.zslQueues.begin(), info.zslQueues.end(), sameQueue);
+                                                   info.zslQueues.begin(), info.zslQueues.end(), same);
     const auto note = [&](zohal::ZSLSelectorResult result, const Queues& queues, const Notes& notes) {
         const std::string camera = textOf(info.logicalId);
         const std::string of = "camera: " + camera + ", role: " + textOf(info.masterRoleId) +
-                               ", frames: " + textOf(info.AiHLFrameNum) +
-                               ", metadata: " + checkTags(info.requestMeta.get()) + ", ";
+                               ", frames: " + textOf(info.AiHLFrameNum) + ", metadata: " +
+                               textOf(info.requestMeta.get(), {"com.nexaro.camera.sensorpolicy.mcxFrameresult",
+                                                               "com.nexaro.ext.control.policy.sensorMode"});
         Answers fields;
         fields["frame"] = textOf(info.fwkFrameNum);
         fields["master"] = textOf(static_cast<uint32_t>(info.reqtMasterId));
@@ -151,12 +130,7 @@ zohal::ZSLSelectorResult RecordingSelector::check(Operation operation, const ZSL
         if (!mRequest->expect.has("selection")) askForRest(queues, notes);
         noteCamera(camera, StaticMetadataWraper::getInstance()->getStaticMetadata(info.logicalId).get());
     };
-    return pass(operation, info, sameQueues ? mRequest->queues : Notes(), note);
-}
-
-// Nothing of it shows in a case.
-int RecordingSelector::preCheckFrame(std::vector<uint32_t>& zslFrames, int flags) {
-    return mReal->preCheckFrame(zslFrames, flags);
+    return pass(&ZSLSelectorBase::checkFrame, info, sameQueues ? mRequest->queues : Notes(), note);
 }
 
 void RecordingSelector::begin(const char* comment) {
@@ -175,7 +149,10 @@ void RecordingSelector::noteAsked(const ZSLFrameSelectInfo& info, const Notes& n
     mRequest->fields["master"] = textOf(info.reqtMasterId);
     mRequest->fields["need"] = std::to_string(info.requestMetas.size());
     mRequest->fields["clock"] = textOf(mClockNs);
-    mRequest->fields.note("metadata", requestTags(metadata));
+    mRequest->fields.note(
+        "metadata", textOf(metadata, {"android.control.enableZsl", "nexaro.ai.zosd.motionCaptureEnabledIcon",
+                                      "nexaro.hdr.enabled", "nexaro.hdr.sr.enabled", "nexaro.mfnr.anchorTimeStamp",
+                                      "nexaro.ai.zosd.motionCaptureType", "nexaro.camera.zoseamlesspolicy.result"}));
     mRequest->queues = notes;
 }
 

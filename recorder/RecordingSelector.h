@@ -34,16 +34,17 @@ public:
 
     bool isSelectorNeeded(const zohal::ZSLFrameSelectInfo& info) override;
     zohal::ZSLSelectorResult checkFrame(const zohal::ZSLFrameCheckInfo& info) override;
-    int preCheckFrame(std::vector<uint32_t>& zslFrames, int flags) override;
-    zohal::ZSLSelectorResult checkDesiredSensorMode(const zohal::ZSLFrameCheckInfo& info) override;
     zohal::SelectionResult selectZSLFrames(const zohal::ZSLFrameSelectInfo& info) override;
+
+    // Of these nothing shows in a case.
+    int preCheckFrame(FrameList& zslFrames, int flags) override { return mReal->preCheckFrame(zslFrames, flags); }
+    zohal::ZSLSelectorResult checkDesiredSensorMode(const zohal::ZSLFrameCheckInfo& info) override {
+        return mReal->checkDesiredSensorMode(info);
+    }
 
 private:
     template <typename Result, typename Info, typename Note>
     Result pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, Notes notes, Note note);
-    template <typename Operation>
-    zohal::ZSLSelectorResult check(Operation operation, const zohal::ZSLFrameCheckInfo& info);
-
     void begin(const char* comment);
     void noteAsked(const zohal::ZSLFrameSelectInfo& info, const Notes& notes);
     void noteCamera(const std::string& camera, const ZoMetadata* staticMetadata);
