@@ -1,4 +1,4 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and replays a jump shot.
+# Installs what is missing, builds, and replays an HDR burst.
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/build.sh"
-"$root/build/bin/zsl-replay" "$root/cases/jump-shot.yaml"
+"$root/build/bin/zsl-replay" "$root/cases/hdr-burst.yaml"

@@ -8,8 +8,7 @@
 #include <sstream>
 
 #include "capture/Document.h"
-#include "replay/LogRebuild.h"
-#include "report/CaseWriter.h"
+#include "replay/Rebuild.h"
 
 using namespace replay;
 
@@ -18,29 +17,30 @@ using namespace replay;
     std::abort();
 }
 
+static std::string printed(const Document& document) {
+    std::ostringstream text;
+    printHead(text, document, {});
+    printRequests(text, document, {});
+    return text.str();
+}
+
 static void readLog(InputFile& log) {
     RequestCollector collector([](const LoggedRequest& logged) {
         const Rebuilt rebuilt = rebuild(logged);
         if (!rebuilt.obstacle.empty()) return;
-        std::ostringstream text;
-        CaseWriter(text, platformOf(rebuilt)).add(rebuilt.request, rebuilt.assumptions);
+        Case theCase = platformOf(rebuilt.disabled);
+        theCase.requests.push_back(rebuilt.request);
+        const std::string text = printed(documentOf(theCase));
         try {
-            readCase(parseDocument("rebuilt", text.str()));
+            readCase(parseDocument("rebuilt", text));
         } catch (const InputError& error) {
-            broken("a rebuilt case can be read", error.what(), text.str());
+            broken("a rebuilt case can be read", error.what(), text);
         }
     });
     while (const auto line = log.next()) {
         if (auto logged = selectorLine(*line)) collector.add(std::move(*logged));
     }
     collector.finish();
-}
-
-static std::string printed(const Document& document) {
-    std::ostringstream text;
-    printHead(text, document, {});
-    printRequests(text, document, {});
-    return text.str();
 }
 
 static void readCaseFile(const std::string& text) {

@@ -45,6 +45,6 @@ row whole 'logHas: ["I ZoCamHAL MotionZSLSelector.cpp isSelectorNeeded: [ZSLSele
 row call  'result: false' 'result: expected false, found true'
 row call  'selection: [6]' 'list: expected 6, found 6 7'
 # An expectation that nothing is compared with.
-row bare  'selection: [5]' '<stdin>:1:45: expected queues that can get such a list, found none'
+row bare  'selection: [5]' '<stdin>:1:49: expected queues that can get such a list, found none'
 row call  'logHas: []' ''
 exit $failed

@@ -4,236 +4,305 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
 
-#include <nlohmann/json.hpp>
-
-#include "report/Canvas.h"
+#include "capture/Document.h"
+#include "capture/InputFile.h"
+#include "capture/Text.h"
 #include "replay/Replay.h"
-#include "report/Picture.h"
-#include "report/Report.h"
+#include "report/JsonReport.h"
+#include "report/PictureReport.h"
+#include "report/Progress.h"
+#include "report/SavedCase.h"
+#include "report/TextReport.h"
+#include "report/Totals.h"
 
 namespace {
 
 using namespace replay;
+namespace fs = std::filesystem;
 
 struct Options {
     std::vector<std::string> files;
-    std::string plugin;
-    std::string vendorDir;
-    std::string against;
-    ReportStyle style;
+    ReplayOptions replay;
+    LogChannel log = LogChannel::kNone;
     bool json = false;
-    bool summary = false;  // one line a file
-    Changes changes;
-    bool explain = false;
+    bool totals = false;
+    bool roundTrip = false;
     std::string picture;
     std::string saveCase;
-    bool roundTrip = false;
+
+    bool hasSeveralFiles() const { return files.size() > 1; }
+    bool picks() const { return !replay.frames.empty() || !replay.numbers.empty(); }
+    // Of several files only what is not as it should be is reported one by one, unless more is asked about requests.
+    bool summarizes() const { return hasSeveralFiles() && !replay.explain && replay.changes.empty() && !picks(); }
 };
 
-std::string shownName(const std::string& file) { return file == "-" ? "<stdin>" : file; }
-
-// Reports findings as they come.
-class Reporter {
+// Leads files through the rooms, and findings to whoever wants them.
+class Desk {
 public:
-    explicit Reporter(const Options& options) : mOptions(options) {}
-
-    void report(const Finding& finding) {
-        ++mRequests;
-        mDiffering += finding.passes() ? 0 : 1;
-        if (!mOptions.picture.empty()) {
-            mDrawn.requests.push_back(finding.request);
-            mRuns.push_back(finding.run);
+    explicit Desk(const Options& options)
+        : mOptions(options),
+          mReplay(options.replay, [this](Finding&& finding) { report(finding); }),
+          mProgress(options.files),
+          mAll(!options.replay.against.empty()),
+          mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), options.log} {
+        refuseStandardOutputTo(options.files);
+        std::vector<std::string> inputs = options.files;
+        for (const std::string& build : {options.replay.plugin, options.replay.against}) {
+            if (!build.empty()) inputs.push_back(build);
         }
-        if (mOptions.json) {
-            nlohmann::ordered_json more = nlohmann::ordered_json::object();
-            if (finding.whatIf) more["whatIf"] = {{"gained", finding.whatIf->gained}, {"lost", finding.whatIf->lost}};
-            reportJson(std::cout, finding.file, finding.request, finding.run, finding.differences, mOptions.style.log, more);
-            return;
+        if (!options.picture.empty()) {
+            mPicture = std::make_unique<PictureReport>(options.picture, inputs, options.hasSeveralFiles());
         }
-        if (mOptions.summary && finding.passes()) return;
-        reportText(std::cout, finding.request, finding.run, finding.differences, mOptions.style);
-        for (const Warning& each : finding.warnings) {
-            std::cout << "  warning    " << each.kind << ": " << each.text << (each.certain ? "" : " (not certain)") << '\n';
-        }
-        if (finding.log) {
-            const Evidence& log = *finding.log;
-            for (const std::string& each : log.assumptions) std::cout << "  assumed    " << each << '\n';
-            for (const std::string& each : log.missing) std::cout << "  missing    " << each << '\n';
-            if (!log.open.empty()) std::cout << "  open       " << log.open << '\n';
-            std::cout << "  certain    " << join(log.certain) << "\n  possible   " << join(log.possible) << '\n';
-            std::cout << "  log        " << log.reproduced << " of " << log.lines << " lines reproduced\n";
-        }
-        for (const auto& difference : {finding.whatIf, finding.against}) {
-            if (!difference) continue;
-            std::cout << "  gained     " << join(difference->gained) << "\n  lost       " << join(difference->lost) << '\n';
-            for (const std::string& answer : difference->answers) std::cout << "  answer     " << answer << '\n';
-            if (!difference->firstStep) continue;
-            std::cout << "    before   " << difference->firstStep->before << "\n    after    " << difference->firstStep->after << '\n';
-        }
-        for (const FrameReason& each : finding.explain) {
-            std::cout << "  " << each.list << '[' << each.position << "]  " << each.frame << "  " << each.reason << '\n';
-        }
-        for (const std::string& each : finding.notes) std::cout << "  note       " << each << '\n';
+        if (!options.saveCase.empty()) mSaved = std::make_unique<SavedCase>(options.saveCase, inputs, origin());
     }
 
-    bool finish(const std::string& file) {
-        if (!mOptions.json) std::cout << file << ": " << mRequests << " requests, " << mDiffering << " differ\n";
-        if (!mOptions.picture.empty()) drawPicture(mOptions.picture, mDrawn, mRuns);
-        return mDiffering == 0;
+    int run() {
+        for (const std::string& file : mOptions.files) {
+            try {
+                serve(file);
+            } catch (const InputError& error) {
+                complain(error.what());
+            }
+        }
+        if (mStatus != 2 && mOptions.picks() && mAll.requests() == 0) complain(nothingPicked());
+        clearProgress();
+        writeTotals();
+        if (mStatus == 2) return mStatus;  // nothing is kept
+        if (mPicture) mPicture->finish();
+        if (mSaved) mSaved->finish();
+        return mStatus;
     }
 
 private:
+    void serve(const std::string& file) {
+        const std::string name = file == "-" ? "<stdin>" : file;
+        Totals ofFile(!mOptions.replay.against.empty());
+        mOfFile = &ofFile;
+        mProgress.beginFile();
+        InputFile input(file);
+        const bool isLog = input.looksLikeLog();
+        if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
+        const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
+        mAll.addFile();
+        if (isLog && served.requests == 0) noteEmptyLog(name);
+        if (served.requests > 0) note(served);
+        if (!mOptions.json && mOptions.hasSeveralFiles() && ofFile.requests() > 0) {
+            writeStandardOutput(ofFile.line(name));
+        }
+    }
+
+    Served serveCase(const Document& document) {
+        const Changes& changes = mOptions.replay.changes;
+        if (mSaved && changes.empty()) throw InputError("--save-case: expected --set or --drop");
+        const Case theCase = readCase(document);
+        if (!theCase.cutOff.empty()) warn(theCase.file + ": " + theCase.cutOff);
+        mPlatform = theCase;
+        mPlatform.requests.clear();
+        if (changes.empty()) return mReplay.serve(theCase);
+        const Case changed = readCase(withChanges(document, changes));
+        return mReplay.serve(theCase, &changed);
+    }
+
+    void feedBack(const Case& theCase) {
+        const RoundTrip trip = mReplay.roundTrip(theCase);
+        std::string text = theCase.file + ": of " + std::to_string(trip.requests) + " selections that were fed back " +
+                           std::to_string(trip.settled) + " came out again, and " + std::to_string(trip.open) +
+                           " are among those that their logs leave open\n";
+        for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
+        writeStandardOutput(text);
+        if (!trip.failures.empty() && mStatus == 0) mStatus = 1;
+    }
+
+    // One among many is no error.
+    void noteEmptyLog(const std::string& name) {
+        const std::string what = name + ": expected a log with lines of the selector, found none";
+        if (!mOptions.hasSeveralFiles()) throw InputError(what);
+        warn(what);
+        mAll.addFileWithoutRequests();
+    }
+
+    void note(const Served& served) {
+        const bool isFirst = mServed.requests == 0;
+        mServed.requests = std::max(mServed.requests, served.requests);
+        mServed.firstFrame = isFirst ? served.firstFrame : std::min(mServed.firstFrame, served.firstFrame);
+        mServed.lastFrame = std::max(mServed.lastFrame, served.lastFrame);
+    }
+
+    std::string nothingPicked() const {
+        return "--frame and --request: expected requests from 1 to " + std::to_string(mServed.requests) +
+               " and framework frames from " + std::to_string(mServed.firstFrame) + " to " +
+               std::to_string(mServed.lastFrame) + ", found none of those asked for";
+    }
+
+    void report(const Finding& finding) {
+        mAll.add(finding);
+        mOfFile->add(finding);
+        if (!finding.passes() && mStatus == 0) mStatus = 1;
+        if (!mOptions.totals && mOptions.json) {
+            writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
+        } else if (!mOptions.totals && !(mOptions.summarizes() && finding.passes())) {
+            writeStandardOutput(textOf(finding, mText) + '\n');
+        }
+        if (mPicture) mPicture->add(finding);
+        if (mSaved) mSaved->add(finding, finding.log ? platformOfLog(finding) : mPlatform);
+    }
+
+    static Case platformOfLog(const Finding& finding) {
+        Case platform;
+        if (finding.account.disabled) platform.properties[kSwitchProperty] = "true";
+        return platform;
+    }
+
+    std::vector<std::string> origin() const {
+        const Changes& changes = mOptions.replay.changes;
+        const std::string file = mOptions.files.front();
+        if (changes.empty()) return {"Rebuilt from " + file};
+        return {"A variant of " + file + " with " + changes.words(), "It expects what came out of it."};
+    }
+
+    void writeTotals() const {
+        if (mAll.files() == 0) return;
+        if (mOptions.json && mOptions.totals) writeStandardOutput(mAll.json());
+        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1)) writeStandardOutput(mAll.block());
+    }
+
+    void warn(const std::string& what) const {
+        clearProgress();
+        std::cerr << printable(what) << '\n';
+    }
+
+    void complain(const std::string& what) {
+        warn(what);
+        mStatus = 2;
+    }
+
     const Options& mOptions;
-    Case mDrawn;
-    std::vector<Run> mRuns;
-    size_t mRequests = 0;
-    size_t mDiffering = 0;
+    Replay mReplay;
+    Progress mProgress;
+    Totals mAll;
+    Totals* mOfFile = nullptr;
+    TextOptions mText;
+    Served mServed;  // the most that a file holds, and all framework frames
+    Case mPlatform;  // of the case file under way, without requests
+    std::unique_ptr<PictureReport> mPicture;
+    std::unique_ptr<SavedCase> mSaved;
+    int mStatus = 0;
 };
 
-ReplayOptions replayOptions(const Options& options) {
-    return {options.plugin, options.vendorDir, options.against, options.style.log == LogChannel::kOffline,
-            options.explain, options.changes, {}, {}};
+// The plug-in and the desk's libraries lie beside the tool: where they are built, or in a folder of their own where
+// they are installed.
+void findLibraries(ReplayOptions& options) {
+    const fs::path root = fs::read_symlink("/proc/self/exe").parent_path().parent_path();
+    const fs::path own = root / "lib/zsl-replay";
+    const bool isInstalled = fs::exists(own / "com.nexaro.zsl.motion.so");
+    options.plugin = (isInstalled ? own : root / "lib") / "com.nexaro.zsl.motion.so";
+    options.vendorDir = (isInstalled ? own : root) / "vendor/lib64";
 }
 
-// A case, or a log that is yet to be read.
-struct Input {
-    std::string file;
-    std::optional<Document> theCase;
-    std::unique_ptr<LineReader> stdinLog;  // what was read ahead can't be read again
-};
-
-Input readInput(const std::string& file, const Options& options) {
-    Input input{shownName(file), std::nullopt, nullptr};
-    auto reader = std::make_unique<LineReader>(file);
-    const std::string_view head = reader->head();
-    if (looksLikeLog(head)) {
-        if (file == "-") input.stdinLog = std::move(reader);
-        return input;
-    }
-    if (head.find('\0') != std::string_view::npos) {
-        throw InputError(input.file + ": expected a case file or a log, found binary data");
-    }
-    if (!options.saveCase.empty() && options.changes.empty()) {
-        throw InputError("--save-case: expected --set or --drop");
-    }
-    input.theCase = parseDocument(input.file, reader->readAll());
-    readCase(*input.theCase);
-    return input;
+// A bare name would be looked for where the system's libraries are.
+void makeAbsolute(std::string& build) {
+    if (!build.empty()) build = fs::absolute(build);
 }
 
-bool replayInput(const Input& input, const Options& options) {
-    if (options.roundTrip) {
-        const RoundTrip trip = Replay(replayOptions(options), nullptr).roundTrip(readCase(*input.theCase));
-        std::cout << input.file << ": " << trip.requests << " requests, " << trip.settled << " settled, " << trip.open << " open\n";
-        for (const std::string& each : trip.failures) std::cout << "  " << each << '\n';
-        return trip.failures.empty();
-    }
-    Reporter reporter(options);
-    Replay replay(replayOptions(options), [&reporter](Finding&& finding) { reporter.report(finding); });
-    replay.serve(*input.theCase);
-    return reporter.finish(input.file);
-}
-
-bool replayLogInput(Input& input, const Options& options) {
-    Reporter reporter(options);
-    Replay replay(replayOptions(options), [&reporter](Finding&& finding) { reporter.report(finding); });
-    const auto reader = input.stdinLog ? std::move(input.stdinLog) : std::make_unique<LineReader>(input.file);
-    if (replay.serve(*reader, input.file).requests == 0) {
-        throw InputError(input.file + ": expected a log with lines of the selector, found none");
-    }
-    return reporter.finish(input.file);
-}
-
-int replayAll(const Options& options) {
-    // Every case is read before anything runs; a log may be larger than memory.
-    std::vector<Input> inputs;
-    for (const std::string& file : options.files) inputs.push_back(readInput(file, options));
-    size_t differing = 0;
-    for (Input& each : inputs) {
-        differing += (each.theCase ? replayInput(each, options) : replayLogInput(each, options)) ? 0 : 1;
-    }
-    if (options.summary && !options.json) {
-        std::cout << "total: " << inputs.size() << " files, " << differing << " differ\n";
-    }
-    return differing == 0 ? 0 : 1;
-}
-
-int usageError(const char* what) {
-    std::cerr << what << '\n';
-    return 2;
-}
-
-void addWhatIfOptions(CLI::App& app, Options& options) {
-    app.add_option("--set", options.changes.settings,
+void addChangeOptions(CLI::App& app, Options& options) {
+    app.add_option("--set", options.replay.changes.settings,
                    "KEY=VALUE: what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
                    "metadata.nexaro.hdr.enabled), in every request, or in request N (N:KEY=VALUE); repeatable.\n"
                    "What the case expects is not compared: exit status 0")
         ->allow_extra_args(false);
     app.add_option(
-           "--drop", options.changes.drops,
+           "--drop", options.replay.changes.drops,
            "FRAME[@QUEUE]: what if the queue with this id, or every queue, had lost the frame? Repeatable; after\n"
            "--set")
         ->allow_extra_args(false);
-    app.add_option(
-        "--save-case", options.saveCase,
-        "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out of it");
-    app.add_flag("--explain", options.explain,
+    app.add_option("--against", options.replay.against,
+                   "a second build of the plug-in: serve every request with it too, and report where they differ;\n"
+                   "exit status 1 if they do")
+        ->check(CLI::ExistingFile);
+    app.add_option("--save-case", options.saveCase,
+                   "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out\n"
+                   "of it");
+}
+
+void addReportOptions(CLI::App& app, Options& options) {
+    app.add_option("--frame", options.replay.frames, "N: only requests with this framework frame; repeatable")
+        ->allow_extra_args(false);
+    app.add_option("--request", options.replay.numbers, "N: only request N of each file, from 1; repeatable")
+        ->allow_extra_args(false)
+        ->check(CLI::PositiveNumber);
+    app.add_flag("--explain", options.replay.explain,
                  "one line a frame: why it was chosen or left out, as the library was seen to do, or as a replay with\n"
-                 "one thing changed proves");
+                 "one thing changed shows");
     app.add_option("--picture", options.picture, "draw the requests to a file, one panel each: .svg or .png")
         ->check([](const std::string& file) {
             return canDrawTo(file) ? std::string() : "expected a name ending in .svg or .png, found " + file;
         });
+    app.add_option_function<std::string>(
+           "--log",
+           [&options](const std::string& channel) {
+               options.log = channel == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
+           },
+           "show the log lines of a channel: online (default) or offline")
+        ->expected(0, 1)
+        ->default_str("online")
+        ->check(CLI::IsMember({"online", "offline"}));
+    app.add_flag("--json", options.json, "print one JSON object a request");
+    app.add_flag("--totals", options.totals, "print only what all requests come to; with --json as one object");
+}
+
+void addOptions(CLI::App& app, Options& options) {
+    app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
+    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->required();
+    addReportOptions(app, options);
+    addChangeOptions(app, options);
+    app.add_option("--plugin", options.replay.plugin, "the plug-in to load")->capture_default_str();
+    auto* roundTrip =
+        app.add_flag("--round-trip", options.roundTrip,
+                     "feed every case's own log back and compare the selections; alone, or with --plugin");
+    for (const char* other : {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set",
+                              "--drop", "--against", "--save-case"}) {
+        roundTrip->excludes(app.get_option(other));
+    }
+    for (const char* other : {"--explain", "--log"}) app.get_option("--totals")->excludes(app.get_option(other));
+}
+
+int run(Options& options) {
+    makeAbsolute(options.replay.plugin);
+    makeAbsolute(options.replay.against);
+    options.replay.offlineLog = options.log == LogChannel::kOffline;
+    if (options.hasSeveralFiles() && !options.saveCase.empty()) {
+        throw InputError("--save-case: expected one file, found several");
+    }
+    return Desk(options).run();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::filesystem::path root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+    cleanUpOnSignals();
     Options options;
-    options.plugin = root / "lib/com.nexaro.zsl.motion.so";
-    options.vendorDir = root / "vendor/lib64";
-
+    findLibraries(options.replay);
     CLI::App app{
         "Runs the requests of case files, or of logs in logcat's threadtime format, through the selector plug-in and\n"
-        "reports what it chose.\n"
+        "reports what it chose: [chosen], (lost by a queue), * the anchor, ? not certain.\n"
         "Exit status: 0 as expected, 1 something differs, 2 usage or input error.",
         "zsl-replay"};
-    std::string log;
-    app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
-    app.add_option("CASE", options.files, "case files or logs; - reads standard input")->required();
-    app.add_option("--log", log, "show the log lines of a channel: online (default) or offline")
-        ->expected(0, 1)
-        ->default_str("online")
-        ->check(CLI::IsMember({"online", "offline"}));
-    app.add_flag("--round-trip", options.roundTrip, "feed every case's own log back and compare the selections");
-    app.add_flag("--json", options.json, "print one JSON object a request");
-    addWhatIfOptions(app, options);
-    app.add_option("--plugin", options.plugin, "the plug-in to load")->capture_default_str();
-    app.add_option("--against", options.against, "a second build of the plug-in");
+    addOptions(app, options);
     try {
         app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
-    }
-    if (app.count("--log") > 0) {
-        options.style.log = log == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
-    }
-    options.style.colour = isatty(STDOUT_FILENO) == 1;
-    options.summary = options.files.size() > 1 && !options.explain && options.changes.empty();
-    if (options.files.size() > 1 && !(options.picture + options.saveCase).empty()) {
-        return usageError("--picture and --save-case: expected one case, found several");
-    }
-
-    try {
-        return replayAll(options);
+        return run(options);
+    } catch (const CLI::Success& asked) {
+        std::ostringstream text;
+        app.exit(asked, text, text);
+        writeStandardOutput(text.str());
+        return 0;
     } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
+        clearProgress();
+        std::cerr << printable(error.what()) << '\n';
         return 2;
     }
 }

@@ -53,12 +53,10 @@ void Replay::noteMapped(Finding& finding) {
     }
 }
 
-Served Replay::serve(const Document& document) {
-    const bool isChanged = !mOptions.changes.empty();
-    const Case theCase = readCase(document);
-    const Case shown = isChanged ? readCase(withChanges(document, mOptions.changes)) : theCase;
+Served Replay::serve(const Case& theCase, const Case* changed) {
+    const Case& shown = changed != nullptr ? *changed : theCase;
     std::vector<Run> before;
-    if (isChanged) before = runAll(theCase, mOptions.plugin, false);
+    if (changed != nullptr) before = runAll(theCase, mOptions.plugin, false);
     std::vector<Run> runs = runAll(shown, mOptions.plugin, mOptions.offlineLog);
     std::vector<Run> others;
     if (!mOptions.against.empty()) others = runAll(shown, mOptions.against, mOptions.offlineLog);
@@ -77,7 +75,7 @@ Served Replay::serve(const Document& document) {
         finding.run = std::move(runs[i]);
         finding.account = accountOf(finding.run.log);
         workOut(finding);
-        if (isChanged) {
+        if (changed != nullptr) {
             finding.unchanged = theCase.requests[i];
             finding.before = std::move(before[i]);
             finding.whatIf = differenceOf(*finding.before, finding.run);
@@ -278,8 +276,8 @@ RoundTrip Replay::roundTrip(const Case& theCase) {
     return result;
 }
 
-Served Replay::serve(LineReader& log, const std::string& name) {
-    LogServing serving(*this, name);
+Served Replay::serve(InputFile& log) {
+    LogServing serving(*this, log.name());
     RequestCollector collector([&serving](const LoggedRequest& logged) { serving.add(logged); });
     while (const auto line = log.next()) {
         if (auto found = selectorLine(*line)) collector.add(std::move(*found));

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "account/LogReader.h"
 #include "capture/Document.h"
+#include "capture/InputFile.h"
 #include "replay/Finding.h"
 
 namespace replay {
@@ -52,8 +52,8 @@ class Replay {
 public:
     Replay(ReplayOptions options, Sink sink) : mOptions(std::move(options)), mSink(std::move(sink)) {}
 
-    Served serve(const Document& document);  // a case file
-    Served serve(LineReader& log, const std::string& name);  // no request in it: `requests` is 0, and no error
+    Served serve(const Case& theCase, const Case* changed = nullptr);  // a case file, and what the changes make of it
+    Served serve(InputFile& log);                                      // no request in it is no error
 
     // Hands on no finding.
     RoundTrip roundTrip(const Case& theCase);

@@ -1,123 +1,219 @@
 #include "report/Canvas.h"
 
-#include <cairo-svg.h>
+#include <cairo.h>
 
 #include <algorithm>
-#include <cmath>
-#include <nlohmann/json.hpp>
+#include <array>
+#include <cstdio>
+#include <iomanip>
+#include <memory>
+#include <utility>
 
-#include "capture/Case.h"
+#include "capture/Text.h"
 
 namespace replay {
 
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
+constexpr double kDashes[] = {5, 4};
 
-bool isSvg(const std::string& file) { return file.substr(file.size() - 4) == ".svg"; }
+// Sans-serif letters are about this wide, whichever font there is.
+double widthOf(size_t characters, double size) { return 0.6 * size * static_cast<double>(characters); }
 
-// Well-formed UTF-8 on one line, whatever the input: cairo draws nothing more after a bad byte.
-std::string printable(const std::string& text) {
-    using nlohmann::json;
-    auto line = json::parse(json(text).dump(-1, ' ', false, json::error_handler_t::replace)).get<std::string>();
-    for (char& c : line) {
-        if (static_cast<unsigned char>(c) < ' ') c = ' ';
-    }
-    return line;
+size_t charactersIn(const std::string& utf8) {
+    size_t count = 0;
+    for (const char c : utf8) count += (c & 0xC0) != 0x80 ? 1 : 0;
+    return count;
 }
+
+std::string cutTo(std::string utf8, double most, double size) {
+    if (widthOf(charactersIn(utf8), size) <= most) return utf8;
+    const auto kept = static_cast<size_t>(std::max(1.0, most / widthOf(1, size) - 1));
+    size_t end = 0;
+    for (size_t count = 0; end < utf8.size(); ++end) {
+        count += (utf8[end] & 0xC0) != 0x80 ? 1 : 0;
+        if (count > kept) break;
+    }
+    return utf8.substr(0, end) + "…";
+}
+
+std::string escapedXml(const std::string& text) {
+    std::string xml;
+    for (const char c : text) {
+        xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '"' ? "&quot;" : std::string(1, c);
+    }
+    return xml;
+}
+
+std::array<std::pair<double, double>, 4> corners(const Canvas::Outline& mark) {
+    const double r = mark.radius;
+    const double reach = mark.shape == Shape::kDiamond ? 0 : r;  // of a corner, beside its own axis
+    return {{{mark.x - r, mark.y - reach},
+             {mark.x + reach, mark.y - r},
+             {mark.x + r, mark.y + reach},
+             {mark.x - reach, mark.y + r}}};
+}
+
+class SvgPrinter {
+public:
+    explicit SvgPrinter(std::ostream& out) : mOut(out) { mOut << std::fixed << std::setprecision(1); }
+
+    void operator()(const Canvas::Text& text) const {
+        static constexpr const char* kAnchors[] = {"start", "middle", "end"};
+        mOut << "<text x=\"" << text.x << "\" y=\"" << text.y << "\" font-size=\"" << text.style.size << '"';
+        if (text.style.bold) mOut << " font-weight=\"bold\"";
+        if (text.style.align != Align::kLeft) {
+            mOut << " text-anchor=\"" << kAnchors[static_cast<size_t>(text.style.align)] << '"';
+        }
+        if (text.style.upright) mOut << " transform=\"rotate(-90 " << text.x << ' ' << text.y << ")\"";
+        mOut << '>' << escapedXml(text.text) << "</text>\n";
+    }
+
+    void operator()(const Canvas::Line& line) const {
+        mOut << "<line x1=\"" << line.x0 << "\" y1=\"" << line.y0 << "\" x2=\"" << line.x1 << "\" y2=\"" << line.y1
+             << '"';
+        finish(line.pen);
+    }
+
+    void operator()(const Canvas::Outline& mark) const {
+        if (mark.shape == Shape::kCircle) {
+            mOut << "<circle cx=\"" << mark.x << "\" cy=\"" << mark.y << "\" r=\"" << mark.radius << '"';
+        } else {
+            mOut << "<polygon points=\"";
+            for (const auto& [x, y] : corners(mark)) mOut << x << ',' << y << ' ';
+            mOut << '"';
+        }
+        mOut << " fill=\"" << name(mark.fill) << '"';
+        finish(mark.pen);
+    }
+
+    void operator()(const Canvas::Group& group) const {
+        mOut << (group.begins ? "<g><title>" + escapedXml(group.title) + "</title>\n" : "</g>\n");
+    }
+
+private:
+    static std::string name(Colour colour) {
+        char text[8];
+        std::snprintf(text, sizeof(text), "#%06x", colour & 0xFFFFFFU);
+        return text;
+    }
+
+    void finish(const Pen& pen) const {
+        mOut << " stroke=\"" << name(pen.colour) << "\" stroke-width=\"" << pen.width << '"';
+        if (pen.dashed) mOut << " stroke-dasharray=\"" << kDashes[0] << ' ' << kDashes[1] << '"';
+        mOut << "/>\n";
+    }
+
+    std::ostream& mOut;
+};
+
+class CairoPainter {
+public:
+    explicit CairoPainter(cairo_t* cairo) : mCairo(cairo) {}
+
+    void operator()(const Canvas::Text& text) const {
+        cairo_save(mCairo);
+        cairo_select_font_face(mCairo, "sans-serif", CAIRO_FONT_SLANT_NORMAL,
+                               text.style.bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+        cairo_set_font_size(mCairo, text.style.size);
+        cairo_text_extents_t extents;
+        cairo_text_extents(mCairo, text.text.c_str(), &extents);
+        cairo_translate(mCairo, text.x, text.y);
+        if (text.style.upright) cairo_rotate(mCairo, -kPi / 2);
+        cairo_move_to(mCairo, -extents.x_advance * 0.5 * static_cast<double>(text.style.align), 0);
+        cairo_text_path(mCairo, text.text.c_str());
+        stroke({kWhite, 4, false}, true);
+        setColour(kBlack);
+        cairo_fill(mCairo);
+        cairo_restore(mCairo);
+    }
+
+    void operator()(const Canvas::Line& line) const {
+        cairo_move_to(mCairo, line.x0, line.y0);
+        cairo_line_to(mCairo, line.x1, line.y1);
+        stroke(line.pen, false);
+    }
+
+    void operator()(const Canvas::Outline& mark) const {
+        cairo_new_path(mCairo);
+        if (mark.shape == Shape::kCircle) {
+            cairo_arc(mCairo, mark.x, mark.y, mark.radius, 0, 2 * kPi);
+        } else {
+            for (const auto& [x, y] : corners(mark)) cairo_line_to(mCairo, x, y);
+            cairo_close_path(mCairo);
+        }
+        setColour(mark.fill);
+        cairo_fill_preserve(mCairo);
+        stroke(mark.pen, false);
+    }
+
+    void operator()(const Canvas::Group&) const {}
+
+private:
+    void setColour(Colour colour) const {
+        cairo_set_source_rgb(mCairo, (colour >> 16 & 0xFF) / 255.0, (colour >> 8 & 0xFF) / 255.0,
+                             (colour & 0xFF) / 255.0);
+    }
+
+    void stroke(const Pen& pen, bool preserve) const {
+        setColour(pen.colour);
+        cairo_set_line_width(mCairo, pen.width);
+        cairo_set_dash(mCairo, kDashes, pen.dashed ? 2 : 0, 0);
+        preserve ? cairo_stroke_preserve(mCairo) : cairo_stroke(mCairo);
+    }
+
+    cairo_t* mCairo;
+};
 
 }  // namespace
 
-bool canDrawTo(const std::string& file) {
-    return file.size() > 4 && (isSvg(file) || file.substr(file.size() - 4) == ".png");
-}
-
-Canvas::Canvas(const std::string& file, double width, double height)
-    : mFile(file),
-      mSurface(isSvg(file)
-                   ? cairo_svg_surface_create(file.c_str(), width, height)
-                   : cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(width), static_cast<int>(height)),
-               cairo_surface_destroy),
-      mCairo(cairo_create(mSurface.get()), cairo_destroy) {
-    cairo_set_source_rgb(mCairo.get(), 1, 1, 1);
-    cairo_paint(mCairo.get());
-}
-
-void Canvas::finish() {
-    cairo_status_t status = cairo_status(mCairo.get());
-    if (status == CAIRO_STATUS_SUCCESS && !isSvg(mFile)) {
-        status = cairo_surface_write_to_png(mSurface.get(), mFile.c_str());
-    }
-    cairo_surface_finish(mSurface.get());
-    if (status == CAIRO_STATUS_SUCCESS) status = cairo_surface_status(mSurface.get());
-    if (status == CAIRO_STATUS_SUCCESS) return;
-    throw InputError(mFile + ": expected a file to draw to, found: " + cairo_status_to_string(status));
-}
-
 double Canvas::text(double x, double y, const std::string& text, const TextStyle& style) {
-    cairo_t* const cr = mCairo.get();
-    const std::string line = printable(text);
-    cairo_save(cr);
-    cairo_select_font_face(cr, "sans-serif", CAIRO_FONT_SLANT_NORMAL,
-                           style.bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-    cairo_set_font_size(cr, style.size);
-    cairo_text_extents_t extents;
-    cairo_text_extents(cr, line.c_str(), &extents);
-    const double width = std::min(extents.x_advance, style.most);
-    const double start = style.align == Align::kLeft ? 0 : style.align == Align::kRight ? -width : -width / 2;
-    cairo_translate(cr, x, y);
-    if (style.upright) cairo_rotate(cr, -kPi / 2);
-    cairo_rectangle(cr, start - 1, -style.size, width + 2, style.size * 1.3);
-    cairo_clip(cr);
-    cairo_rectangle(cr, start - 1, -style.size * 0.85, width + 2, style.size * 1.05);
-    cairo_set_source_rgb(cr, 1, 1, 1);
-    cairo_fill(cr);
-    cairo_set_source_rgb(cr, 0, 0, 0);
-    cairo_move_to(cr, start, 0);
-    cairo_show_text(cr, line.c_str());
-    cairo_restore(cr);
+    std::string line = cutTo(printable(text), style.most, style.size);
+    const double width = widthOf(charactersIn(line), style.size);
+    mStrokes.push_back(Text{x, y, std::move(line), style});
     return width;
 }
 
-void Canvas::line(double x0, double y0, double x1, double y1, double width, double grey, bool dashed) {
-    cairo_t* const cr = mCairo.get();
-    const double dashes[] = {5, 4};
-    cairo_set_dash(cr, dashes, dashed ? 2 : 0, 0);
-    cairo_set_source_rgb(cr, grey, grey, grey);
-    cairo_set_line_width(cr, width);
-    cairo_move_to(cr, x0, y0);
-    cairo_line_to(cr, x1, y1);
-    cairo_stroke(cr);
-    cairo_set_dash(cr, dashes, 0, 0);
+void Canvas::line(double x0, double y0, double x1, double y1, const Pen& pen) {
+    mStrokes.push_back(Line{x0, y0, x1, y1, pen});
 }
 
-void Canvas::outline(double x, double y, double radius, Shape shape) {
-    cairo_t* const cr = mCairo.get();
-    cairo_new_path(cr);
-    if (shape == Shape::kSquare) {
-        cairo_rectangle(cr, x - radius * 0.9, y - radius * 0.9, radius * 1.8, radius * 1.8);
-        return;
-    }
-    // A circle, or a polygon of the four points on a larger one.
-    if (shape == Shape::kCircle) cairo_arc(cr, x, y, radius, 0, 2 * kPi);
-    for (int i = 0; shape == Shape::kDiamond && i < 4; ++i) {
-        cairo_line_to(cr, x + 1.2 * radius * std::cos(i * kPi / 2), y + 1.2 * radius * std::sin(i * kPi / 2));
-    }
-    cairo_close_path(cr);
+void Canvas::beginGroup(const std::string& title) { mStrokes.push_back(Group{printable(title), true}); }
+void Canvas::endGroup() { mStrokes.push_back(Group{"", false}); }
+
+void Canvas::outline(double x, double y, double radius, Shape shape, const Pen& pen, Colour fill) {
+    mStrokes.push_back(Outline{x, y, radius, shape, pen, fill});
 }
 
-void Canvas::mark(double x, double y, double radius, Shape shape, bool hollow, bool chosen) {
-    cairo_t* const cr = mCairo.get();
-    const auto paint = [&](double size, double fill, double width) {
-        outline(x, y, size, shape);
-        chosen&& fill < 1 ? cairo_set_source_rgb(cr, 0, 0.16, 0.45) : cairo_set_source_rgb(cr, fill, fill, fill);
-        cairo_fill_preserve(cr);
-        chosen ? cairo_set_source_rgb(cr, 0, 0.16, 0.45) : cairo_set_source_rgb(cr, 0.43, 0.43, 0.43);
-        cairo_set_line_width(cr, width);
-        cairo_stroke(cr);
+void Canvas::writeSvg(std::ostream& out, double width, double height) const {
+    const SvgPrinter printer(out);
+    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
+        << "\" font-family=\"sans-serif\">\n<style>text {paint-order: stroke; stroke: #fff; stroke-width: "
+           "4px}</style>\n"
+        << "<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n";
+    for (const auto& stroke : mStrokes) std::visit(printer, stroke);
+    out << "</svg>\n";
+}
+
+void Canvas::writePng(std::ostream& out, double width, double height) const {
+    const std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> surface(
+        cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(width), static_cast<int>(height)),
+        cairo_surface_destroy);
+    const std::unique_ptr<cairo_t, void (*)(cairo_t*)> cairo(cairo_create(surface.get()), cairo_destroy);
+    cairo_set_source_rgb(cairo.get(), 1, 1, 1);
+    cairo_paint(cairo.get());
+    const CairoPainter painter(cairo.get());
+    for (const auto& stroke : mStrokes) std::visit(painter, stroke);
+    const auto write = [](void* stream, const unsigned char* data, unsigned size) {
+        static_cast<std::ostream*>(stream)->write(reinterpret_cast<const char*>(data), size);
+        return CAIRO_STATUS_SUCCESS;
     };
-    if (chosen) paint(radius * 1.75, 1, std::max(1.2, radius * 0.4));
-    paint(radius, hollow ? 1 : 0.72, 1.2);
+    const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), write, &out);
+    if (status != CAIRO_STATUS_SUCCESS) {
+        throw InputError(std::string("--picture: expected something to draw, found: ") +
+                         cairo_status_to_string(status));
+    }
 }
 
 }  // namespace replay

@@ -1,13 +1,23 @@
-// The few strokes that pictures here need, on an SVG or PNG surface.
+// A drawing of the few strokes that pictures here need, kept until it is written. Lengths are in pixels, downwards.
+// SVG is written as text, with every mark and word in it as such: people search it, and read a mark's own title.
 
 #pragma once
 
-#include <cairo.h>
-
-#include <memory>
+#include <cstdint>
+#include <ostream>
 #include <string>
+#include <variant>
+#include <vector>
 
 namespace replay {
+
+using Colour = uint32_t;  // 0xRRGGBB
+constexpr Colour kBlack = 0x000000;
+constexpr Colour kGrey = 0x6e6e6e;
+constexpr Colour kLightGrey = 0xb8b8b8;
+constexpr Colour kPale = 0xd9d9d9;
+constexpr Colour kWhite = 0xffffff;
+constexpr Colour kBlue = 0x002973;  // dark enough to stand out in grey print, too
 
 enum class Shape { kCircle, kSquare, kDiamond };
 enum class Align { kLeft, kCentre, kRight };
@@ -20,26 +30,47 @@ struct TextStyle {
     double most = 1e9;     // cut at this width
 };
 
-// Whether the name ends in .svg or .png, as a canvas's must.
-bool canDrawTo(const std::string& file);
+struct Pen {
+    Colour colour = kBlack;
+    double width = 1;
+    bool dashed = false;
+};
 
 class Canvas {
 public:
-    Canvas(const std::string& file, double width, double height);
-    void finish();  // throws InputError where the file can't be written
-
-    // From a base line. The text stands on white, so that lines behind it don't cross it out. Returns its width.
+    // From a base line. Stands on white, so that lines behind it don't cross it out. Returns about its width.
     double text(double x, double y, const std::string& text, const TextStyle& style = {});
-    // A chosen mark is larger, darker and ringed.
-    void mark(double x, double y, double radius, Shape shape, bool hollow, bool chosen);
-    void line(double x0, double y0, double x1, double y1, double width, double grey, bool dashed = false);
+    void line(double x0, double y0, double x1, double y1, const Pen& pen);
+    // Marks of a group share its title, which a reader shows under the pointer; it is not drawn.
+    void beginGroup(const std::string& title);
+    void endGroup();
+    void outline(double x, double y, double radius, Shape shape, const Pen& pen, Colour fill);
+
+    void writeSvg(std::ostream& out, double width, double height) const;
+    void writePng(std::ostream& out, double width, double height) const;
+
+    struct Text {
+        double x, y;
+        std::string text;
+        TextStyle style;
+    };
+    struct Line {
+        double x0, y0, x1, y1;
+        Pen pen;
+    };
+    struct Outline {
+        double x, y, radius;
+        Shape shape;
+        Pen pen;
+        Colour fill;
+    };
+    struct Group {
+        std::string title;
+        bool begins;
+    };
 
 private:
-    void outline(double x, double y, double radius, Shape shape);
-
-    std::string mFile;
-    std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> mSurface;
-    std::unique_ptr<cairo_t, void (*)(cairo_t*)> mCairo;
+    std::vector<std::variant<Text, Line, Outline, Group>> mStrokes;
 };
 
 }  // namespace replay

@@ -1,0 +1,87 @@
+#include "report/SavedCase.h"
+
+#include "account/Messages.h"
+#include "capture/Text.h"
+
+namespace replay {
+
+namespace {
+
+// Messages with an address in them come out otherwise each time.
+std::vector<std::string> repeatableMessages(const Run& run) {
+    std::vector<std::string> messages;
+    for (const desk::LogLine& line : run.log) {
+        const auto message = splitMessage(line.message);
+        if (message && message->text.find(" = 0x") == std::string_view::npos) messages.emplace_back(message->text);
+    }
+    return messages;
+}
+
+Expectation expectationOf(const Finding& finding) {
+    Expectation expect;
+    if (finding.request.call) {
+        expect.result = finding.run.result;
+        expect.selectionOfAll = finding.run.selectList;
+        return expect;
+    }
+    const halcore::RequestOutcome& outcome = finding.run.outcome;
+    expect.gate = outcome.needed;
+    if (finding.log && !finding.log->settled()) {
+        expect.logHas = repeatableMessages(finding.run);
+    } else if (outcome.selected) {
+        expect.selection.emplace(outcome.selection.begin(), outcome.selection.end());
+    }
+    return expect;
+}
+
+std::vector<std::string> commentsOn(const Finding& finding) {
+    if (!finding.log) return {};
+    const Evidence& log = *finding.log;
+    std::vector<std::string> comments = {std::to_string(log.reproduced) + " of " + std::to_string(log.lines) +
+                                         " lines reproduced"};
+    for (const std::string& each : log.assumptions) comments.push_back("assumed: " + each);
+    for (const std::string& each : log.missing) comments.push_back("missing: " + each);
+    if (log.settled()) return comments;
+    comments.push_back("no selection is expected: certain are " + join(log.certain) + ", possible " +
+                       join(log.possible) + "; " +
+                       (log.open.empty() ? "no line shows which frame was used last" : log.open));
+    return comments;
+}
+
+}  // namespace
+
+SavedCase::SavedCase(const std::string& file, const std::vector<std::string>& inputs, std::vector<std::string> comments)
+    : mOut(file, inputs), mComments(std::move(comments)) {}
+
+void SavedCase::add(const Finding& finding, const Case& platform) {
+    std::string obstacle = finding.log ? finding.log->obstacle : "";
+    if (obstacle.empty() && mPlatform && platform.properties != mPlatform->properties) {
+        obstacle = "it was served with other properties";
+    }
+    if (!obstacle.empty()) {
+        mComments.push_back("left out: " + finding.request.name + ": " + obstacle);
+        return;
+    }
+    Case one = platform;
+    one.requests = {finding.request};
+    one.requests.front().expect = expectationOf(finding);
+    const Document document = documentOf(one);
+    std::vector<std::string> comments = commentsOn(finding);
+    if (!mPlatform) {
+        printHead(mOut.stream(), document, mComments);
+    } else {
+        comments.insert(comments.begin(), mComments.begin(), mComments.end());
+    }
+    mComments.clear();
+    mPlatform.emplace(platform);
+    mPlatform->requests.clear();
+    printRequests(mOut.stream(), document, {comments});
+}
+
+void SavedCase::finish() {
+    if (!mPlatform) throw OutputError("--save-case: expected a request that can be replayed, found none");
+    for (const std::string& comment : mComments) mOut.stream() << "# " << printable(comment) << '\n';
+    mOut.keep();
+}
+
+}  // namespace replay

@@ -1,0 +1,31 @@
+// Keeps findings as a case file that expects what came out.
+
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "capture/Document.h"
+#include "replay/Finding.h"
+#include "report/Output.h"
+
+namespace replay {
+
+class SavedCase {
+public:
+    // The comments stand at its head.
+    SavedCase(const std::string& file, const std::vector<std::string>& inputs, std::vector<std::string> comments);
+
+    // `platform` gives properties and static metadata: those of the first finding are the file's. Of a request from a
+    // log the selection is expected where the log settles it; else its lines are, and a comment says why.
+    void add(const Finding& finding, const Case& platform);
+    void finish();
+
+private:
+    OutputFile mOut;
+    std::vector<std::string> mComments;
+    std::optional<Case> mPlatform;
+};
+
+}  // namespace replay
