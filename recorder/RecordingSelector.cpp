@@ -61,7 +61,6 @@ Result RecordingSelector::pass(Result (ZSLSelectorBase::*operation)(const Info&)
     if (!mRecorder->on) return (mReal.get()->*operation)(info);
     try {
         Result result = (mReal.get()->*operation)(*recorded);
-        mSensorPolicyMask = (*mReal).*(&RecordingSelector::mSensorPolicyMask);
         mRecorder->attempt([&] {
             note(result, recorded->zslQueues, notes);
             write();
