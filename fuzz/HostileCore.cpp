@@ -231,7 +231,7 @@ private:
         for (int count = gNow.draw() % 8; count > 0; --count) {
             const auto drawn = gNow.draw();
             mServing = drawn / 128;
-            step(drawn % 10);
+            step(drawn % 16);
         }
     }
 
@@ -243,11 +243,12 @@ private:
 
     MotionZSLSelector& selector() { return static_cast<MotionZSLSelector&>(*mSelectors[mServing]); }
 
+    // Gate and selection most often: it is them that leave something behind for the next request.
     void step(int kind) {
         if (kind < 6) return callStrategy(kind);
-        if (kind == 6) return attempt([this] { gNow.add(selector().isSelectorNeeded(mInfo)); });
-        if (kind == 7) return attempt([this] { select(); });
-        check(kind == 8);
+        if (kind < 8) return check(kind == 6);
+        if (kind % 2 == 0) return attempt([this] { gNow.add(selector().isSelectorNeeded(mInfo)); });
+        attempt([this] { select(); });
     }
 
     void create() {
