@@ -25,9 +25,11 @@ public:
     void rewrite(size_t offset, std::string_view text);
 
 private:
+    explicit CaseFile(Recorder& recorder);
+
     std::string mPath;
     int mFile;
-    size_t mHeadSize;
+    size_t mHeadSize = 0;
     size_t mSize = 0;
 };
 

@@ -4,7 +4,6 @@
 #include <cutils/properties.h>
 #include <dlfcn.h>
 
-#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
@@ -38,7 +37,8 @@ std::shared_ptr<Recorder> openRecorder(Entry* entry) noexcept try {
     std::string file = property("vendor.zohal.selector.motion.record.plugin");
     Dl_info own{};
     if (file.empty() && dladdr(reinterpret_cast<const void*>(entry), &own) != 0) {
-        file = std::filesystem::path(own.dli_fname).replace_filename("com.nexaro.zsl.motion.so");
+        file = own.dli_fname;
+        file = file.substr(0, file.rfind('/') + 1) + "com.nexaro.zsl.motion.so";
     }
     const std::shared_ptr<void> library = openLibrary(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) throw std::runtime_error(dlerror());
