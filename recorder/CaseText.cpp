@@ -74,6 +74,7 @@ std::string textOf(const ZoMetadata* metadata, std::initializer_list<const char*
 void Answers::note(const char* question, std::string answer) {
     const auto [noted, isNew] = try_emplace(question, answer);
     changed |= !isNew && noted->second != answer;
+    fresh |= isNew || noted->second != answer;
     noted->second = std::move(answer);
 }
 

@@ -25,7 +25,8 @@ std::string joined(char open, const Range& range, char close, Text text) {
     std::string result(1, open);
     for (const auto& element : range) {
         const std::string next = text(element);
-        if (!next.empty()) result += (result.size() > 1 ? ", " : "") + next;
+        if (result.size() > 1 && !next.empty()) result += ", ";
+        result += next;
     }
     return result + close;
 }
@@ -38,6 +39,7 @@ struct Answers : std::map<std::string, std::string> {
     std::string text() const;
 
     bool changed = false;  // some question had several
+    bool fresh = false;    // an answer is new
 };
 
 }  // namespace recorder

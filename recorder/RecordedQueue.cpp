@@ -65,8 +65,10 @@ void QueueNotes::note(uint32_t zslFrame, const zohal::ZSLFrameEntry* entry) {
     if (entry != nullptr && answers.is("type", textOf(zohal::kFrameInfoQueue))) {
         text = "{mode: " + textOf(entry->perframeSensorMode) + '}';
     }
-    std::string& noted = frames.try_emplace(zslFrame, text).first->second;
+    const auto [frame, isNew] = frames.try_emplace(zslFrame, text);
+    std::string& noted = frame->second;
     answers.changed |= noted != text && noted != kHeld;
+    answers.fresh |= isNew || noted != text;
     noted = std::move(text);
 }
 

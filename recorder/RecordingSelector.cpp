@@ -19,24 +19,27 @@ constexpr size_t kBytesPerFile = 4U << 20;
 
 }  // namespace
 
-std::string Request::text() const {
+std::string Request::body() const {
     Answers all = fields;
-    Answers expected = expect;
-    bool changed = fields.changed || checks.changed;
-    const bool selected = expect.has("selection");
     // By default gate and selection agree.
+    const bool selected = expect.has("selection");
     if (!expect.is("gate", selected ? "true" : "false")) all["select"] = selected ? "always" : "never";
-    all["queues"] = joined('[', queues, ']', [&](const auto& queue) {
-        changed |= queue && queue->answers.changed;
-        return queue && queue->answers.has("all") ? queue->text() : "";  // not without lists: a gate that took it
+    all["queues"] = joined('[', queues, ']', [](const auto& queue) {
+        // A gate that takes the request leaves them to the selection.
+        return queue && queue->answers.has("all") ? queue->text() : "";
     });
-    all["check"] = "{of: " + textOf(checked) + (checked.empty() ? "" : ", ") + checkOf + '}';
-    if (!checked.empty()) expected["checks"] = checks.text();
-    all["expect"] = expected.text();
-
     std::string text;
     for (const auto& [name, value] : all) text += (text.empty() ? "- " : "  ") + name + ": " + value + '\n';
-    text += comments;
+    return text;
+}
+
+std::string Request::tail() const {
+    Answers expected = expect;
+    if (!checked.empty()) expected["checks"] = checks.text();
+    bool changed = fields.changed || checks.changed;
+    for (const auto& queue : queues) changed |= queue && queue->answers.changed;
+    std::string text = "  check: {of: " + textOf(checked) + (checked.empty() ? "" : ", ") + checkOf +
+                       "}\n  expect: " + expected.text() + '\n' + comments;
     if (changed) text += "  # one question had two answers: this may not replay exactly\n";
     if (std::count(queues.begin(), queues.end(), nullptr) != 0) text += "  # null queue handles are left out\n";
     return text + "# end\n";
@@ -153,6 +156,7 @@ void RecordingSelector::noteAsked(const ZSLFrameSelectInfo& info, const Notes& n
                                       "nexaro.hdr.enabled", "nexaro.hdr.sr.enabled", "nexaro.mfnr.anchorTimeStamp",
                                       "nexaro.ai.zosd.motionCaptureType", "nexaro.camera.zoseamlesspolicy.result"}));
     mRequest->queues = notes;
+    mRequest->bodySize = 0;
 }
 
 // A camera's static metadata belongs into the head: with it, the request moves to a new file.
@@ -175,9 +179,15 @@ void RecordingSelector::write() {
             mRequestsInFile = 0;
         }
         mRequest->offset = mFile->size();
+        mRequest->bodySize = 0;
         ++mRequestsInFile;
     }
-    mFile->rewrite(*mRequest->offset, mRequest->text());
+    // Checks change the tail alone, as long as the queues say what they said before.
+    bool newBody = mRequest->bodySize == 0;
+    for (const auto& queue : mRequest->queues) newBody |= queue && std::exchange(queue->answers.fresh, false);
+    const std::string body = newBody ? mRequest->body() : "";
+    if (newBody) mRequest->bodySize = body.size();
+    mFile->rewrite(*mRequest->offset + mRequest->bodySize - body.size(), body + mRequest->tail());
 }
 
 }  // namespace recorder

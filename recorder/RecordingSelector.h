@@ -14,7 +14,9 @@ namespace recorder {
 
 // A request as a case has it.
 struct Request {
-    std::string text() const;  // ends with the line that tells a whole request from one that was cut off
+    // The tail is what checks change. It ends with the line that tells a whole request from one that was cut off.
+    std::string body() const;
+    std::string tail() const;
 
     Answers fields;                // what was asked, and what the core was seen to answer
     Answers expect;                // what the real selector answered
@@ -24,6 +26,7 @@ struct Request {
     std::string checkOf;           // what the checks have in common
     std::string comments;          // why a replay may differ
     std::optional<size_t> offset;  // in its file; absent until it is written
+    size_t bodySize = 0;           // as written; 0 where it has to be written anew
 };
 
 // An extension selector, since a core may know the layout of those. Of the real selector's members it has the name and
