@@ -16,7 +16,11 @@ public:
     RecordedQueue(std::shared_ptr<ZSLFrameQueue> queue, const std::shared_ptr<QueueNotes>& notes)
         : mQueue(std::move(queue)), mNotes(notes) {}
 
-    int32_t getQueueType() const override { return noted("type", mQueue->getQueueType()); }
+    int32_t getQueueType() const override {
+        const int32_t type = noted("type", mQueue->getQueueType());
+        attempt([type](QueueNotes& notes) { notes.type = type; });
+        return type;
+    }
     void reservedForHalCore() override { mQueue->reservedForHalCore(); }
     std::string getName() const override { return noted("name", mQueue->getName()); }
     uint32_t getQueueId() const override { return noted("id", mQueue->getQueueId()); }
@@ -30,8 +34,13 @@ public:
     FrameList getFrameList(int32_t kind) const override {
         FrameList list = mQueue->getFrameList(kind);
         if (kind < zohal::kConsumerList || kind > zohal::kAllFrames) return list;
-        attempt([&](QueueNotes& notes) { notes.listed.insert(notes.listed.end(), list.begin(), list.end()); });
-        return noted(kLists[kind], std::move(list));
+        attempt([&](QueueNotes& notes) {
+            const std::string text = textOf(list);
+            if (!notes.answers.is(kLists[kind], text))
+                notes.listed.insert(notes.listed.end(), list.begin(), list.end());
+            notes.answers.note(kLists[kind], text);
+        });
+        return list;
     }
 
 private:
@@ -61,10 +70,8 @@ private:
 void QueueNotes::note(uint32_t zslFrame, const zohal::ZSLFrameEntry* entry) {
     // Only the value that entries of such a queue are known to have.
     std::string text = entry != nullptr ? kHeld : "";
-    if (entry != nullptr && answers.is("type", textOf(zohal::kMetaQueue))) text = textOf(entry->metaInfo.shutterTime);
-    if (entry != nullptr && answers.is("type", textOf(zohal::kFrameInfoQueue))) {
-        text = "{mode: " + textOf(entry->perframeSensorMode) + '}';
-    }
+    if (entry != nullptr && type == zohal::kMetaQueue) text = textOf(entry->metaInfo.shutterTime);
+    if (entry != nullptr && type == zohal::kFrameInfoQueue) text = "{mode: " + textOf(entry->perframeSensorMode) + '}';
     const auto [frame, isNew] = frames.try_emplace(zslFrame, text);
     std::string& noted = frame->second;
     answers.changed |= noted != text && noted != kHeld;
@@ -86,7 +93,7 @@ Queues recordedQueues(const Queues& queues, Notes& notes) {
     for (size_t i = 0; i < queues.size(); ++i) {
         if (!queues[i]) continue;
         const size_t first = std::find(queues.begin(), queues.end(), queues[i]) - queues.begin();
-        if (!notes[first]) notes[first].reset(new QueueNotes{queues[i].get(), {}, {}, {}, false});
+        if (!notes[first]) notes[first].reset(new QueueNotes{queues[i].get()});
         notes[i] = notes[first];
         recorded[i] = first < i ? recorded[first] : std::make_shared<RecordedQueue>(queues[i], notes[i]);
     }
@@ -108,11 +115,14 @@ void askForRest(const Queues& recorded, const Notes& notes) {
     std::sort(frames.begin(), frames.end());
     frames.erase(std::unique(frames.begin(), frames.end()), frames.end());
     for (size_t i = 0; i < recorded.size(); ++i) {
-        for (const uint32_t zslFrame : recorded[i] ? frames : FrameList()) {
-            const auto [noted, isNew] = notes[i]->frames.try_emplace(zslFrame, kHeld);
-            if (noted->second == kHeld) recorded[i]->getFrame(zslFrame);
+        if (!recorded[i]) continue;
+        const bool hasValues = notes[i]->type == zohal::kMetaQueue || notes[i]->type == zohal::kFrameInfoQueue;
+        for (const uint32_t zslFrame : frames) {
+            const auto noted = notes[i]->frames.find(zslFrame);
+            const bool open = noted == notes[i]->frames.end() || (hasValues && noted->second == kHeld);
+            if (open) recorded[i]->getFrame(zslFrame);
         }
-        if (recorded[i] && notes[i]->failed) throw std::bad_alloc();
+        if (notes[i]->failed) throw std::bad_alloc();
     }
 }
 

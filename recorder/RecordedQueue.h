@@ -10,6 +10,7 @@ namespace recorder {
 
 // What one queue answered in the calls of a request.
 struct QueueNotes {
+    explicit QueueNotes(const zohal::ZSLFrameQueue* handle) : queue(handle) {}
     void note(uint32_t zslFrame, const zohal::ZSLFrameEntry* entry);
     std::string text() const;
 
@@ -17,7 +18,8 @@ struct QueueNotes {
     Answers answers;
     std::map<uint32_t, std::string> frames;  // entries; empty where there is none
     FrameList listed;                        // by any of the lists
-    bool failed;                             // memory was short, and an answer is missing
+    int32_t type = 0;                        // of the queue; 0 while it was not asked
+    bool failed = false;                     // memory was short, and an answer is missing
 };
 using Notes = std::vector<std::shared_ptr<QueueNotes>>;
 using Queues = std::vector<std::shared_ptr<zohal::ZSLFrameQueue>>;

@@ -50,13 +50,15 @@ RecordingSelector::RecordingSelector(std::shared_ptr<Recorder> recorder, std::sh
     mName = (*mReal).*(&RecordingSelector::mName);
 }
 
-// `notes`: of an earlier call with the same queues, or none. `note` gets the answer, the recorded queues and their
-// notes.
+// `goesOn`: with the queues of the latest request, whose notes are continued. `note` gets the answer, the recorded
+// queues and their notes.
 template <typename Result, typename Info, typename Note>
-Result RecordingSelector::pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, Notes notes,
+Result RecordingSelector::pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, bool goesOn,
                                Note note) {
     std::optional<Info> recorded;
+    Notes notes;
     mRecorder->attempt([&] {
+        if (goesOn) notes = mRequest->queues;
         recorded = info;
         recorded->zslQueues = recordedQueues(info.zslQueues, notes);
         mClockNs = systemTime(SYSTEM_TIME_BOOTTIME);
@@ -80,7 +82,7 @@ Result RecordingSelector::pass(Result (ZSLSelectorBase::*operation)(const Info&)
 }
 
 bool RecordingSelector::isSelectorNeeded(const ZSLFrameSelectInfo& info) {
-    return pass(&ZSLSelectorBase::isSelectorNeeded, info, {},
+    return pass(&ZSLSelectorBase::isSelectorNeeded, info, false,
                 [&](bool needed, const Queues& queues, const Notes& notes) {
                     begin("");
                     noteAsked(info, notes);
@@ -92,7 +94,7 @@ bool RecordingSelector::isSelectorNeeded(const ZSLFrameSelectInfo& info) {
 }
 
 zohal::SelectionResult RecordingSelector::selectZSLFrames(const ZSLFrameSelectInfo& info) {
-    return pass(&ZSLSelectorBase::selectZSLFrames, info, {},
+    return pass(&ZSLSelectorBase::selectZSLFrames, info, false,
                 [&](const zohal::SelectionResult& selection, const Queues& queues, const Notes& notes) {
                     const bool follows = mRequest && mRequest->fields.is("frame", textOf(info.fwkFrame)) &&
                                          mRequest->expect.has("gate") && !mRequest->expect.has("selection");
@@ -132,7 +134,7 @@ zohal::ZSLSelectorResult RecordingSelector::checkFrame(const ZSLFrameCheckInfo& 
         if (!mRequest->expect.has("selection")) askForRest(queues, notes);
         noteCamera(camera, StaticMetadataWraper::getInstance()->getStaticMetadata(info.logicalId).get());
     };
-    return pass(&ZSLSelectorBase::checkFrame, info, sameQueues ? mRequest->queues : Notes(), note);
+    return pass(&ZSLSelectorBase::checkFrame, info, sameQueues, note);
 }
 
 void RecordingSelector::begin(const char* comment) {

@@ -47,7 +47,7 @@ public:
 
 private:
     template <typename Result, typename Info, typename Note>
-    Result pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, Notes notes, Note note);
+    Result pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, bool goesOn, Note note);
     void begin(const char* comment);
     void noteAsked(const zohal::ZSLFrameSelectInfo& info, const Notes& notes);
     void noteCamera(const std::string& camera, const ZoMetadata* staticMetadata);
