@@ -42,6 +42,7 @@ int main() {
     if (mkdtemp(folder) == nullptr) return EXIT_FAILURE;
     bench::Capture capture(bench::kPlain, 64, 3);
     capture.setPlatform();
+    capture.check.fwkFrameNum = capture.request.fwkFrame;
     capture.check.zslQueues = capture.request.zslQueues;
     const double without = cost(ZSL_PLUGIN, nullptr, capture);
     const double idle = cost(ZSL_RECORDER, nullptr, capture);

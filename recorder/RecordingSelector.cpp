@@ -50,6 +50,12 @@ RecordingSelector::RecordingSelector(std::shared_ptr<Recorder> recorder, std::sh
     mName = (*mReal).*(&RecordingSelector::mName);
 }
 
+RecordingSelector::~RecordingSelector() {
+    mRecorder->attempt([this] {
+        if (mChecksOnly) write();
+    });
+}
+
 // `goesOn`: with the queues of the latest request, whose notes are continued. `note` gets the answer, the recorded
 // queues and their notes.
 template <typename Result, typename Info, typename Note>
@@ -68,7 +74,7 @@ Result RecordingSelector::pass(Result (ZSLSelectorBase::*operation)(const Info&)
         Result result = (mReal.get()->*operation)(*recorded);
         mRecorder->attempt([&] {
             note(result, recorded->zslQueues, notes);
-            write();
+            if (!mChecksOnly) write();
         });
         return result;
     } catch (...) {
@@ -128,6 +134,7 @@ zohal::ZSLSelectorResult RecordingSelector::checkFrame(const ZSLFrameCheckInfo& 
             mRequest->fields = fields;
             mRequest->queues = notes;
         }
+        mChecksOnly = belongs && mRequest->expect.has("selection");
         mRequest->checkOf = of;
         mRequest->checked.push_back(info.checkFrameNum);
         mRequest->checks.note(textOf(info.checkFrameNum).c_str(), textOf(result));
@@ -142,6 +149,7 @@ void RecordingSelector::begin(const char* comment) {
         mState = "- {name: the state that former requests left, select: never, adapter: " + mMotionWord +
                  ", metadata: " + mRequest->fields["metadata"] + "}\n# end\n";
     }
+    if (mChecksOnly) write();
     mRequest.emplace();
     mRequest->comments = comment;
 }
@@ -168,9 +176,11 @@ void RecordingSelector::noteCamera(const std::string& camera, const ZoMetadata* 
     if (mFile && mRequest->offset) mFile->rewrite(*mRequest->offset, {});
     mRequest->offset.reset();
     mFile.reset();
+    mChecksOnly = false;
 }
 
 void RecordingSelector::write() {
+    mChecksOnly = false;
     if (!mRequest->offset) {
         if (!mFile || mRequestsInFile >= kRequestsPerFile || mFile->size() >= kBytesPerFile) {
             const std::string& motionSwitch = mRecorder->motionSwitch;

@@ -34,6 +34,7 @@ struct Request {
 class RecordingSelector final : public ZSLSelectorExt {
 public:
     RecordingSelector(std::shared_ptr<Recorder> recorder, std::shared_ptr<ZSLSelectorBase> real);
+    ~RecordingSelector() override;
 
     bool isSelectorNeeded(const zohal::ZSLFrameSelectInfo& info) override;
     zohal::ZSLSelectorResult checkFrame(const zohal::ZSLFrameCheckInfo& info) override;
@@ -61,7 +62,8 @@ private:
     Answers mStaticTags;                           // by camera
     std::unique_ptr<CaseFile> mFile;
     uint32_t mRequestsInFile = 0;
-    int64_t mClockNs = 0;  // just before the latest call
+    bool mChecksOnly = false;  // checks of the latest request are not written yet
+    int64_t mClockNs = 0;      // just before the latest call
 };
 
 }  // namespace recorder
