@@ -14,11 +14,9 @@
 
 namespace zohal {
 
-// Payload bytes of one element, 0 for a type that camera metadata does not know.
+// Payload bytes of one element. Of a type that camera metadata does not know each counts as one byte.
 inline size_t elementSize(uint8_t type) {
     switch (type) {
-        case TYPE_BYTE:
-            return 1;
         case TYPE_INT32:
         case TYPE_FLOAT:
             return 4;
@@ -27,15 +25,16 @@ inline size_t elementSize(uint8_t type) {
         case TYPE_RATIONAL:
             return 8;
         default:
-            return 0;
+            return 1;  // TYPE_BYTE, and what is not known
     }
 }
 
-// Payload bytes of an entry, 0 without data.
+// Payload bytes of an entry, saturating; 0 without data.
 inline size_t payloadSize(const camera_metadata_ro_entry_t& entry) {
+    if (entry.data.u8 == nullptr) return 0;
     size_t bytes = 0;
-    const bool beyondSizeT = __builtin_mul_overflow(entry.count, elementSize(entry.type), &bytes);
-    return entry.data.u8 == nullptr ? 0 : beyondSizeT ? SIZE_MAX : bytes;
+    if (__builtin_mul_overflow(entry.count, elementSize(entry.type), &bytes)) return SIZE_MAX;
+    return bytes;
 }
 
 // The T at a byte offset of a payload that covers it.

@@ -53,6 +53,9 @@ struct ZSLFrameEntry {
 
 // The HAL core's queue of captured frames. The core may add and drop frames while a selector reads: a frame that a
 // list names need not have an entry any more when it is asked for.
+//
+// A selector fetches the consumer list first and the producer list after it. The core lets a frame enter the one and
+// leave the other in one step: a frame that stands in both for a while may be chosen twice.
 class ZSLFrameQueue {
 public:
     virtual ~ZSLFrameQueue();
@@ -103,16 +106,6 @@ using SelectionResult = std::map<uint32_t, std::vector<uint32_t>, CompareRule>;
 // after the one found are not asked.
 std::shared_ptr<ZSLFrameQueue> firstQueueOfType(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues,
                                                 ZSLQueueType type);
-
-// Calls `visit` once per queue, in list order, null handles included. The walk holds a handle of its own, which keeps
-// the queue should `visit` replace the element, and hands `visit` another.
-template <typename Visit>
-void visitQueues(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues, const Visit& visit) {
-    for (const auto& element : queues) {
-        const std::shared_ptr<ZSLFrameQueue> queue = element;
-        visit(std::shared_ptr<ZSLFrameQueue>(queue));
-    }
-}
 
 // Renders a frame list for the log: each number is followed by one blank, the last one too.
 template <typename T>

@@ -24,6 +24,14 @@ uint32_t mcxWord(const camera_metadata_ro_entry_t& mcxFrameresult, size_t word) 
     return valueAt<uint32_t>(mcxFrameresult, word * sizeof(uint32_t));
 }
 
+// Role slot k, 1 to 4, names its camera in word 8k. 5: no slot names the camera.
+int cameraRole(const camera_metadata_ro_entry_t& mcxFrameresult) {
+    const uint32_t cameraId = mcxWord(mcxFrameresult, kMcxCameraId);
+    int role = 1;
+    while (role <= 4 && mcxWord(mcxFrameresult, 8U * role) != cameraId) ++role;
+    return role;
+}
+
 std::optional<int32_t> readSensorPolicyMask(uint32_t logicalId) {
     const std::shared_ptr<ZoMetadata> metadata = StaticMetadataWraper::getInstance()->getStaticMetadata(logicalId);
     return firstValue<int32_t>(metadata.get(), "com.nexaro.camera.sensorpolicy.mask");
@@ -38,7 +46,10 @@ int ZSLSelectorBase::preCheckFrame(std::vector<uint32_t>& /*zslFrames*/, int /*f
 
 void ZSLSelectorBase::forEachZSLQ(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues,
                                   std::function<void(std::shared_ptr<ZSLFrameQueue>)> visit) {
-    visitQueues(queues, visit);
+    for (const auto& element : queues) {
+        const std::shared_ptr<ZSLFrameQueue> queue = element;
+        visit(queue);
+    }
 }
 
 ZSLSelectorResult ZSLSelectorBase::checkDesiredSensorMode(const ZSLFrameCheckInfo& checkInfo) {
@@ -74,11 +85,8 @@ ZSLSelectorResult ZSLSelectorBase::checkDesiredSensorMode(const ZSLFrameCheckInf
             ZSL_LOGD("[ZSLSelector] not find mcxFrameresult");
             return kSensorModeUnknown;
         }
-        // Role slot k names its camera in word 8k and has its mode in bits 4(k-1) of the mask. A camera without a role
-        // reads the mode of role 2.
-        const uint32_t cameraId = mcxWord(mcxFrameresult, kMcxCameraId);
-        int cameraRoleType = 1;
-        while (cameraRoleType <= 4 && mcxWord(mcxFrameresult, 8U * cameraRoleType) != cameraId) ++cameraRoleType;
+        // The mask has four bits for each role, those of role 1 lowest. A camera without a role reads those of role 2.
+        const int cameraRoleType = cameraRole(mcxFrameresult);
         const int modeOffset = cameraRoleType <= 4 ? 4 * (cameraRoleType - 1) : 4;
         const uint32_t modeSelectMask = mcxWord(mcxFrameresult, kMcxModeSelectMask);
         const uint32_t sensorModetype = (modeSelectMask >> modeOffset) & 0xF;

@@ -46,8 +46,9 @@ public:
     // Chooses frames for the request. An empty map means that nothing was selected.
     virtual SelectionResult selectZSLFrames(const ZSLFrameSelectInfo& selectInfo) = 0;
 
-    // visitQueues for callers of other binaries. Throws std::bad_function_call when `visit` is empty and there is a
-    // queue to visit.
+    // Calls `visit` once per queue, in list order, null handles included. `visit` gets a handle of its own; another one
+    // keeps the queue should `visit` replace the element. Throws std::bad_function_call when `visit` is empty and there
+    // is a queue to visit.
     void forEachZSLQ(const std::vector<std::shared_ptr<ZSLFrameQueue>>& queues,
                      std::function<void(std::shared_ptr<ZSLFrameQueue>)> visit);
 

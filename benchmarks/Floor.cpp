@@ -21,8 +21,12 @@ QueueHandle firstQueue(const std::vector<QueueHandle>& queues, int32_t type) {
 
 Floor::Floor(const Capture& capture, FrameList selection, CameraAdapter* adapter)
     : mMode(capture.mode), mAdapter(adapter), mSelection(std::move(selection)) {
-    for (const size_t half : {0, 1}) {  // both strategies of a fallback append the same frames
-        for (size_t i = half; i < mSelection.size(); i += 2) mGathered.push_back(mSelection[i]);
+    if (mMode == kNormalFallback) {  // both strategies append the same frames
+        FrameList gathered;
+        for (const size_t half : {0, 1}) {
+            for (size_t i = half; i < mSelection.size(); i += 2) gathered.push_back(mSelection[i]);
+        }
+        mSelection = gathered;
     }
     const uint32_t consumerFrames = capture.frameCount - kProducerFrames;
     mSpanFrame = kFirstFrame + consumerFrames - kNeededFrames;
@@ -36,7 +40,7 @@ Floor::Floor(const Capture& capture, FrameList selection, CameraAdapter* adapter
     }
 }
 
-bool Floor::isSelectorNeeded(const zohal::ZSLFrameSelectInfo& request) const {
+bool Floor::isSelectorNeeded(const zohal::ZSLFrameSelectInfo& request) {
     const std::shared_ptr<ZoMetadata> metadata = request.requestMetas.front();
     metadata->find(0x10029);
     metadata->find("nexaro.ai.zosd.motionCaptureEnabledIcon");
@@ -60,22 +64,16 @@ zohal::SelectionResult Floor::selectZSLFrames(const zohal::ZSLFrameSelectInfo& r
     systemTime(SYSTEM_TIME_BOOTTIME);
 
     strategyCalls(request, metaQueue);
-    if (mMode == kNormalFallback) {
-        normalCalls(request, metaQueue);
-        mSelection = mGathered;
-        std::sort(mSelection.begin(), mSelection.end());
-    }
+    if (mMode == kNormalFallback) normalCalls(metaQueue);
+    FrameList selectList(mSelection);
+    if (mMode == kNormalFallback) std::sort(selectList.begin(), selectList.end());
 
     zohal::SelectionResult result;
-    const auto store = [&](QueueHandle queue) { result.insert_or_assign(queue->getQueueId(), mSelection); };
-    for (const auto& element : request.zslQueues) {
-        const QueueHandle queue = element;
-        store(queue);
-    }
+    forEachZSLQ(request.zslQueues, [&](const QueueHandle& queue) { result[queue->getQueueId()] = selectList; });
     return result;
 }
 
-zohal::ZSLSelectorResult Floor::checkFrame(const zohal::ZSLFrameCheckInfo& check) const {
+zohal::ZSLSelectorResult Floor::checkFrame(const zohal::ZSLFrameCheckInfo& check) {
     const QueueHandle frameInfoQueue = firstQueue(check.zslQueues, zohal::kFrameInfoQueue);
     frameInfoQueue->getFrame(check.checkFrameNum);
     const std::shared_ptr<ZoMetadata> metadata = check.requestMeta;
@@ -93,7 +91,7 @@ void Floor::strategyCalls(const zohal::ZSLFrameSelectInfo& request, const QueueH
     for (const auto& queue : request.zslQueues) queue->getFrame(mSpanFrame);
 }
 
-void Floor::normalCalls(const zohal::ZSLFrameSelectInfo& /*request*/, const QueueHandle& metaQueue) const {
+void Floor::normalCalls(const QueueHandle& metaQueue) const {
     const QueueHandle copy = metaQueue;
     FrameList consumer = metaQueue->getFrameList(zohal::kConsumerList);
     const FrameList producer = metaQueue->getFrameList(zohal::kProducerList);

@@ -1,7 +1,5 @@
 // What the selector costs beside the floor, as a table; or, with --soak N, what N requests do to the memory.
 
-#include <desk/LogSink.h>
-#include <desk/OfflineLog.h>
 #include <dlfcn.h>
 #include <malloc.h>
 
@@ -15,10 +13,10 @@
 #include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
 #include "zodebug/Log.h"
 
-// Shut, the channels' levels are what shuts them.
-static void openLog(bool open) {
+// The channels' levels are what shuts them.
+static void shutLog() {
     zodebug::gZoCamLogGroup = zodebug::gZoCamOfflineLogGroup = zodebug::gZoCamDebugMask = ~0U;
-    zodebug::gZoCamLogLevel = zodebug::gZoCamOfflineLogLevel = open ? 3 : 5;
+    zodebug::gZoCamLogLevel = zodebug::gZoCamOfflineLogLevel = 5;
 }
 
 namespace bench {
@@ -48,7 +46,6 @@ struct Scene {
 
     Capture capture;
     Floor floor{capture, choose(capture), cameraAdapter()};
-    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue = capture.request.zslQueues.front();
 };
 
 template <typename LibraryCall, typename FloorCall>
@@ -59,52 +56,21 @@ benchmark::internal::Benchmark* add(const std::string& name, Mode mode, LibraryC
             scenes.emplace_back(mode, static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1)));
         }
         compare(state, scenes, library, floor);
-        openLog(false);
     };
     return benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(kRounds)->UseManualTime();
-}
-
-// The floor of a strategy makes its calls and has the list grow once.
-template <typename Strategy>
-void addStrategy(const char* name, Mode mode, Strategy strategy, FloorCalls floorCalls = &Floor::strategyCalls) {
-    const auto library = [strategy](Scene& scene) {
-        FrameList selectList;
-        (static_cast<MotionZSLSelector&>(selector()).*strategy)(1, scene.capture.request, scene.metaQueue, selectList,
-                                                                scene.capture.zsdTs, 0);
-        return selectList;
-    };
-    const auto floor = [floorCalls](Scene& scene) {
-        (scene.floor.*floorCalls)(scene.capture.request, scene.metaQueue);
-        return FrameList(scene.floor.selection());
-    };
-    add(name, mode, library, floor)->ArgsProduct({kFrameCounts, kQueueCounts});
 }
 
 void addBenchmarks() {
     const auto select = [](Scene& scene) { return selector().selectZSLFrames(scene.capture.request); };
     const auto floor = [](Scene& scene) { return scene.floor.selectZSLFrames(scene.capture.request); };
-    const auto selectLogging = [](Scene& scene) {
-        openLog(true);
-        desk::takeOfflineLog();
-        return selector().selectZSLFrames(scene.capture.request);
-    };
     for (const Mode mode : kModes)
         add(kModeNames[mode], mode, select, floor)->ArgsProduct({kFrameCounts, kQueueCounts});
-    for (const Mode mode : {kPlain, kLbmfHdr, kBanding}) {
-        add(std::string(kModeNames[mode]) + ", log open", mode, selectLogging, floor)->ArgsProduct({kFrameCounts, {3}});
-    }
     const auto gate = [](Scene& scene) { return selector().isSelectorNeeded(scene.capture.request); };
     const auto gateFloor = [](Scene& scene) { return scene.floor.isSelectorNeeded(scene.capture.request); };
-    add("gate", kLbmfHdr, gate, gateFloor)->ArgsProduct({kFrameCounts, kQueueCounts});
+    add("gate", kLbmfHdr, gate, gateFloor)->ArgsProduct({kFrameCounts, {3}});
     const auto check = [](Scene& scene) { return selector().checkFrame(scene.capture.check); };
     const auto checkFloor = [](Scene& scene) { return scene.floor.checkFrame(scene.capture.check); };
-    add("checkFrame", kPlain, check, checkFloor)->ArgsProduct({kFrameCounts, kQueueCounts});
-    addStrategy("ForZeroShutterDelay", kPlain, &MotionZSLSelector::selectZSLFramesForZeroShutterDelay);
-    addStrategy("ForNormal", kPlain, &MotionZSLSelector::selectZSLFramesForNormal, &Floor::normalCalls);
-    addStrategy("ForLbmfAndHdr", kLbmfHdr, &MotionZSLSelector::selectFramesForLbmfAndHdr);
-    addStrategy("ForBinningAndHdr", kBinningHdr, &MotionZSLSelector::selectFramesForBinningAndHdr);
-    addStrategy("ForSNSCBinning1", kBanding, &MotionZSLSelector::selectZSLFramesForSNSCBinning1);
-    addStrategy("ForSNSCBinning2", kPlain, &MotionZSLSelector::selectZSLFramesForSNSCBinning2);
+    add("checkFrame", kPlain, check, checkFloor)->ArgsProduct({kFrameCounts, {3}});
 }
 
 // Requests of every mode in turn through the one selector. What the first tenth leaves on the heap must be all there
@@ -127,8 +93,7 @@ int soak(long requests) {
 }  // namespace bench
 
 int main(int argc, char** argv) {
-    desk::setLogSink([](const desk::LogLine&) {});
-    openLog(false);
+    shutLog();
     // A HAL has many threads, so handles are counted atomically. Standard libraries do without in a process that never
     // had a second one.
     std::thread([] {}).join();

@@ -5,7 +5,7 @@ add_library(com.nexaro.zsl.motion SHARED
   api/ZSLFrameRecords.cpp
   api/ZSLSelectorBase.cpp
   external/odm/policy/zsl/mtk/ZSLSelectorExt.cpp
-  external/odm/policy/zsl/mtk/general/motion/FrameSpan.cpp
+  external/odm/policy/zsl/mtk/general/motion/StrategySteps.cpp
   external/odm/policy/zsl/mtk/general/motion/GroupScan.cpp
   external/odm/policy/zsl/mtk/general/motion/MotionTags.cpp
   external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.cpp)

@@ -2,6 +2,9 @@
 // switches. The online channel ends in the Android log unless the debug library's hook takes the message; the offline
 // channel hands the message to the debug library's own store.
 //
+// Texts are contract, misspellings, missing blanks and all: log readers match them, and the debug library's hook sees
+// the format strings. Mend none of them, and give no two messages that print alike a format in common.
+//
 // Arguments are evaluated only when a channel is open, and once for each call that prints them: costly ones (a queue's
 // name, a rendered list) cost nothing while the log is shut, and no argument may have a side effect.
 //
@@ -35,8 +38,8 @@ struct Caller {
     int line;
     const char* function;
 
-    static constexpr Caller here(const char* file = __builtin_FILE(), int line = __builtin_LINE(),
-                                 const char* function = __builtin_FUNCTION()) {
+    static constexpr Caller current(const char* file = __builtin_FILE(), int line = __builtin_LINE(),
+                                    const char* function = __builtin_FUNCTION()) {
         return {file, line, function};
     }
 };

@@ -200,6 +200,8 @@ struct FrameQueue : zohal::ZSLFrameQueue {
     const Frames mLists[2];
 };
 
+constexpr uint8_t kUnknownType = 9;  // to camera metadata
+
 // A tag of so many elements of the type that has this size.
 template <typename T>
 Entry values(const std::vector<T>& elements) {

@@ -15,14 +15,14 @@ struct Plain : zohal::ZSLSelectorBase {
 constexpr char kMask[] = "com.nexaro.camera.sensorpolicy.mask";
 constexpr char kMcx[] = "com.nexaro.camera.sensorpolicy.mcxFrameresult";
 constexpr uint32_t kLost = 99;
+constexpr uint32_t kFrame = 4000000009, kRequest = 4000000007;
 
-// Frame 9 for request 7.
 Check check(const Entry& mcx, uint32_t frameMode) {
     const auto info = std::make_shared<FrameQueue>("info", 2, 1);
-    if (frameMode != kLost) info->frames[9].perframeSensorMode = frameMode;
+    if (frameMode != kLost) info->frames[kFrame].perframeSensorMode = frameMode;
     Check made{};
-    made.checkFrameNum = 9;
-    made.fwkFrameNum = 7;
+    made.checkFrameNum = kFrame;
+    made.fwkFrameNum = kRequest;
     made.requestMeta = std::make_shared<ZoMetadata>(ZoMetadata{{{kMcx, mcx}}});
     made.zslQueues = {nullptr, std::make_shared<FrameQueue>("meta", 1, 2), info,
                       std::make_shared<FrameQueue>("second", 2, 3)};
@@ -53,12 +53,13 @@ TEST_F(ForeignCore, BaseCheckWantsTheModeOfTheCamerasRole) {
                 {"highest mode", check(mcx(7, {7, 2, 3, 4}, 0xF), 15), true},
                 {"another mode", check(role2, 4), false},
                 {"132 bytes", check({0, 132, words}, 3), true},
-                {"131 bytes", check({0, 131, words.substr(0, 131)}, 3), false},
+                {"131 bytes", check({kUnknownType, 131, words.substr(0, 131)}, 3), false},
                 {"32 words", check({1, 32, words.substr(0, 128)}, 3), false},
                 {"stale payload", check({1, 0, words}, 3), false},
                 {"no data", check({1, 33, "", false}, 3), false},
+                {"more bytes than can be counted", check({1, SIZE_MAX / 4 + 1, words}, 3), true},
                 {"two unknown modes", check({}, 32), false},
-                {"null request", {9, nullptr, 7, 0, 0, 0, check(role2, 3).zslQueues, 0}, false},
+                {"null request", {kFrame, nullptr, kRequest, 0, 0, 0, check(role2, 3).zslQueues, 0}, false},
                 {"frame lost", check(role2, kLost), false}};
     gWorld.staticMetadata[0].tags[kMask] = values<int32_t>({INT32_MIN});
     Plain selector;
@@ -72,10 +73,10 @@ TEST_F(ForeignCore, BaseCheckWantsTheModeOfTheCamerasRole) {
 TEST_F(ForeignCore, BaseCheckLooksForTheMaskUntilThereIsOne) {
     const std::string own = "checkDesiredSensorMode [ZSLSelector] ";
     const std::string unsupported = own + "not support sensor policy, skip sensor mode checking.";
-    const Texts refused = {own + "fwkFrame:7 zslFrame: 9 get metaFrame failed",
+    const Texts refused = {own + "fwkFrame:4000000007 zslFrame: 4000000009 get metaFrame failed",
                            "operator() [ZSLSelector] not find mcxFrameresult",
-                           own + "fwkFrame:7 zslFrame: 9 reqestFrame zoholder::sensorModetype:32",
-                           own + "checkDesiredSensorMode fail!  fwkFrame:7 zslFrame: 9"};
+                           own + "fwkFrame:4000000007 zslFrame: 4000000009 reqestFrame zoholder::sensorModetype:32",
+                           own + "checkDesiredSensorMode fail!  fwkFrame:4000000007 zslFrame: 4000000009"};
     const struct {
         const char* name;
         uint32_t camera;
@@ -89,15 +90,15 @@ TEST_F(ForeignCore, BaseCheckLooksForTheMaskUntilThereIsOne) {
                 {"a mask, no queue", 6, {}, 1, {own + "logicalId:6, mSensorPolicyMask:-2"}},
                 {"cached for another camera", 1, {}, 1, {}},
                 {"refused", 1, check({}, kLost), 0, refused},
-                {"accepted",
+                {"accepted without a role",
                  1,
-                 check(mcx(7, {7, 0, 0, 0}, 3), 3),
+                 check(mcx(7, {0, 0, 0, 0}, 0x30), 3),
                  1,
-                 {own + "fwkFrame:7 zslFrame: 9 zslFrame zoholder::sensorModetype:3",
-                  "operator() [ZSLSelector] getDesiredSensorMode cameraRoleType:1 modeSelectMask:0x3 modeOffset:0 "
+                 {own + "fwkFrame:4000000007 zslFrame: 4000000009 zslFrame zoholder::sensorModetype:3",
+                  "operator() [ZSLSelector] getDesiredSensorMode cameraRoleType:5 modeSelectMask:0x30 modeOffset:4 "
                   "sensorModetype3",
-                  own + "fwkFrame:7 zslFrame: 9 reqestFrame zoholder::sensorModetype:3",
-                  own + "checkDesiredSensorMode success!  fwkFrame:7 zslFrame: 9"}}};
+                  own + "fwkFrame:4000000007 zslFrame: 4000000009 reqestFrame zoholder::sensorModetype:3",
+                  own + "checkDesiredSensorMode success!  fwkFrame:4000000007 zslFrame: 4000000009"}}};
     gWorld.staticMetadata = {{3, {{{kMask, {1, 0, "stale"}}}}},
                              {4, {{{kMask, {1, 1, "", false}}}}},
                              {5, {{{kMask, values<int32_t>({0})}}}},

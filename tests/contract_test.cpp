@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <tuple>
 
 #include "ForeignCore.h"
 
@@ -40,16 +41,20 @@ TEST_F(ForeignCore, LibrarySelectorsHaveTheContractsLayoutAndOneOwner) {
     EXPECT_EQ(motion.mName, "ZSLSelectorMotion");
     EXPECT_EQ(motion.status, -1);
     EXPECT_TRUE(motion.enabled);
-    EXPECT_EQ(motion.flag1 + motion.flag2 + motion.mSensorPolicyMask + motion.hdrEnable + motion.hdrsrEnable, 0);
-    EXPECT_TRUE(motion.lists[0].empty() && motion.lists[2].empty() && motion.flagMap.empty());
-    EXPECT_TRUE(motion.isSelectorNeeded({1,
-                                         {},
-                                         0,
-                                         {},
-                                         {metadata({{{"65577", values<uint8_t>({2})},
-                                                     {"nexaro.ai.zosd.motionCaptureEnabledIcon", values<uint8_t>({4})},
-                                                     {"nexaro.hdr.enabled", values<uint8_t>({7})},
-                                                     {"nexaro.hdr.sr.enabled", values<uint8_t>({9})}}})}}));
+    EXPECT_EQ(std::tuple(motion.flag1, motion.flag2, motion.mSensorPolicyMask), std::tuple(false, false, 0));
+    EXPECT_EQ(std::tuple(motion.hdrEnable, motion.hdrsrEnable, motion.motionStrategy, motion.isMotionBanding),
+              std::tuple(0, 0, 0U, false));
+    for (const Frames& list : motion.lists) EXPECT_TRUE(list.empty());
+    EXPECT_TRUE(motion.flagMap.empty());
+    EXPECT_TRUE(
+        motion.isSelectorNeeded({1,
+                                 {},
+                                 0,
+                                 {},
+                                 {metadata({{{"65577", values<uint8_t>({2})},
+                                             {"nexaro.ai.zosd.motionCaptureEnabledIcon", {kUnknownType, 1, "\4"}},
+                                             {"nexaro.hdr.enabled", values<uint8_t>({7})},
+                                             {"nexaro.hdr.sr.enabled", values<uint8_t>({9})}}})}}));
     EXPECT_EQ(gWorld.calls, (Texts{"65577", "nexaro.ai.zosd.motionCaptureEnabledIcon", "nexaro.hdr.enabled",
                                    "nexaro.hdr.sr.enabled"}));
     EXPECT_EQ((std::pair{motion.hdrEnable, motion.hdrsrEnable}), (std::pair<uint8_t, uint8_t>{7, 9}));
@@ -111,7 +116,7 @@ TEST_F(ForeignCore, OtherSelectorsCanBeBuiltOnTheExportedClasses) {
     EXPECT_FALSE(ext.isSelectorNeeded({1, {}, 0, {a}, {}}));
     EXPECT_TRUE(ext.selectZSLFrames({1, {}, 0, {a}, {}}).empty());
     const Flags accepted = static_cast<zohal::ZSLSelectorBase&>(ext).checkFrame({});
-    EXPECT_EQ(accepted.first + accepted.second, 2);
+    EXPECT_EQ((std::pair{accepted.first, accepted.second}), (std::pair<uint8_t, uint8_t>{1, 1}));
     Frames frames = {3, 1};
     EXPECT_EQ(ext.preCheckFrame(frames, 5), 0);
     EXPECT_EQ(frames, (Frames{3, 1}));
@@ -176,9 +181,10 @@ TEST_F(ForeignCore, ChannelsOpenSeparatelyAndArgumentsAreLazy) {
 TEST_F(ForeignCore, EachLogFunctionGetsItsArgumentsInItsOrder) {
     zodebug::gZoCamOfflineLogGroup = zodebug::gZoCamDebugMask = 0x40;
     gWorld.hookTakes = 0;
-    ZSLSelectorExt().checkDesiredSensorMode({1, nullptr, 2, 3, -4, 5, {}, -6});
+    ZSLSelectorExt().checkDesiredSensorMode({0x80000001, nullptr, 0x80000002, 3, -4, 5, {}, -6});
     Motion().selectZSLFrames({12, {}, 0, {}, {}});
-    const std::string first = "checkFrameNum = 1 fwkFrameNum = 2  reqtMasterId = -4 masterRoleId = 5 AiHLFrameNum = -6";
+    const std::string first =
+        "checkFrameNum = -2147483647 fwkFrameNum = -2147483646  reqtMasterId = -4 masterRoleId = 5 AiHLFrameNum = -6";
     const std::string second = "[ZSLSelector] fwkFrame:12 no metaQueue, select finished";
     for (Texts* texts : {&gWorld.android, &gWorld.offline}) (*texts)[0].resize((*texts)[0].find(" this = 0x"));
     EXPECT_EQ(gWorld.hook[1], "64 shown:# selectZSLFrames D [ZSLSelector] fwkFrame:%u no metaQueue, select finished");

@@ -229,6 +229,7 @@ TEST(Desk, FramesComeAndGoWhileASelectorReads) {
             request.zslQueues = {queue, queue};
             Camera camera{*queue, inBoth};
             std::thread cameraThread(&Camera::run, &camera);
+            while (camera.newest < 60) std::this_thread::yield();  // until every list has its frames
             int selected = 0;
             for (int i = 0; i < 20000 && selected < 500; ++i) {
                 const uint32_t before = camera.newest;

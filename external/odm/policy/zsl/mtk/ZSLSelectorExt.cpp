@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int32_t kSensorModeUnknown = -1;
+constexpr int32_t kNoSensorMode = -1;  // of a frame without an entry, and of a request that names none
 
 }  // namespace
 
@@ -34,7 +34,7 @@ zohal::ZSLSelectorResult ZSLSelectorExt::checkDesiredSensorMode(const zohal::ZSL
     const auto frameInfoQueue = zohal::firstQueueOfType(checkInfo.zslQueues, zohal::kFrameInfoQueue);
     if (!frameInfoQueue) return {false, false};
 
-    int32_t perframeSensorMode = kSensorModeUnknown;
+    int32_t perframeSensorMode = kNoSensorMode;
     if (const zohal::ZSLFrameEntry* entry = frameInfoQueue->getFrame(checkInfo.checkFrameNum)) {
         perframeSensorMode = static_cast<int32_t>(entry->perframeSensorMode);
         ZSL_LOGD("[ZSLSelector] fwkFrame:%u zslFrame: %u zslFrame perframeSensorMode:%d", checkInfo.fwkFrameNum,
@@ -46,7 +46,7 @@ zohal::ZSLSelectorResult ZSLSelectorExt::checkDesiredSensorMode(const zohal::ZSL
 
     // A lambda, so that its messages carry "operator()", the name that log filters know them by.
     const auto getDesiredSensorMode = [](std::shared_ptr<ZoMetadata> requestMeta) -> int32_t {
-        if (!requestMeta) return kSensorModeUnknown;
+        if (!requestMeta) return kNoSensorMode;
         const std::optional<int32_t> desiredSensorMode =
             zohal::firstValue<int32_t>(requestMeta.get(), "com.nexaro.ext.control.policy.sensorMode");
         if (desiredSensorMode) {
@@ -55,8 +55,8 @@ zohal::ZSLSelectorResult ZSLSelectorExt::checkDesiredSensorMode(const zohal::ZSL
             return *desiredSensorMode;
         }
         ZSL_LOGD("[ZSLSelector] get nexaro.ext.control.policy.sensorMode failed, desiredSensorMode = %d",
-                 kSensorModeUnknown);
-        return kSensorModeUnknown;
+                 kNoSensorMode);
+        return kNoSensorMode;
     };
     const int32_t reqDesiredSensorMode = getDesiredSensorMode(checkInfo.requestMeta);
     ZSL_LOGD("[ZSLSelector] fwkFrame:%u zslFrame: %u reqestFrame reqDesiredSensorMode:%d", checkInfo.fwkFrameNum,

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <utility>
 
 namespace motion {
 
@@ -21,17 +20,15 @@ int64_t distance(int64_t a, int64_t b) {
 
 }  // namespace
 
-template <uint32_t kGroupCycle>
-uint32_t GroupScan<kGroupCycle>::nearestGroup(const FrameList& allList, zolog::Caller caller) const {
+uint32_t GroupScan::nearestGroup(const FrameList& allList, zolog::Caller caller) const {
     const auto allCount = static_cast<uint32_t>(allList.size());
     const uint32_t end = allCount - std::min(groupLength, allCount);
     uint32_t baseIndex = allCount;
     int64_t timeStampDiffMin = kFarthest;
-    const uint32_t* const frames = allList.data();  // read once: no call of the queue can move it
     for (uint32_t i = 0; i < end; ++i) {
-        if (frames[i] % kGroupCycle != 0 || frames[i] <= lastZslFrame) continue;
+        if (allList[i] % groupCycle != 0 || allList[i] <= lastZslFrame) continue;
 
-        const uint32_t referenceFrame = frames[(i + groupLength) / 2];
+        const uint32_t referenceFrame = allList[(i + groupLength) / 2];
         const zohal::ZSLFrameEntry* entry = metaQueue->getFrame(referenceFrame);
         if (entry == nullptr) continue;  // a group that cannot be judged must not win
 
@@ -50,20 +47,17 @@ uint32_t GroupScan<kGroupCycle>::nearestGroup(const FrameList& allList, zolog::C
     return baseIndex;
 }
 
-template <uint32_t kGroupCycle>
-bool GroupScan<kGroupCycle>::appendNearestGroup(FrameList& selectList, zolog::Caller caller) const {
-    FrameList consumer = frameList(metaQueue, zohal::kConsumerList);
+bool GroupScan::appendNearestGroup(FrameList& selectList, zolog::Caller caller) const {
+    const FrameList consumer = frameList(metaQueue, zohal::kConsumerList);
     const FrameList allList = frameList(metaQueue, zohal::kAllFrames);
     const uint32_t baseIndex = nearestGroup(allList, caller);
     if (baseIndex == allList.size()) return false;
 
-    consumer.resize(std::min<size_t>(consumer.size(), groupLength));
-    consumer.erase(consumer.begin(), consumer.begin() + std::min<size_t>(consumer.size(), baseIndex));
-    append(selectList, std::move(consumer));
+    // Consumer frames at positions counted in the list of all frames: the two lists need not begin alike.
+    const auto end = std::min<int64_t>(groupLength, static_cast<int64_t>(consumer.size()));
+    const auto begin = std::min<int64_t>(baseIndex, end);
+    selectList.insert(selectList.end(), consumer.begin() + begin, consumer.begin() + end);
     return true;
 }
-
-template struct GroupScan<4>;
-template struct GroupScan<7>;
 
 }  // namespace motion

@@ -18,11 +18,11 @@ constexpr size_t kPolicyRecordSize = 52;
 constexpr size_t kPolicySensorId = 0;
 constexpr size_t kPolicySensorMode = 40;
 
-// What the device's conversion instruction does, spelled out: out of range saturates.
+// What the device's conversion instruction does, spelled out: beyond the range it saturates. A delay is never negative,
+// so there is no such sum below the range.
 int64_t toNanoseconds(double ns) {
     constexpr double kTwoTo63 = 9223372036854775808.0;
     if (ns >= kTwoTo63) return std::numeric_limits<int64_t>::max();
-    if (ns < -kTwoTo63) return std::numeric_limits<int64_t>::min();
     return static_cast<int64_t>(ns);
 }
 
@@ -46,13 +46,14 @@ int64_t zeroShutterDelayTarget(const AnchorTags& tags) {
     return toNanoseconds(static_cast<double>(tags.anchorTS) + delay);
 }
 
-std::optional<SeamlessPolicyEntry> readSeamlessPolicy(const ZoMetadata* metadata, uint32_t masterId) {
+std::optional<uint32_t> readSeamlessSensorMode(const ZoMetadata* metadata, uint32_t sensorId) {
     if (metadata == nullptr) return std::nullopt;
     const camera_metadata_ro_entry_t policy = metadata->find("nexaro.camera.zoseamlesspolicy.result");
     const size_t payload = std::min(zohal::payloadSize(policy), kPolicyRecords * kPolicyRecordSize);
     for (size_t record = 0; record + kPolicyRecordSize <= payload; record += kPolicyRecordSize) {
-        if (zohal::valueAt<uint32_t>(policy, record + kPolicySensorId) != masterId) continue;
-        return SeamlessPolicyEntry{masterId, zohal::valueAt<uint32_t>(policy, record + kPolicySensorMode)};
+        if (zohal::valueAt<uint32_t>(policy, record + kPolicySensorId) == sensorId) {
+            return zohal::valueAt<uint32_t>(policy, record + kPolicySensorMode);
+        }
     }
     return std::nullopt;
 }

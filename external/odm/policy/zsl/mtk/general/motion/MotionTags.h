@@ -30,13 +30,8 @@ AnchorTags readAnchorTags(const ZoMetadata* metadata);
 // The target moment (zsdTs): what the picture is meant to show, in ns; 0 outside motion capture.
 int64_t zeroShutterDelayTarget(const AnchorTags& tags);
 
-// The sensor mode that the platform's seamless policy chose for one camera.
-struct SeamlessPolicyEntry {
-    uint32_t sensorId;
-    uint32_t sensorMode;
-};
-
-// The policy's first entry for the camera; absent when the request has no policy result or it does not name the camera.
-std::optional<SeamlessPolicyEntry> readSeamlessPolicy(const ZoMetadata* metadata, uint32_t masterId);
+// The sensor mode that the platform's seamless policy chose for a camera, the first of its records that names it;
+// absent when none does.
+std::optional<uint32_t> readSeamlessSensorMode(const ZoMetadata* metadata, uint32_t sensorId);
 
 }  // namespace motion

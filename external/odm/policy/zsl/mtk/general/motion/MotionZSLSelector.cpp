@@ -7,20 +7,16 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 #include "adapter/AdapterClient.h"
-#include "external/odm/policy/zsl/mtk/general/motion/FrameSpan.h"
 #include "external/odm/policy/zsl/mtk/general/motion/GroupScan.h"
 #include "external/odm/policy/zsl/mtk/general/motion/MotionTags.h"
+#include "external/odm/policy/zsl/mtk/general/motion/StrategySteps.h"
 #include "log/ZoLog.h"
 
-using motion::AnchorSearch;
-using motion::append;
 using motion::DeliveryOrder;
 using motion::FrameList;
 using motion::GroupScan;
-using motion::keepNewer;
 using zohal::vectorToString;
 
 namespace {
@@ -36,7 +32,8 @@ bool isBandingStrategy(uint32_t motionStrategy) { return motionStrategy >= 2 && 
 bool isLbmfMode(uint32_t sensorModeType) { return sensorModeType == 8 || sensorModeType == 9 || sensorModeType == 21; }
 
 // Both lists are asked for whether or not they are logged: the core sees the same calls with any log settings.
-void logFrameLists(uint32_t fwkFrame, const zohal::ZSLFrameQueue& queue, zolog::Caller caller = zolog::Caller::here()) {
+void logFrameLists(uint32_t fwkFrame, const zohal::ZSLFrameQueue& queue,
+                   zolog::Caller caller = zolog::Caller::current()) {
     const FrameList consumer = queue.getFrameList(zohal::kConsumerList);
     if (consumer.empty()) {
         ZSL_LOG(zolog::kInfo, caller, "[ZSLSelector] fwkFrame:%u [%s] Current Consumer list none", fwkFrame,
@@ -55,12 +52,23 @@ void logFrameLists(uint32_t fwkFrame, const zohal::ZSLFrameQueue& queue, zolog::
     }
 }
 
-// Takes the list for `count` - 1 pairs and removes the second frame of each but the last: the entries at positions 1,
-// 3, 5, ... below 2 * `count` - 4, as far as the list goes.
+// Takes the list for `count` - 1 pairs of frames and keeps the first frame of each, of the last pair both, and whatever
+// follows.
 void thinPairs(FrameList& frames, int64_t count) {
-    const auto removed = std::clamp<int64_t>(count - 2, 0, static_cast<int64_t>(frames.size() / 2));
-    for (int64_t kept = 1; kept < removed; ++kept) frames[kept] = frames[2 * kept];
-    frames.erase(frames.begin() + removed, frames.begin() + 2 * removed);
+    const int64_t lastPair = 2 * count - 4;
+    size_t kept = 0;
+    for (size_t position = 0; position < frames.size(); ++position) {
+        if (position % 2 == 0 || static_cast<int64_t>(position) >= lastPair) frames[kept++] = frames[position];
+    }
+    frames.resize(kept);
+}
+
+// A flag that another binary's check may have answered with: only the lowest bit of its byte counts.
+bool lowestBit(const bool& flag) {
+    uint8_t byte = 0;
+    static_assert(sizeof(byte) == sizeof(flag));
+    std::memcpy(&byte, &flag, sizeof(byte));
+    return (byte & 1) != 0;
 }
 
 }  // namespace
@@ -107,15 +115,8 @@ bool MotionZSLSelector::isSelectorNeeded(const zohal::ZSLFrameSelectInfo& select
 }
 
 zohal::ZSLSelectorResult MotionZSLSelector::checkFrame(const zohal::ZSLFrameCheckInfo& checkInfo) {
-    zohal::ZSLSelectorResult result = checkDesiredSensorMode(checkInfo);
-    // Only the lowest bit of each flag counts: the check may be another binary's, and its flag bytes need not be 0
-    // or 1.
-    uint16_t flags = 0;
-    static_assert(sizeof(flags) == sizeof(result));
-    std::memcpy(&flags, &result, sizeof(flags));
-    flags &= 0x0101;
-    std::memcpy(&result, &flags, sizeof(flags));
-    return result;
+    const zohal::ZSLSelectorResult result = checkDesiredSensorMode(checkInfo);
+    return {lowestBit(result.first), lowestBit(result.second)};
 }
 
 zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameSelectInfo& selectInfo) {
@@ -133,9 +134,9 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
     uint32_t sensorModeType = 0;
     if (const std::shared_ptr<ZoMetadata> metadata = motion::requestMetadata(selectInfo)) {
         anchor = motion::readAnchorTags(metadata.get());
-        if (const auto policy = motion::readSeamlessPolicy(metadata.get(), selectInfo.reqtMasterId)) {
-            ZSL_LOGI("sensor id:%d sensor mode: %d", policy->sensorId, policy->sensorMode);
-            sensorModeType = policy->sensorMode;
+        if (const auto sensorMode = motion::readSeamlessSensorMode(metadata.get(), selectInfo.reqtMasterId)) {
+            ZSL_LOGI("sensor id:%d sensor mode: %d", selectInfo.reqtMasterId, *sensorMode);
+            sensorModeType = *sensorMode;
         }
     }
     ZSL_LOGI("<mc anchor pick> anchorTS:%ld, motionCapType:0x%x, reqtMasterId: %d, sensorModeType: %d, needZslNum: %d",
@@ -159,6 +160,7 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
     } else {
         selected = selectZSLFramesForZeroShutterDelay(fwkFrame, selectInfo, metaQueue, selectList, zsdTs, lastZslFrame);
         if (!selected) {
+            // What the first strategy found too few of stays in the list, and the second may choose it again.
             ZSL_LOGI("[ZSLSelector] fwkFrame:%u selectZSLFramesByZeroShutterDelay failed", fwkFrame);
             selected = selectZSLFramesForNormal(fwkFrame, selectInfo, metaQueue, selectList, zsdTs, lastZslFrame);
         }
@@ -166,13 +168,9 @@ zohal::SelectionResult MotionZSLSelector::selectZSLFrames(const zohal::ZSLFrameS
 
     zohal::SelectionResult result;
     if (selected) {
-        FrameList* last = nullptr;  // the entry visited last gets the list itself
-        visitQueues(selectInfo.zslQueues, [&](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
-            if (!queue) return;
-            if (last != nullptr) *last = selectList;
-            last = &result[queue->getQueueId()];
+        forEachZSLQ(selectInfo.zslQueues, [&](const std::shared_ptr<zohal::ZSLFrameQueue>& queue) {
+            if (queue) result[queue->getQueueId()] = selectList;
         });
-        if (last != nullptr) *last = std::move(selectList);
     }
     return result;
 }
@@ -182,23 +180,19 @@ bool MotionZSLSelector::selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame,
                                                            std::shared_ptr<zohal::ZSLFrameQueue>& metaQueue,
                                                            std::vector<uint32_t>& selectList, long zsdTs,
                                                            int lastZslFrame) {
-    DeliveryOrder frames(metaQueue.get());
+    const DeliveryOrder frames(metaQueue.get());
     const uint32_t needed = motion::needZslNum(selectInfo);
 
-    int64_t anchorOffset = 0;
-    const AnchorSearch search{fwkFrame, metaQueue.get(), zsdTs};
-    if (!search.inConsumerList(frames.consumer, anchorOffset)) search.inProducerList(frames.producer, anchorOffset);
-
-    const uint32_t csbegin = motion::spanBegin(frames.consumerCount() + anchorOffset, needed);
+    const int64_t anchor = motion::findAnchor(frames, 0, zsdTs, fwkFrame).place;
+    const int64_t anchorOffset = anchor - frames.consumerCount();
+    const uint32_t csbegin = motion::spanBegin(anchor, needed);
     ZSL_LOGI("[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%d csbegin:%d consumerQ[%s]", fwkFrame,
              static_cast<int32_t>(anchorOffset), csbegin, vectorToString(frames.consumer).c_str());
 
-    const int64_t begin = motion::firstPresent(selectInfo, frames.consumer, csbegin);
-    // An anchor before the last consumer frame leaves the producer list out.
-    const int64_t producerEnd = anchorOffset >= -1 ? frames.producerCount() : 0;
-    keepNewer(frames.consumer, begin, frames.consumerCount(), lastZslFrame);
-    keepNewer(frames.producer, motion::spanBegin(anchorOffset, needed), producerEnd, lastZslFrame);
-    append(selectList, std::move(frames));
+    const int64_t begin = motion::firstPresent(selectInfo, frames, csbegin);
+    // An anchor ahead of the last consumer frame leaves the producer list out.
+    const int64_t end = anchorOffset < -1 ? frames.consumerCount() : frames.frameCount();
+    frames.appendNewer(selectList, begin, end, lastZslFrame);
     return selectList.size() >= needed;
 }
 
@@ -206,28 +200,27 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const 
                                                        std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                                        std::vector<uint32_t>& selectList, long zsdTs,
                                                        int lastZslFrame) {
-    DeliveryOrder frames(metaQueue.get());
+    const DeliveryOrder frames(metaQueue.get());
     const uint32_t needed = motion::needZslNum(selectInfo);
     if (!frames.hasEnough(needed, fwkFrame)) return false;
 
-    // An even anchor in the consumer list gives way to the next place, which may be the first of the producer list.
-    int64_t anchorOffset = 0;
-    const AnchorSearch search{fwkFrame, metaQueue.get(), zsdTs};
-    bool anchored = search.inConsumerList(frames.consumer, anchorOffset);
-    if (anchored && motion::isEven(frames.frameAt(frames.consumerCount() + anchorOffset))) {
-        ++anchorOffset;
-        anchored = anchorOffset < 0;
+    // An even anchor in the consumer list gives way to the next place; where that is past the list, the search goes on.
+    const int64_t consumerEnd = frames.consumerCount();
+    motion::Anchor anchor = motion::findAnchor(frames, 0, zsdTs, fwkFrame);
+    if (anchor.isAfterTarget && anchor.place < consumerEnd && motion::isEven(frames.frameAt(anchor.place))) {
+        ++anchor.place;
+        if (anchor.place == consumerEnd) anchor = motion::findAnchor(frames, consumerEnd, zsdTs, fwkFrame);
     }
-    if (!anchored) search.inProducerList(frames.producer, anchorOffset);
 
-    const uint32_t csbegin = motion::spanBegin(frames.consumerCount() + anchorOffset, needed);
+    const int64_t anchorOffset = anchor.place - consumerEnd;
+    const uint32_t csbegin = motion::spanBegin(anchor.place, needed);
+    // A negative offset goes to an unsigned conversion: this strategy has always shown -1 as 18446744073709551615, and
+    // readers of its log take it for what it is.
     ZSL_LOGI("[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%lu csbegin:%d consumerQ[%s]", fwkFrame, anchorOffset, csbegin,
              vectorToString(frames.consumer).c_str());
 
-    const int64_t begin = motion::firstPresent(selectInfo, frames.consumer, csbegin);
-    keepNewer(frames.consumer, begin, frames.consumerCount(), lastZslFrame);
-    keepNewer(frames.producer, motion::spanBegin(anchorOffset, needed), frames.producerCount(), lastZslFrame);
-    append(selectList, std::move(frames));
+    const int64_t begin = motion::firstPresent(selectInfo, frames, csbegin);
+    frames.appendNewer(selectList, begin, frames.frameCount(), lastZslFrame);
     return true;
 }
 
@@ -238,13 +231,10 @@ bool MotionZSLSelector::selectZSLFramesForNormal(uint32_t fwkFrame, const zohal:
     const int64_t needed = motion::needZslNum(selectInfo);
     if (!frames.hasEnough(needed, fwkFrame)) return false;
 
-    // The newest consumer frames make up for what the producer list is short of. Their order is settled at the end.
-    FrameList& consumer = frames.consumer;
-    const int64_t newestBegin = frames.consumerCount() - std::max<int64_t>(needed - frames.producerCount(), 0);
-    std::nth_element(consumer.begin(), consumer.begin() + newestBegin, consumer.end());
-    keepNewer(consumer, newestBegin, frames.consumerCount(), lastZslFrame);
-    keepNewer(frames.producer, 0, frames.producerCount(), lastZslFrame);
-    append(selectList, std::move(frames));
+    // The newest consumer frames make up for what the producer list is short of.
+    std::sort(frames.consumer.begin(), frames.consumer.end());
+    const int64_t begin = frames.consumerCount() - std::max<int64_t>(needed - frames.producerCount(), 0);
+    frames.appendNewer(selectList, begin, frames.frameCount(), lastZslFrame);
     std::sort(selectList.begin(), selectList.end());
     return true;
 }
@@ -252,16 +242,16 @@ bool MotionZSLSelector::selectZSLFramesForNormal(uint32_t fwkFrame, const zohal:
 bool MotionZSLSelector::selectFramesForLbmfAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                                   std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                                   std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame) {
-    const GroupScan<4> scan{fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame),
-                            motion::needZslNum(selectInfo) + 1};
+    const GroupScan scan{
+        fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame), motion::needZslNum(selectInfo) + 1, 4};
     return scan.appendNearestGroup(selectList);
 }
 
 bool MotionZSLSelector::selectFramesForBinningAndHdr(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                                      std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                                      std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame) {
-    const GroupScan<7> scan{fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame),
-                            motion::needZslNum(selectInfo) + 1};
+    const GroupScan scan{
+        fwkFrame, metaQueue.get(), zsdTs, static_cast<uint32_t>(lastZslFrame), motion::needZslNum(selectInfo) + 1, 7};
     if (!scan.appendNearestGroup(selectList)) return false;
     // A group is one frame longer than needed; of a selection that was empty its fourth exposure is the one to spare.
     if (selectList.size() > 3) selectList.erase(selectList.begin() + 3);
@@ -272,30 +262,29 @@ bool MotionZSLSelector::selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const 
                                                        std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                                        std::vector<uint32_t>& selectList, long /*zsdTs*/,
                                                        int lastZslFrame) {
-    DeliveryOrder frames(metaQueue.get());
+    const DeliveryOrder frames(metaQueue.get());
     const int64_t needed = motion::needZslNum(selectInfo);
-    int64_t length = 2 * needed - 2;  // of needed - 1 pairs
+    const int64_t length = 2 * needed - 2;  // of needed - 1 pairs
     if (!frames.hasEnough(length, fwkFrame)) return false;
 
+    const int64_t consumerEnd = frames.consumerCount();
     int64_t begin = frames.frameCount() - length;
+    int64_t end = frames.frameCount();
     ZSL_LOGD("[ZSLSelector] fwkFrame:%u, consumerSize: %d, fistConsumerFrameNum: %d", fwkFrame,
-             static_cast<int32_t>(length - frames.producerCount()),
-             begin < frames.consumerCount() ? frames.consumer[begin] : 0);
+             static_cast<int32_t>(length - frames.producerCount()), begin < consumerEnd ? frames.consumer[begin] : 0);
     if (needed == 1) {
         // No pair to choose from: the newest frame it is.
-        --begin;
-        length = 1;
+        begin = std::max<int64_t>(end - 1, 0);
     } else if (needed > 1 && begin > 0 && motion::isEven(frames.frameAt(begin))) {
+        // One frame earlier. The consumer part runs to the end of its list all the same, so without producers the span
+        // gets longer.
         --begin;
+        --end;
     }
 
-    // The consumer part runs to the end of its list: without producers a span that was moved is one frame longer.
-    const int64_t producerBegin = begin - frames.consumerCount();
-    keepNewer(frames.consumer, begin, frames.consumerCount(), lastZslFrame);
-    keepNewer(frames.producer, producerBegin, producerBegin + length, lastZslFrame);
-    append(selectList, std::move(frames.consumer), frames.producer.size());
+    frames.appendNewer(selectList, begin, consumerEnd, lastZslFrame);
     ZSL_LOGD("[ZSLSelector] consumer: finalList: %s", vectorToString(selectList).c_str());
-    append(selectList, std::move(frames.producer));
+    frames.appendNewer(selectList, std::max(begin, consumerEnd), end, lastZslFrame);
     ZSL_LOGI("[ZSLSelector] before update fwkFrame:%u final Select list: %s", fwkFrame,
              vectorToString(selectList).c_str());
     thinPairs(selectList, needed);

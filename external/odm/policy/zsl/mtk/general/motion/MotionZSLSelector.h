@@ -21,35 +21,42 @@ public:
     // The gate. Besides answering it notes the request's HDR flags and the platform's motion strategy, by which
     // selectZSLFrames chooses its strategy: call it first, with the same request. False, without a look at the request,
     // while the property "vendor.zohal.selector.motion.zsl.disable" was true or unset when the library was loaded.
+    //
+    // The call loads the platform's adapter library where it is not loaded yet, without a lock. The HAL core sees to it
+    // that until a call has found the adapter no two run at once, whatever selectors they go to: otherwise the library
+    // is opened and initialised twice.
     bool isSelectorNeeded(const zohal::ZSLFrameSelectInfo& selectInfo) override;
 
     // Passes on what checkDesiredSensorMode says, the most derived class's.
     zohal::ZSLSelectorResult checkFrame(const zohal::ZSLFrameCheckInfo& checkInfo) override;
 
-    // Chooses frames from the first queue of kind kMetaQueue and returns the one list under the id of every queue.
+    // Chooses frames from the first queue of kind kMetaQueue and returns the one list under the id of every queue. An
+    // empty list is a success as well: a strategy that serves may have found every frame used.
     zohal::SelectionResult selectZSLFrames(const zohal::ZSLFrameSelectInfo& selectInfo) override;
 
     // The strategies. They read no member of the selector, and share their parameters:
     //   fwkFrame      the request's framework frame, for the log
     //   selectInfo    the request; the element count of requestMetas is the number of frames it needs
     //   metaQueue     the queue to choose from; null counts as a queue with empty lists
-    //   selectList    the selection; a strategy appends to it, and an empty one may get other memory
+    //   selectList    the selection; a strategy appends to it, in the memory the caller reserved as long as that lasts
     //   zsdTs         the target moment, ns on the clock of the shutter times
     //   lastZslFrame  frames numbered at or below it, as an unsigned number, have been used and are not chosen; of a
     //                 group that goes for the first frame alone
-    // True: selectList is the selection. False: the strategy cannot serve the request.
+    // True: selectList is the selection. False: the strategy cannot serve the request. What it has appended by then
+    // stays in the list, and a strategy called after it may append the same frame once more.
 
-    // From as many frames as are needed, the last of them the anchor, to the newest: the anchor is the first frame
-    // after zsdTs. Starts later where a queue has lost the first frames, and leaves the producer list out where the
-    // anchor stands ahead of the last consumer frame. True when selectList ends up with as many frames as the request
-    // needs; what was appended stays in it in any case.
+    // Zero shutter delay. Takes the needed frames that end at the anchor, which is the first frame after zsdTs, and
+    // everything newer. Starts later where a queue has lost the first of them, and leaves the producer list out where
+    // the anchor stands ahead of the last consumer frame. True when selectList ends up with as many frames as the
+    // request needs. Takes the queue by reference, alone among the strategies, because its exported name says so; it
+    // does not touch the handle.
     bool selectZSLFramesForZeroShutterDelay(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                             std::shared_ptr<zohal::ZSLFrameQueue>& metaQueue,
                                             std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
 
-    // Motion banding placed in time: the same span, but an even anchor in the consumer list gives way to the next
-    // frame, and the producer list is never left out. False when the queue has too few frames; true promises none. For
-    // callers of the class; selectZSLFrames does not use it.
+    // Motion banding placed in time. Takes the same frames, but an even anchor in the consumer list gives way to the
+    // next frame, and the producer list is never left out. False when the queue has too few frames; true promises none.
+    // For callers of the class; selectZSLFrames does not use it.
     bool selectZSLFramesForSNSCBinning2(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                         std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                         std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
@@ -70,8 +77,8 @@ public:
                                       std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                       std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
 
-    // Motion banding: the newest pairs of frames. The whole of selectList is then thinned out, to one of each pair but
-    // the last. False when there are too few frames.
+    // Motion banding: the newest pairs of frames, one pair fewer than frames are needed. The whole of selectList is
+    // then thinned out: of each pair but the last the second frame goes. False when there are too few frames.
     bool selectZSLFramesForSNSCBinning1(uint32_t fwkFrame, const zohal::ZSLFrameSelectInfo& selectInfo,
                                         std::shared_ptr<zohal::ZSLFrameQueue> metaQueue,
                                         std::vector<uint32_t>& selectList, long zsdTs, int lastZslFrame);
