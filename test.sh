@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test.
-source "$(dirname "${BASH_SOURCE[0]}")/scripts/build.sh"
+here=$(dirname "${BASH_SOURCE[0]}")
+bash "$here/scripts/install.sh" "$here/scripts/packages-tests.txt"
+source "$here/scripts/build.sh"
 ctest --test-dir "$root/build" --output-on-failure --parallel "$(nproc)"

@@ -10,8 +10,7 @@ add_library(com.nexaro.zsl.motion SHARED
   external/odm/policy/zsl/mtk/general/motion/MotionTags.cpp
   external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.cpp)
 set(map ${PROJECT_SOURCE_DIR}/com.nexaro.zsl.motion.map)
-set_target_properties(com.nexaro.zsl.motion PROPERTIES PREFIX "" LINK_DEPENDS ${map}
-                      LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set_target_properties(com.nexaro.zsl.motion PROPERTIES PREFIX "" LINK_DEPENDS ${map})
 target_include_directories(com.nexaro.zsl.motion PUBLIC ${PROJECT_SOURCE_DIR})
 target_compile_options(com.nexaro.zsl.motion PRIVATE -fno-semantic-interposition)
 # ZoMetadata is a class of the HAL core, and which of the core's two libraries defines it is the core's choice. What

@@ -29,7 +29,7 @@ static void readLog(InputFile& log) {
         const Rebuilt rebuilt = rebuild(logged);
         if (!rebuilt.obstacle.empty()) return;
         Case theCase = platformOf(rebuilt.disabled);
-        theCase.requests.push_back(rebuilt.request);
+        theCase.requests = {rebuilt.request};
         const std::string text = printed(documentOf(theCase));
         try {
             readCase(parseDocument("rebuilt", text));

@@ -24,8 +24,8 @@ row() { # LOG FILTER STATUS EXPECTED
   fi
 }
 
-row jump    'cat'                                                       0 '1 request, 15 of 15 lines reproduced, as logged'
-row offline 'cat'                                                       0 '3 requests, 26 of 26 lines reproduced'
+row jump    'cat'                                                       0 '15 of 15 lines reproduced: consistent with the log'
+row offline 'cat'                                                       0 '26 of 26 lines reproduced'
 row bursts  'sed "s/$/\r/"'                                             0 '26 of 26'
 row bursts  'tr -d "\n" | sed "s/11-22/&/" ; echo'                      2 'expected .* found'
 row bursts  'sed -E "s/^[0-9]{2}-[0-9]{2} [0-9:.]+ /2026-&+0200 u0_a1 /"'  0 '26 of 26'
@@ -47,16 +47,16 @@ row bursts  'sed "s/shutter time:4/shutter time:99999999999999999999/"' 1 'the l
 row bursts  'grep -v ZoC; echo "11-22 01:02:03.004  1  1 I tag: text"'  2 'in: expected a log with lines of the selector, found none'
 row bursts  'head -c 100000 /bin/sh'                                    2 'expected a case file or a log, found binary data'
 row long    'cat'                                                       0 'the Consumer list is cut after [0-9]+ frames'
-row session 'cat'                                                       0 'as logged'
+row session 'cat'                                                       0 'certain    6 of 6 selections'
 
 # Requests of two threads, line by line in turn, come out as each by itself.
 sed -E 's/^(.{18} *[0-9]+ +)[0-9]+/\17/' "$work/jump" | paste -d '\n' "$work/bursts" - > "$work/mixed"
-row mixed   'cat'                                                       0 '4 requests, 41 of 41'
+row mixed   'cat'                                                       0 '41 of 41'
 
 # A rebuilt case keeps its assumptions and what came out.
 "$replay" "$work/bursts" --save-case "$work/saved.yaml" > /dev/null && grep -q '^# assumed: ' "$work/saved.yaml" &&
-  "$replay" "$work/saved.yaml" | grep -q 'chosen     1503 1505 1507 1508' || { echo "FAILED: saved case"; failed=1; }
+  "$replay" "$work/saved.yaml" | grep -q 'chosen .*: 1503 1505 1507 1508' || { echo "FAILED: saved case"; failed=1; }
 "$replay" "$work/bursts" --explain --save-case "$work/explained.yaml" > /dev/null &&
   cmp -s "$work/saved.yaml" "$work/explained.yaml" || { echo "FAILED: a case saved while it is explained"; failed=1; }
-"$replay" "$work/bursts" "$work/jump" "$work/session" | grep -q '^total: 3 files, 0 differ' || { echo "FAILED: total"; failed=1; }
+"$replay" "$work/bursts" "$work/jump" "$work/session" | grep -q 'differ     none' || { echo "FAILED: total"; failed=1; }
 exit $failed

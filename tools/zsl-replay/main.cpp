@@ -79,16 +79,18 @@ public:
 
 private:
     void serve(const std::string& file) {
-        const std::string name = file == "-" ? "<stdin>" : file;
         Totals ofFile(!mOptions.replay.against.empty());
         mOfFile = &ofFile;
         mProgress.beginFile();
         InputFile input(file);
+        input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
+        const std::string& name = input.name();
         const bool isLog = input.looksLikeLog();
         if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
-        mAll.addFile();
+        mProgress.endFile(input.bytesRead());
         if (isLog && served.requests == 0) noteEmptyLog(name);
+        mAll.addFile();
         if (served.requests > 0) note(served);
         if (!mOptions.json && mOptions.hasSeveralFiles() && ofFile.requests() > 0) {
             writeStandardOutput(ofFile.line(name));
@@ -96,22 +98,24 @@ private:
     }
 
     Served serveCase(const Document& document) {
-        const Changes& changes = mOptions.replay.changes;
-        if (mSaved && changes.empty()) throw InputError("--save-case: expected --set or --drop");
+        if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
-        if (!theCase.cutOff.empty()) warn(theCase.file + ": " + theCase.cutOff);
+        if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
         mPlatform = theCase;
         mPlatform.requests.clear();
-        if (changes.empty()) return mReplay.serve(theCase);
-        const Case changed = readCase(withChanges(document, changes));
-        return mReplay.serve(theCase, &changed);
+        return mReplay.serve(document);
+    }
+
+    void noteCutOff(const std::string& what) {
+        warn(what);
+        if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
     }
 
     void feedBack(const Case& theCase) {
         const RoundTrip trip = mReplay.roundTrip(theCase);
-        std::string text = theCase.file + ": of " + std::to_string(trip.requests) + " selections that were fed back " +
-                           std::to_string(trip.settled) + " came out again, and " + std::to_string(trip.open) +
-                           " are among those that their logs leave open\n";
+        std::string text = printable(theCase.file) + ": of " + std::to_string(trip.requests) +
+                           " selections that were fed back " + std::to_string(trip.settled) + " came out again, and " +
+                           std::to_string(trip.open) + " are among those that their logs leave open\n";
         for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
         writeStandardOutput(text);
         if (!trip.failures.empty() && mStatus == 0) mStatus = 1;
@@ -145,7 +149,7 @@ private:
         if (!mOptions.totals && mOptions.json) {
             writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
         } else if (!mOptions.totals && !(mOptions.summarizes() && finding.passes())) {
-            writeStandardOutput(textOf(finding, mText) + '\n');
+            writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
         if (mPicture) mPicture->add(finding);
         if (mSaved) mSaved->add(finding, finding.log ? platformOfLog(finding) : mPlatform);
@@ -166,8 +170,11 @@ private:
 
     void writeTotals() const {
         if (mAll.files() == 0) return;
-        if (mOptions.json && mOptions.totals) writeStandardOutput(mAll.json());
-        if (!mOptions.json && (mOptions.totals || mAll.requests() > 1)) writeStandardOutput(mAll.block());
+        if (mOptions.json) {
+            if (mOptions.totals) writeStandardOutput(mAll.json());
+        } else if (mOptions.totals || mAll.requests() > 1) {
+            writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
+        }
     }
 
     void warn(const std::string& what) const {
@@ -186,21 +193,19 @@ private:
     Totals mAll;
     Totals* mOfFile = nullptr;
     TextOptions mText;
-    Served mServed;  // the most that a file holds, and all framework frames
-    Case mPlatform;  // of the case file under way, without requests
+    size_t mReported = 0;  // one by one
+    Served mServed;        // the most that a file holds, and all framework frames
+    Case mPlatform;        // of the case file under way, without requests
     std::unique_ptr<PictureReport> mPicture;
     std::unique_ptr<SavedCase> mSaved;
     int mStatus = 0;
 };
 
-// The plug-in and the desk's libraries lie beside the tool: where they are built, or in a folder of their own where
-// they are installed.
+// The plug-in and the desk's libraries lie beside the tool, built or installed, wherever that is moved to.
 void findLibraries(ReplayOptions& options) {
-    const fs::path root = fs::read_symlink("/proc/self/exe").parent_path().parent_path();
-    const fs::path own = root / "lib/zsl-replay";
-    const bool isInstalled = fs::exists(own / "com.nexaro.zsl.motion.so");
-    options.plugin = (isInstalled ? own : root / "lib") / "com.nexaro.zsl.motion.so";
-    options.vendorDir = (isInstalled ? own : root) / "vendor/lib64";
+    const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
+    options.plugin = bin.parent_path() / "lib/zsl-replay/com.nexaro.zsl.motion.so";
+    options.vendorDir = bin.parent_path() / "lib/zsl-replay/vendor";
 }
 
 // A bare name would be looked for where the system's libraries are.
@@ -210,34 +215,39 @@ void makeAbsolute(std::string& build) {
 
 void addChangeOptions(CLI::App& app, Options& options) {
     app.add_option("--set", options.replay.changes.settings,
-                   "KEY=VALUE: what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
+                   "what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
                    "metadata.nexaro.hdr.enabled), in every request, or in request N (N:KEY=VALUE); repeatable.\n"
                    "What the case expects is not compared: exit status 0")
+        ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
-    app.add_option(
-           "--drop", options.replay.changes.drops,
-           "FRAME[@QUEUE]: what if the queue with this id, or every queue, had lost the frame? Repeatable; after\n"
-           "--set")
+    app.add_option("--drop", options.replay.changes.drops,
+                   "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set")
+        ->option_text("FRAME[@QUEUE]")
         ->allow_extra_args(false);
     app.add_option("--against", options.replay.against,
                    "a second build of the plug-in: serve every request with it too, and report where they differ;\n"
                    "exit status 1 if they do")
+        ->option_text("FILE")
         ->check(CLI::ExistingFile);
     app.add_option("--save-case", options.saveCase,
                    "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out\n"
-                   "of it");
+                   "of it")
+        ->option_text("FILE");
 }
 
 void addReportOptions(CLI::App& app, Options& options) {
-    app.add_option("--frame", options.replay.frames, "N: only requests with this framework frame; repeatable")
+    app.add_option("--frame", options.replay.frames, "only requests with this framework frame; repeatable")
+        ->option_text("N")
         ->allow_extra_args(false);
-    app.add_option("--request", options.replay.numbers, "N: only request N of each file, from 1; repeatable")
+    app.add_option("--request", options.replay.numbers, "only request N of each file, from 1; repeatable")
+        ->option_text("N")
         ->allow_extra_args(false)
         ->check(CLI::PositiveNumber);
     app.add_flag("--explain", options.replay.explain,
                  "one line a frame: why it was chosen or left out, as the library was seen to do, or as a replay with\n"
                  "one thing changed shows");
     app.add_option("--picture", options.picture, "draw the requests to a file, one panel each: .svg or .png")
+        ->option_text("FILE")
         ->check([](const std::string& file) {
             return canDrawTo(file) ? std::string() : "expected a name ending in .svg or .png, found " + file;
         });
@@ -247,6 +257,7 @@ void addReportOptions(CLI::App& app, Options& options) {
                options.log = channel == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
            },
            "show the log lines of a channel: online (default) or offline")
+        ->option_text("[CHANNEL]")
         ->expected(0, 1)
         ->default_str("online")
         ->check(CLI::IsMember({"online", "offline"}));
@@ -256,21 +267,29 @@ void addReportOptions(CLI::App& app, Options& options) {
 
 void addOptions(CLI::App& app, Options& options) {
     app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
-    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->required();
+    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
     addReportOptions(app, options);
     addChangeOptions(app, options);
-    app.add_option("--plugin", options.replay.plugin, "the plug-in to load")->capture_default_str();
-    auto* roundTrip =
-        app.add_flag("--round-trip", options.roundTrip,
-                     "feed every case's own log back and compare the selections; alone, or with --plugin");
-    for (const char* other : {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set",
-                              "--drop", "--against", "--save-case"}) {
-        roundTrip->excludes(app.get_option(other));
-    }
-    for (const char* other : {"--explain", "--log"}) app.get_option("--totals")->excludes(app.get_option(other));
+    app.add_option("--plugin", options.replay.plugin, "the plug-in to load, instead of the one beside the tool")
+        ->option_text("FILE");
+    app.add_flag("--round-trip", options.roundTrip,
+                 "feed every case's own log back and compare the selections; alone, or with --plugin");
 }
 
-int run(Options& options) {
+// What would be ignored is refused.
+void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
+    for (const std::string& other : others) {
+        if (app.count(option) > 0 && app.count(other) > 0) {
+            throw InputError(option + ": expected without " + other + ", found both");
+        }
+    }
+}
+
+int run(const CLI::App& app, Options& options) {
+    refuseTogether(app, "--totals", {"--explain", "--log"});
+    refuseTogether(app, "--round-trip",
+                   {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set", "--drop",
+                    "--against", "--save-case"});
     makeAbsolute(options.replay.plugin);
     makeAbsolute(options.replay.against);
     options.replay.offlineLog = options.log == LogChannel::kOffline;
@@ -293,13 +312,15 @@ int main(int argc, char** argv) {
         "zsl-replay"};
     addOptions(app, options);
     try {
-        app.parse(argc, argv);
-        return run(options);
-    } catch (const CLI::Success& asked) {
-        std::ostringstream text;
-        app.exit(asked, text, text);
-        writeStandardOutput(text.str());
-        return 0;
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::Success& asked) {
+            std::ostringstream text;
+            app.exit(asked, text, text);
+            writeStandardOutput(text.str());
+            return 0;
+        }
+        return run(app, options);
     } catch (const std::exception& error) {
         clearProgress();
         std::cerr << printable(error.what()) << '\n';

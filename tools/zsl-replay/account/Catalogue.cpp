@@ -184,10 +184,13 @@ std::optional<MatchedLine> matchLine(std::string_view function, std::string_view
     const auto found = patternsByFunction().find(function);
     if (found == patternsByFunction().end()) return std::nullopt;
     if (!cut) text = withoutBlanksAtEnd(text);
+    std::optional<MatchedLine> best;  // a cut line may be taken for several: the one that says most of it
     for (const Pattern& pattern : found->second) {
-        if (auto line = matchPattern(pattern, text, cut)) return line;
+        const auto line = matchPattern(pattern, text, cut);
+        if (line && (!best || line->fieldCount > best->fieldCount)) best = line;
+        if (line && !cut) break;
     }
-    return std::nullopt;
+    return best;
 }
 
 bool isKnownFunction(std::string_view function) { return patternsByFunction().count(function) > 0; }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "account/Messages.h"
-
 namespace replay {
 
 namespace {
@@ -22,12 +20,6 @@ bool beginsSelection(const std::optional<MatchedLine>& matched) {
 bool isOtherChannels(const LoggedLine& a, const LoggedLine& b) { return a.message == b.message && a.tag != b.tag; }
 
 }  // namespace
-
-std::optional<std::vector<int64_t>> checkBegin(std::string_view text) {
-    return matchNumbers(
-        "[ZSLSelector] checkFrameNum = % fwkFrameNum = %  reqtMasterId = % masterRoleId = % AiHLFrameNum = %",
-        text.substr(0, text.find(" this = ")));
-}
 
 void LoggedRequest::add(LoggedLine&& line) {
     const auto matched = matchLine(line.function(), line.text(), line.cut);

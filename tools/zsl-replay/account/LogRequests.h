@@ -62,7 +62,4 @@ private:
     std::deque<LoggedRequest> mOpen;
 };
 
-// Matches a message of the sensor-mode check's beginning: frame, framework frame, master, role, AiHLFrameNum.
-std::optional<std::vector<int64_t>> checkBegin(std::string_view text);
-
 }  // namespace replay

@@ -18,8 +18,6 @@ public:
         : std::runtime_error("expected " + expected + ", found " + found) {}
 };
 
-std::string quoted(const std::string& text) { return '"' + printable(text) + '"'; }
-
 [[noreturn]] void failPath(const std::string& found) {
     throw ChangeError("the path of a request's key", quoted(found));
 }

@@ -35,7 +35,7 @@ const NoText kNoText[] = {
 };
 
 // A file's name for a shell to read.
-std::string quoted(const std::string& file) {
+std::string shellWord(const std::string& file) {
     std::string text = "'";
     for (const char c : file) text += c == '\'' ? "'\\''" : std::string(1, c);
     text += '\'';
@@ -80,7 +80,7 @@ void InputFile::refuseWhatIsNoText() const {
     const std::string_view head = unread();
     const auto refuse = [this](const char* name, const std::string& command) {
         throw InputError(printable(mName + ": expected a case file or a log, found " + name + "; try: " + command +
-                                   (mFile == "-" ? "" : ' ' + quoted(mFile)) + " | zsl-replay -"));
+                                   (mFile == "-" ? "" : ' ' + shellWord(mFile)) + " | zsl-replay -"));
     };
     for (const NoText& each : kNoText) {
         if (head.substr(0, each.begin.size()) == each.begin) refuse(each.name, each.command);

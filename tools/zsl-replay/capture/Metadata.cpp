@@ -1,5 +1,6 @@
 #include "capture/Metadata.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -35,6 +36,9 @@ const KnownTag kKnownTags[] = {
 // By the platform's numbers.
 constexpr const char* kTypes[] = {"byte", "int32", "float", "int64", "double", "rational"};
 constexpr size_t kTypeCount = sizeof(kTypes) / sizeof(kTypes[0]);
+
+// Of a type that camera metadata does not know, bytes.
+size_t elementSize(uint8_t type) { return std::max<size_t>(zohal::elementSize(type), 1); }
 
 const KnownTag* findTag(const std::string& name) {
     for (const KnownTag& tag : kKnownTags) {
@@ -143,7 +147,7 @@ NodePtr realNode(const uint8_t* bytes) {
 NodePtr elementNode(uint8_t type, const uint8_t* bytes) {
     if (type == TYPE_FLOAT) return realNode<float>(bytes);
     if (type == TYPE_DOUBLE) return realNode<double>(bytes);
-    return makeNumber(wholeNumber(bytes, zohal::elementSize(type)));
+    return makeNumber(wholeNumber(bytes, elementSize(type)));
 }
 
 // Records as [sensor id, sensor mode]; null where they hold more than that.
@@ -164,7 +168,7 @@ NodePtr valueNode(const std::string& tag, const TagValue& value) {
     if (tag == kSeamlessPolicy) {
         if (NodePtr records = policyNode(value)) return records;
     }
-    const size_t size = zohal::elementSize(value.type);
+    const size_t size = elementSize(value.type);
     Node::List elements;
     for (size_t at = 0; at + size <= value.payload.size(); at += size) {
         elements.push_back(elementNode(value.type, value.payload.data() + at));

@@ -19,105 +19,105 @@ bool isPlain(const std::string& text) {
     return !isNull && (isWordOrNumber(text[0]) || (text[0] == '-' && text.size() > 1 && isWordOrNumber(text[1])));
 }
 
-std::string textOf(const std::string& text) { return isPlain(text) ? text : '"' + escaped(text, "\"\\") + '"'; }
+std::string textOf(const std::string& text) { return isPlain(text) ? text : quoted(text); }
 
-// Prints on one line as far as that goes: false, and some of it printed, where it does not fit.
-bool printFlow(const NodePtr& node, size_t most, std::string& out) {
-    if (const std::string* text = node->text()) {
-        out += textOf(*text);
-    } else if (const Node::List* list = node->list()) {
-        out += '[';
-        for (const NodePtr& each : *list) {
-            if (&each != &list->front()) out += ", ";
-            if (!printFlow(each, most, out)) return false;
-        }
-        out += ']';
-    } else if (const Node::Map* map = node->map()) {
-        out += '{';
-        for (const auto& [key, value] : *map) {
-            if (&key != &map->front().first) out += ", ";
-            out += textOf(*key->text()) + ": ";
-            if (!printFlow(value, most, out)) return false;
-        }
-        out += '}';
-    } else {
-        out += "null";
-    }
-    return out.size() <= most;
-}
-
-// A list of which nothing is long, as numbers are: on as many lines as it takes.
-bool printWrapped(const Node::List& list, size_t indent, size_t column, std::string& out) {
-    out = "[";
-    column += 1;
-    for (const NodePtr& each : list) {
-        std::string element;
-        if (!printFlow(each, kLineWidth / 2, element)) return false;
-        const bool isLast = &each == &list.back();
-        element += isLast ? "]" : ",";
-        if (column + element.size() + 1 > kLineWidth && &each != &list.front()) {
-            out += '\n' + std::string(indent, ' ');
-            column = indent;
-        } else if (&each != &list.front()) {
-            out += ' ';
-            ++column;
-        }
-        out += element;
-        column += element.size();
-    }
-    return true;
+// Whether it takes lines of its own where it is long: a list or map that holds another, or messages.
+bool isSpread(const NodePtr& node) {
+    const auto isLarge = [](const NodePtr& each) {
+        const bool holds = (each->list() != nullptr && !each->list()->empty()) || each->map() != nullptr;
+        return holds || (each->text() != nullptr && each->text()->size() > kLineWidth / 4);
+    };
+    if (const Node::List* list = node->list()) return std::any_of(list->begin(), list->end(), isLarge);
+    const Node::Map* map = node->map();
+    return map != nullptr && !map->empty();
 }
 
 class Printer {
 public:
     explicit Printer(std::ostream& out) : mOut(out) {}
 
-    // Prints what stands behind "key:" or "-", with the end of its line. `column` is where that has ended.
-    void value(const NodePtr& node, size_t indent, size_t column, bool isElement) {
-        std::string flow;
-        const bool isSpread = node->list() != nullptr || node->map() != nullptr;
-        if (printFlow(node, kLineWidth - std::min(column + 1, kLineWidth), flow) || !isSpread) {
-            mOut << ' ' << flow << '\n';
-        } else if (node->list() != nullptr && isElement) {
-            mOut << '\n';
-            elements(*node->list(), indent);
-        } else if (node->list() != nullptr) {
-            const bool isWrapped =
-                isNumbers(*node->list()) && printWrapped(*node->list(), indent + 2, column + 1, flow);
-            mOut << (isWrapped ? " " + flow : "") << '\n';
-            if (!isWrapped) elements(*node->list(), indent);
-        } else {
-            mOut << (isElement ? " " : "\n" + std::string(indent, ' '));
-            entries(*node->map(), indent);
+    // Keys on lines of their own, the first where the line has got to.
+    void entries(const Node::Map& map, size_t indent) {
+        for (const auto& [key, each] : map) {
+            if (&key != &map.front().first) newLine(indent);
+            put(textOf(*key->text()) + ':');
+            if (fits(each)) {
+                put(" ");
+                flow(each, indent + 2);
+            } else if (each->list() != nullptr) {
+                elements(*each->list(), indent);
+            } else {
+                newLine(indent + 2);
+                entries(*each->map(), indent + 2);
+            }
         }
     }
 
     void elements(const Node::List& list, size_t indent) {
         for (const NodePtr& each : list) {
-            mOut << std::string(indent, ' ') << '-';
-            value(each, indent + 2, indent + 1, true);
+            newLine(indent);
+            put("- ");
+            if (fits(each) || each->map() == nullptr) {
+                flow(each, indent + 2);
+            } else {
+                entries(*each->map(), indent + 2);
+            }
         }
     }
 
-    // The first where the line has got to, the others on lines of their own.
-    void entries(const Node::Map& map, size_t indent) {
-        for (const auto& [key, each] : map) {
-            if (&key != &map.front().first) mOut << std::string(indent, ' ');
-            const std::string name = textOf(*key->text()) + ':';
-            mOut << name;
-            value(each, each->list() != nullptr ? indent : indent + 2, indent + name.size(), false);
-        }
+    void newLine(size_t indent) {
+        mOut << '\n' << std::string(indent, ' ');
+        mColumn = indent;
+    }
+
+    void put(const std::string& text) {
+        mOut << text;
+        mColumn += text.size();
     }
 
 private:
-    static bool isNumbers(const Node::List& list) {
-        int64_t number = 0;
-        return std::all_of(list.begin(), list.end(), [&number](const NodePtr& each) {
-            return each->map() != nullptr || (each->text() != nullptr && parseNumber(*each->text(), number));
-        });
+    // Whether it is printed in flow style here.
+    bool fits(const NodePtr& node) const {
+        return !isSpread(node) || mColumn + 1 + flowWidth(node, kLineWidth) <= kLineWidth;
+    }
+
+    // Characters of the flow style, counted up to about a limit.
+    static size_t flowWidth(const NodePtr& node, size_t most) {
+        if (const std::string* text = node->text()) return textOf(*text).size();
+        size_t width = 2;
+        if (const Node::List* list = node->list()) {
+            for (auto at = list->begin(); at != list->end() && width <= most; ++at) width += flowWidth(*at, most) + 2;
+        } else if (const Node::Map* map = node->map()) {
+            for (auto at = map->begin(); at != map->end() && width <= most; ++at) {
+                width += textOf(*at->first->text()).size() + flowWidth(at->second, most) + 4;
+            }
+        }
+        return width;
+    }
+
+    void flow(const NodePtr& node, size_t indent) {
+        if (const std::string* text = node->text()) return put(textOf(*text));
+        const Node::List* list = node->list();
+        const Node::Map* map = node->map();
+        if (list == nullptr && map == nullptr) return put("null");
+        put(list != nullptr ? "[" : "{");
+        const size_t count = list != nullptr ? list->size() : map->size();
+        for (size_t i = 0; i < count; ++i) {
+            const std::string key = list != nullptr ? "" : textOf(*(*map)[i].first->text()) + ": ";
+            const NodePtr& value = list != nullptr ? (*list)[i] : (*map)[i].second;
+            const bool isOnNext =
+                mColumn + key.size() + std::min(flowWidth(value, kLineWidth), kLineWidth / 2) + 3 > kLineWidth;
+            if (i > 0) put(",");
+            if (i > 0 && isOnNext) newLine(indent);
+            if (i > 0 && !isOnNext) put(" ");
+            put(key);
+            flow(value, indent);
+        }
+        put(list != nullptr ? "]" : "}");
     }
 
     std::ostream& mOut;
+    size_t mColumn = 0;
 };
 
 void printComments(std::ostream& out, const std::vector<std::string>& comments) {
@@ -128,9 +128,10 @@ void printComments(std::ostream& out, const std::vector<std::string>& comments) 
 
 void printHead(std::ostream& out, const Document& document, const std::vector<std::string>& comments) {
     printComments(out, comments);
-    Printer printer(out);
     for (const auto& entry : *document.root()->map()) {
-        if (*entry.first->text() != "requests") printer.entries({entry}, 0);
+        if (*entry.first->text() == "requests") continue;
+        Printer(out).entries({entry}, 0);
+        out << '\n';
     }
     out << "requests:\n";
 }
@@ -142,12 +143,11 @@ void printRequests(std::ostream& out, const Document& document,
     if (list.empty()) out << "  []\n";
     for (size_t i = 0; i < list.size(); ++i) {
         if (i < commentsByRequest.size()) printComments(out, commentsByRequest[i]);
-        if (list[i]->map()->empty()) {
-            out << "- {}\n";
-            continue;
-        }
-        out << "- ";
-        Printer(out).entries(*list[i]->map(), 2);
+        Printer printer(out);
+        printer.put("- ");
+        if (list[i]->map()->empty()) printer.put("{}");
+        printer.entries(*list[i]->map(), 2);
+        printer.put(find(document.root(), "recorded") != nullptr ? "\n# end\n" : "\n");  // whole, as a recorder says
     }
 }
 

@@ -1,5 +1,6 @@
 #include "capture/Text.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace replay {
@@ -33,27 +34,35 @@ bool isControl(uint32_t c) {
     return c < 0x20 || (c >= 0x7F && c < 0xA0) || turns;
 }
 
-}  // namespace
+std::string escapeOf(uint32_t value) {
+    char escape[16];
+    std::snprintf(escape, sizeof(escape), value < 0x100 ? "\\x%02x" : "\\u%04x", value);
+    return escape;
+}
 
-std::string escaped(std::string_view text, std::string_view alsoThese) {
+std::string escaped(std::string_view text, bool isQuoted) {
+    constexpr uint32_t kReplacement = 0xFFFD;
     std::string out;
     while (!text.empty()) {
         const CodePoint c = firstCodePoint(text);
-        if (c.length == 0 || isControl(c.value)) {
-            char escape[16];
-            const uint32_t value = c.length == 0 ? static_cast<unsigned char>(text[0]) : c.value;
-            std::snprintf(escape, sizeof(escape), value < 0x100 ? "\\x%02x" : "\\u%04x", value);
-            out += escape;
+        if (c.length == 0) {
+            out += escapeOf(isQuoted ? kReplacement : static_cast<unsigned char>(text[0]));
+        } else if (isControl(c.value)) {
+            out += escapeOf(c.value);
         } else {
-            if (c.length == 1 && alsoThese.find(text[0]) != std::string_view::npos) out += '\\';
+            if (isQuoted && (c.value == '"' || c.value == '\\')) out += '\\';
             out += text.substr(0, c.length);
         }
-        text.remove_prefix(c.length == 0 ? 1 : c.length);
+        text.remove_prefix(std::max<size_t>(c.length, 1));
     }
     return out;
 }
 
-std::string printable(std::string_view text) { return escaped(text, ""); }
+}  // namespace
+
+std::string printable(std::string_view text) { return escaped(text, false); }
+
+std::string quoted(std::string_view text) { return '"' + escaped(text, true) + '"'; }
 
 std::string join(const FrameList& frames) {
     std::string text;

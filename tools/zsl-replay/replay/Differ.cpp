@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "account/Messages.h"
+#include "account/LogLine.h"
 
 namespace replay {
 

@@ -1,6 +1,6 @@
 #include "replay/Expect.h"
 
-#include "account/Messages.h"
+#include "account/LogLine.h"
 #include "capture/Text.h"
 
 namespace replay {

@@ -196,6 +196,12 @@ std::vector<FrameReason> placesOf(const Finding& finding) {
     return places;
 }
 
+bool isPossible(const Finding& finding, uint32_t frame) {
+    if (!finding.log || !finding.log->open.empty()) return false;
+    const FrameList& possible = finding.log->possible;
+    return std::binary_search(possible.begin(), possible.end(), frame);
+}
+
 std::string placeIn(const FrameList& selection, uint32_t frame) {
     std::string places;
     for (size_t i = 0; i < selection.size(); ++i) {
@@ -211,7 +217,8 @@ void explain(Session& session, Finding& finding) {
     FrameSet open;
     for (const FrameReason& place : finding.explain) open.insert(place.frame);
     for (const uint32_t frame : finding.run.chosen()) open.erase(frame);
-    if (session.serve(finding.request, {false, false, false}).chosen() != finding.run.chosen()) {
+    const Run control = session.serve(finding.request, {false, false, false});
+    if (control.outcome.needed != finding.run.outcome.needed || control.chosen() != finding.run.chosen()) {
         finding.notes.push_back(
             "served once more unchanged, the request came out otherwise: what is said of changes "
             "may be due to that");
@@ -227,6 +234,7 @@ void explain(Session& session, Finding& finding) {
         const auto change = changes.find(place.frame);
         if (!asked) place.reason = "selection was not asked for";
         if (asked && sight != seen.end()) place.reason = sight->second;
+        if (isPossible(finding, place.frame)) place.reason = "chosen with another last used frame that the log allows";
         if (change != changes.end()) place.reason += (place.reason.empty() ? "" : "; ") + change->second;
         if (!place.reason.empty()) continue;
         place.reason = trials.gaveUp() ? "not chosen; no single change tried brings it in (stopped: too many frames)"

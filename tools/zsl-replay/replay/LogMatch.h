@@ -23,35 +23,12 @@ struct Agreement {
     size_t distance() const { return lines - reproduced + unexpected + excused; }
 };
 
-// The lines of one request, taken apart once to be compared with those of many replays.
-class LogMatch {
-public:
-    explicit LogMatch(const LoggedRequest& logged);
+// Lines are the same in level, function and text, without addresses: group and source line need not be. `replayed` is
+// of the offline channel, which cuts nothing.
+Agreement agreementOf(const LoggedRequest& logged, const LoggedRequest& replayed);
 
-    // `replayed` holds lines of the offline channel, which cuts nothing.
-    Agreement compare(const LoggedRequest& replayed) const;
-
-    bool hasDebugLines() const { return mHasDebug; }
-    bool hasCutLines() const { return mHasCut; }
-
-private:
-    // A line as far as a replay can have the same: level, function and text, without group, source line and addresses.
-    struct Line {
-        std::string text;
-        bool debug;
-        bool gate;
-        bool cut;
-    };
-    static std::vector<Line> taken(const std::vector<LoggedLine>& lines);
-    void walk(const std::vector<Line>& logged, const std::vector<Line>& replayed, Agreement& out) const;
-    void lack(const Line& line, bool atEnd, Agreement& out) const;
-
-    const LoggedRequest& mLogged;
-    std::vector<Line> mLines;
-    std::vector<std::pair<uint32_t, std::vector<Line>>> mChecks;  // by frame
-    bool mHasDebug = false;
-    bool mHasCut = false;
-    bool mHasGate = false;
-};
+// Whether any of a request's lines is at this level; is cut.
+bool hasDebugLines(const LoggedRequest& logged);
+bool hasCutLines(const LoggedRequest& logged);
 
 }  // namespace replay

@@ -12,7 +12,7 @@ namespace replay {
 namespace {
 
 constexpr Recording kForComparison = {false, true, false};
-constexpr size_t kMostFramesServed = 4'000'000;  // by the replays for one request, which takes seconds
+constexpr size_t kMostListed = 500;  // frames that are tried as the last used one; time and memory grow by the square
 
 FrameList sorted(FrameList frames) {
     std::sort(frames.begin(), frames.end());
@@ -67,28 +67,27 @@ void Survey::add(const Request& request, const Run& run, const Account& account)
     mBegun = true;
 }
 
-LogReplay::Attempt LogReplay::attempt(Rebuilt rebuilt, const LogMatch& match) {
+LogReplay::Attempt LogReplay::attempt(Rebuilt rebuilt, const LoggedRequest& logged) {
     Attempt result{std::move(rebuilt), {}, {}, {}};
     result.run = mSessions(result.rebuilt.disabled).serve(result.rebuilt.request, kForComparison);
     result.replayed = replayedRequest(result.run);
-    result.agreement = match.compare(result.replayed);
+    result.agreement = agreementOf(logged, result.replayed);
     return result;
 }
 
 ReplayedRequest LogReplay::replay(const LoggedRequest& logged) {
     ReplayedRequest out;
-    const LogMatch match(logged);
     Attempt best{rebuild(logged), {}, {}, {}};
     const std::string obstacle = best.rebuilt.obstacle;
     if (obstacle.empty()) {
-        best = attempt(std::move(best.rebuilt), match);
+        best = attempt(std::move(best.rebuilt), logged);
         if (logged.selection) {
-            searchAllList(logged.account, match, best);
-            searchLostFrames(logged.account, match, best);
+            searchAllList(logged, best);
+            searchLostFrames(logged, best);
         }
-        tryLastUsedFrames(match, best, out);
+        tryLastUsedFrames(logged, best, out);
     } else {
-        best.agreement = match.compare({});
+        best.agreement = agreementOf(logged, {});
         best.agreement.firstDifference = "can't be rebuilt: " + obstacle;
     }
 
@@ -107,9 +106,9 @@ ReplayedRequest LogReplay::replay(const LoggedRequest& logged) {
     evidence.obstacle = obstacle;
     evidence.open = !obstacle.empty()           ? obstacle
                     : out.consistent.empty()    ? "no last used frame tried brings out the log's lines"
-                    : match.hasCutLines()       ? "a line of it is cut"
+                    : hasCutLines(logged)       ? "a line of it is cut"
                     : !evidence.missing.empty() ? evidence.missing.front()
-                    : !match.hasDebugLines()    ? "the log has no debug lines"
+                    : !hasDebugLines(logged)    ? "the log has no debug lines"
                                                 : evidence.open;
     evidence.missing.insert(evidence.missing.end(), agreement.repetitions.begin(), agreement.repetitions.end());
     if (!evidence.open.empty()) {
@@ -123,8 +122,8 @@ ReplayedRequest LogReplay::replay(const LoggedRequest& logged) {
 }
 
 // The list of all frames is never logged. The reference frames tell whether it is as assumed.
-void LogReplay::searchAllList(const Account& logged, const LogMatch& match, Attempt& best) {
-    const std::vector<GroupLine>& groups = logged.groups;
+void LogReplay::searchAllList(const LoggedRequest& logged, Attempt& best) {
+    const std::vector<GroupLine>& groups = logged.account.groups;
     const Queue* meta = best.rebuilt.request.metaQueue();
     if (meta == nullptr || (groups.empty() && best.replayed.account.groups.empty())) return;
     const auto reference = [&](const GroupLine& group) {
@@ -147,13 +146,13 @@ void LogReplay::searchAllList(const Account& logged, const LogMatch& match, Atte
     std::iota(all.begin(), all.end(), static_cast<uint32_t>(groups.front().referenceFrame - reference(groups.front())));
     variant.request.queues[meta - best.rebuilt.request.queues.data()].all = all;
     variant.assumptions.push_back("list of all frames instead: numbered on from the first reference frame");
-    Attempt tried = attempt(std::move(variant), match);
+    Attempt tried = attempt(std::move(variant), logged);
     if (tried.agreement.distance() < best.agreement.distance()) best = std::move(tried);
 }
 
 // The library passes over some lost frames without a line: where a replay shows a shutter time and the log does not,
 // the frame was lost. Groups ahead of the first one logged were left out for another reason.
-void LogReplay::searchLostFrames(const Account& logged, const LogMatch& match, Attempt& best) {
+void LogReplay::searchLostFrames(const LoggedRequest& logged, Attempt& best) {
     if (best.agreement.distance() == 0) return;
     // Frames that an account shows a time of, in the order of its lines.
     const auto timed = [](const Account& account) {
@@ -164,7 +163,7 @@ void LogReplay::searchLostFrames(const Account& logged, const LogMatch& match, A
         for (const GroupLine& group : account.groups) frames.push_back(group.referenceFrame);
         return frames;
     };
-    const FrameList seenFrames = timed(logged);
+    const FrameList seenFrames = timed(logged.account);
     const std::set<uint32_t> seen(seenFrames.begin(), seenFrames.end());
     Rebuilt variant = best.rebuilt;
     std::set<uint32_t> lost;
@@ -183,16 +182,16 @@ void LogReplay::searchLostFrames(const Account& logged, const LogMatch& match, A
     }
     if (lost.empty()) return;
     variant.assumptions.push_back("lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line");
-    Attempt tried = attempt(std::move(variant), match);
+    Attempt tried = attempt(std::move(variant), logged);
     if (tried.agreement.distance() < best.agreement.distance()) best = std::move(tried);
 }
 
 // No line shows the last used frame: none, and each listed one, are tried. The one that is shown is none if that is
 // consistent, else the lowest that is, else the one that comes nearest.
-void LogReplay::tryLastUsedFrames(const LogMatch& match, Attempt& best, ReplayedRequest& out) {
+void LogReplay::tryLastUsedFrames(const LoggedRequest& logged, Attempt& best, ReplayedRequest& out) {
     Request& request = best.rebuilt.request;
     FrameList candidates = best.run.outcome.selected ? listedFrames(request) : FrameList();
-    if (candidates.size() * candidates.size() > kMostFramesServed) {
+    if (candidates.size() > kMostListed) {
         out.evidence.open = "too many frames are listed to try each as the last used one";
         candidates.clear();
     }
@@ -220,7 +219,7 @@ void LogReplay::tryLastUsedFrames(const LogMatch& match, Attempt& best, Replayed
                                  [&run](const Lines& each) { return logsTheSame(each.lines, run.offlineLog); });
         if (same == known.end()) {
             LoggedRequest replayed = replayedRequest(run);
-            Agreement agreement = match.compare(replayed);
+            Agreement agreement = agreementOf(logged, replayed);
             same = known.insert(same, {std::move(run.offlineLog), std::move(replayed), std::move(agreement)});
         }
         run.offlineLog.clear();

@@ -57,10 +57,10 @@ private:
         LoggedRequest replayed;  // its lines
         Agreement agreement;
     };
-    Attempt attempt(Rebuilt rebuilt, const LogMatch& match);
-    void searchAllList(const Account& logged, const LogMatch& match, Attempt& best);
-    void searchLostFrames(const Account& logged, const LogMatch& match, Attempt& best);
-    void tryLastUsedFrames(const LogMatch& match, Attempt& best, ReplayedRequest& out);
+    Attempt attempt(Rebuilt rebuilt, const LoggedRequest& logged);
+    void searchAllList(const LoggedRequest& logged, Attempt& best);
+    void searchLostFrames(const LoggedRequest& logged, Attempt& best);
+    void tryLastUsedFrames(const LoggedRequest& logged, Attempt& best, ReplayedRequest& out);
 
     Sessions mSessions;
 };

@@ -184,8 +184,9 @@ void Rebuilder::assumeTimes(Queue& meta) {
     for (const uint32_t frame : listed) meta.held.insert({frame, {assumedTime(mTimes, intervalNs, frame), 0, true}});
     if (meta.held.size() == shown) return;
     assume("shutter times of " + std::to_string(meta.held.size() - shown) +
-           " frames: " + (shown > 0 ? "from the logged ones" : "back from curTime") + ", " +
-           std::to_string(intervalNs) + " ns a frame");
+           (meta.held.size() - shown == 1 ? " frame: " : " frames: ") +
+           (shown > 0 ? "from the logged ones" : "back from curTime") + ", " + std::to_string(intervalNs) +
+           " ns a frame");
 }
 
 void Rebuilder::makeQueues() {

@@ -20,16 +20,19 @@ bool contains(const std::vector<T>& all, const T& one) {
     return std::find(all.begin(), all.end(), one) != all.end();
 }
 
-void count(Served& served, uint32_t fwkFrame) {
-    served.firstFrame = served.requests == 0 ? fwkFrame : std::min(served.firstFrame, fwkFrame);
-    served.lastFrame = std::max(served.lastFrame, fwkFrame);
+void count(Served& served, std::optional<uint32_t> fwkFrame) {
     ++served.requests;
+    if (!fwkFrame) return;
+    served.firstFrame = served.showsFrames ? std::min(served.firstFrame, *fwkFrame) : *fwkFrame;
+    served.lastFrame = std::max(served.lastFrame, *fwkFrame);
+    served.showsFrames = true;
 }
 
 }  // namespace
 
-bool ReplayOptions::picks(uint32_t fwkFrame, size_t number) const {
-    return (frames.empty() && numbers.empty()) || contains(frames, fwkFrame) || contains(numbers, number);
+bool ReplayOptions::picks(std::optional<uint32_t> fwkFrame, size_t number) const {
+    return (frames.empty() || (fwkFrame && contains(frames, *fwkFrame))) &&
+           (numbers.empty() || contains(numbers, number));
 }
 
 // A case file
@@ -53,10 +56,12 @@ void Replay::noteMapped(Finding& finding) {
     }
 }
 
-Served Replay::serve(const Case& theCase, const Case* changed) {
-    const Case& shown = changed != nullptr ? *changed : theCase;
+Served Replay::serve(const Document& document) {
+    const bool isChanged = !mOptions.changes.empty();
+    const Case theCase = readCase(document);
+    const Case shown = isChanged ? readCase(withChanges(document, mOptions.changes)) : theCase;
     std::vector<Run> before;
-    if (changed != nullptr) before = runAll(theCase, mOptions.plugin, false);
+    if (isChanged) before = runAll(theCase, mOptions.plugin, false);
     std::vector<Run> runs = runAll(shown, mOptions.plugin, mOptions.offlineLog);
     std::vector<Run> others;
     if (!mOptions.against.empty()) others = runAll(shown, mOptions.against, mOptions.offlineLog);
@@ -64,18 +69,18 @@ Served Replay::serve(const Case& theCase, const Case* changed) {
     Served served;
     std::vector<Finding> findings;
     for (size_t i = 0; i < runs.size(); ++i) {
-        const Request& request = shown.requests[i];
-        count(served, request.fwkFrame);
-        if (!mOptions.picks(request.fwkFrame, i + 1)) continue;
+        const uint32_t fwkFrame = theCase.requests[i].fwkFrame;
+        count(served, fwkFrame);
+        if (!mOptions.picks(fwkFrame, i + 1)) continue;
         Finding& finding = findings.emplace_back();
         finding.file = theCase.file;
         finding.number = i + 1;
-        finding.request = request;
+        finding.request = shown.requests[i];
         finding.recorded = theCase.recorded;
         finding.run = std::move(runs[i]);
         finding.account = accountOf(finding.run.log);
         workOut(finding);
-        if (changed != nullptr) {
+        if (isChanged) {
             finding.unchanged = theCase.requests[i];
             finding.before = std::move(before[i]);
             finding.whatIf = differenceOf(*finding.before, finding.run);
@@ -153,8 +158,8 @@ Session& Replay::LogServing::session(const std::string& plugin, bool disabled) {
 }
 
 void Replay::LogServing::add(const LoggedRequest& logged) {
-    count(served, logged.fwkFrame.value_or(0));
-    if (!mOptions.picks(logged.fwkFrame.value_or(0), served.requests) && mOptions.changes.empty()) {
+    count(served, logged.fwkFrame);
+    if (!mOptions.picks(logged.fwkFrame, served.requests) && mOptions.changes.empty()) {
         const Rebuilt rebuilt = rebuild(logged);
         if (rebuilt.obstacle.empty())
             session(mOptions.plugin, rebuilt.disabled).serve(rebuilt.request, {false, false, false});
@@ -224,7 +229,9 @@ void Replay::LogServing::flush() {
     if (!mOptions.changes.empty()) {
         change();
         const auto isLeftOut = [this](const Entry& entry) {
-            return !mOptions.picks(entry.finding.request.fwkFrame, entry.finding.number);
+            const Finding& finding = entry.finding;
+            const Request& logged = finding.unchanged ? *finding.unchanged : finding.request;
+            return !mOptions.picks(finding.showsFrame ? std::optional(logged.fwkFrame) : std::nullopt, finding.number);
         };
         mBatch.erase(std::remove_if(mBatch.begin(), mBatch.end(), isLeftOut), mBatch.end());
     }

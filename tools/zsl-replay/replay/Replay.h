@@ -20,11 +20,11 @@ struct ReplayOptions {
     bool explain = false;
     Changes changes;
 
-    // Picks: everything is served, and what is picked is found out about. Empty: everything.
+    // Picks: everything is served, and what is picked by both is found out about. Empty: everything.
     FrameList frames;             // framework frames
     std::vector<size_t> numbers;  // of requests in their file, from 1
 
-    bool picks(uint32_t fwkFrame, size_t number) const;
+    bool picks(std::optional<uint32_t> fwkFrame, size_t number) const;
     bool tracing() const { return !changes.empty() || !against.empty(); }
 };
 
@@ -33,7 +33,8 @@ using Sink = std::function<void(Finding&&)>;
 // Requests that an input holds, whether they were picked or not: what "nothing matches" is answered with.
 struct Served {
     size_t requests = 0;
-    uint32_t firstFrame = 0;  // lowest framework frame
+    bool showsFrames = false;  // framework frames of which the lowest and the highest are:
+    uint32_t firstFrame = 0;
     uint32_t lastFrame = 0;
 };
 
@@ -52,8 +53,8 @@ class Replay {
 public:
     Replay(ReplayOptions options, Sink sink) : mOptions(std::move(options)), mSink(std::move(sink)) {}
 
-    Served serve(const Case& theCase, const Case* changed = nullptr);  // a case file, and what the changes make of it
-    Served serve(InputFile& log);                                      // no request in it is no error
+    Served serve(const Document& document);  // a case file
+    Served serve(InputFile& log);            // no request in it is no error
 
     // Hands on no finding.
     RoundTrip roundTrip(const Case& theCase);

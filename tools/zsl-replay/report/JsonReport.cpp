@@ -47,8 +47,10 @@ void addRequest(const Finding& finding, Json& json) {
         json["time"] = log->time;
     }
     json["recorded"] = finding.recorded;
-    json["need"] = request.need;
-    json["master"] = request.master;
+    if (!finding.log || finding.account.driver) {  // a refused request's log does not tell
+        json["need"] = request.need;
+        json["master"] = request.master;
+    }
     if (finding.account.driver) json["sensorMode"] = finding.account.driver->sensorModeType;
     json["consumer"] = meta != nullptr ? meta->consumer : FrameList();
     json["producer"] = meta != nullptr ? meta->producer : FrameList();
@@ -58,8 +60,8 @@ void addRequest(const Finding& finding, Json& json) {
 
 void addOutcome(const Finding& finding, Json& json) {
     const halcore::RequestOutcome& outcome = finding.run.outcome;
-    json["gate"] = outcome.needed;
-    json["selected"] = outcome.selected;
+    if (isRebuilt(finding)) json["gate"] = outcome.needed;
+    if (isRebuilt(finding)) json["selected"] = outcome.selected;
     json["strategies"] = finding.account.strategies;
     if (finding.targetNs) json["target"] = *finding.targetNs;
     if (finding.anchor) json["anchor"] = *finding.anchor;

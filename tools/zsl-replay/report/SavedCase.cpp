@@ -1,6 +1,6 @@
 #include "report/SavedCase.h"
 
-#include "account/Messages.h"
+#include "account/LogLine.h"
 #include "capture/Text.h"
 
 namespace replay {

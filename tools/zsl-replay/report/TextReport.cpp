@@ -56,11 +56,13 @@ public:
 
     std::string write() {
         writeTitle();
-        line("gate", gateWords(mFinding));
-        writeQueues();
-        writeMoments();
-        writeSearch();
-        writeChosen();
+        if (isRebuilt(mFinding)) {
+            line("gate", gateWords(mFinding));
+            writeQueues();
+            writeMoments();
+            writeSearch();
+            writeChosen();
+        }
         for (const Warning& warning : mFinding.warnings) {
             line("warning", warning.kind + ": " + warning.text + (warning.certain ? "" : " (not certain)"),
                  kWarningColour);
@@ -165,8 +167,13 @@ private:
     // What the library met on its way.
     void writeSearch() {
         const Account& account = mFinding.account;
-        for (const FrameNotHeld& each : account.notHeld) {
-            line("passed by", std::to_string(each.frame) + ", which [" + each.queue + "] does not hold");
+        for (size_t i = 0; i < account.notHeld.size();) {
+            const std::string& queue = account.notHeld[i].queue;
+            FrameList frames;
+            for (; i < account.notHeld.size() && account.notHeld[i].queue == queue; ++i) {
+                frames.push_back(account.notHeld[i].frame);
+            }
+            list("passed by", "", frames, "not held by [" + printable(queue) + ']');
         }
         if (mFinding.spanBegin) line("span", "begins at " + std::to_string(*mFinding.spanBegin));
         const Queue* meta = mFinding.request.metaQueue();
@@ -204,9 +211,12 @@ private:
     }
 
     void writeEvidence(const Evidence& log) {
-        if (log.settled()) {
-            line("certain", mFinding.run.chosen().empty() ? "that nothing is chosen, whichever frame was used last"
-                                                          : "all of these, whichever frame was used last");
+        if (!log.obstacle.empty()) {
+            line("certain", "nothing: it can't be rebuilt");
+        } else if (log.settled()) {
+            line("certain", mFinding.run.chosen().empty()
+                                ? "that nothing is chosen, whichever last used frame the lines allow"
+                                : "all of these, whichever last used frame the lines allow");
         } else {
             list("certain", "", log.certain);
             list("possible", "", log.possible);
@@ -215,7 +225,8 @@ private:
         for (const std::string& each : log.assumptions) line("assumed", each);
         for (const std::string& each : log.missing) line("missing", each);
         line("log", std::to_string(log.reproduced) + " of " + count(log.lines, "line") + " reproduced" +
-                        (mFinding.differences.empty() ? ": consistent with the log" : ""));
+                        (mFinding.differences.empty() ? ": consistent with the log" : "") +
+                        (mFinding.whatIf ? ", as far as the unchanged request goes" : ""));
     }
 
     void writeDifference(const std::string& label, const Difference& difference) {
@@ -223,15 +234,15 @@ private:
             line(label, "nothing differs: the same frames, library calls and log lines");
             return;
         }
+        const auto& step = difference.firstStep;
+        line(label, !step ? "the library's calls and log lines are the same"
+                          : "from step " + std::to_string(step->number) + " of the library's calls and log lines:");
+        if (step) line("  before", step->before);
+        if (step) line("  after", step->after);
         list("gained", "", difference.gained);
         list("lost", "", difference.lost);
         if (difference.reordered) line("order", "the same frames in another order");
         for (const std::string& answer : difference.answers) line("answer", answer);
-        if (!difference.firstStep) return;
-        line("differs",
-             "from step " + std::to_string(difference.firstStep->number) + " of the library's calls and log lines:");
-        line("  before", difference.firstStep->before);
-        line("  after", difference.firstStep->after);
     }
 
     // Columns are padded; numbers and times to the right.
@@ -266,6 +277,8 @@ private:
 };
 
 }  // namespace
+
+bool isRebuilt(const Finding& finding) { return !finding.log || finding.log->obstacle.empty(); }
 
 const std::vector<desk::LogLine>& logOf(const Run& run, LogChannel channel) {
     static const std::vector<desk::LogLine> none;
