@@ -10,8 +10,7 @@ add_library(com.nexaro.zsl.motion.recorder SHARED
   recorder/Recorder.cpp
   recorder/RecordingSelector.cpp)
 set(recorder_map ${PROJECT_SOURCE_DIR}/com.nexaro.zsl.motion.recorder.map)
-set_target_properties(com.nexaro.zsl.motion.recorder PROPERTIES PREFIX "" LINK_DEPENDS ${recorder_map}
-                      LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set_target_properties(com.nexaro.zsl.motion.recorder PROPERTIES PREFIX "" LINK_DEPENDS ${recorder_map})
 target_include_directories(com.nexaro.zsl.motion.recorder PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_options(com.nexaro.zsl.motion.recorder PRIVATE -Wl,--version-script=${recorder_map} -Wl,-z,now
                     -Wl,--as-needed)

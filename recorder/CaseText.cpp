@@ -1,8 +1,8 @@
 #include "recorder/CaseText.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
-#include <utility>
 
 #include "api/MetadataValue.h"
 
@@ -10,76 +10,66 @@ namespace recorder {
 
 namespace {
 
-std::string valueText(const camera_metadata_ro_entry_t& entry, size_t offset) {
-    if (entry.type == TYPE_INT32) return textOf(zohal::valueAt<int32_t>(entry, offset));
-    if (entry.type == TYPE_INT64 || entry.type == TYPE_RATIONAL) return textOf(zohal::valueAt<int64_t>(entry, offset));
-    if (entry.type != TYPE_FLOAT && entry.type != TYPE_DOUBLE) return textOf(entry.data.u8[offset]);
-    char real[32];
-    const bool isFloat = entry.type == TYPE_FLOAT;
-    std::snprintf(real, sizeof(real), "%.17g",
-                  isFloat ? zohal::valueAt<float>(entry, offset) : zohal::valueAt<double>(entry, offset));
-    return real;
+void appendValue(std::string& text, const camera_metadata_ro_entry_t& entry, size_t offset) {
+    if (entry.type == TYPE_FLOAT || entry.type == TYPE_DOUBLE) {
+        const double real =
+            entry.type == TYPE_FLOAT ? zohal::valueAt<float>(entry, offset) : zohal::valueAt<double>(entry, offset);
+        char digits[32];
+        std::snprintf(digits, sizeof(digits), "%.17g", real);
+        text += std::isfinite(real) ? digits : std::isnan(real) ? ".nan" : real < 0 ? "-.inf" : ".inf";
+    } else {
+        const size_t size = zohal::elementSize(entry.type);
+        append(text, size == 8   ? zohal::valueAt<int64_t>(entry, offset)
+                     : size == 4 ? zohal::valueAt<int32_t>(entry, offset)
+                                 : zohal::valueAt<uint8_t>(entry, offset));
+    }
 }
 
-std::string tagText(const camera_metadata_ro_entry_t& entry) {
+// Whether all of its values are there.
+bool appendTag(std::string& text, const camera_metadata_ro_entry_t& entry) {
     constexpr const char* kTypes[] = {"byte", "int32", "float", "int64", "double", "rational"};
     constexpr size_t kMostBytes = 256;  // no selector reads more of a tag
-    const std::string type = entry.type < std::size(kTypes) ? kTypes[entry.type] : textOf(entry.type);
-    if (entry.data.u8 == nullptr) return "{type: " + type + ", count: " + std::to_string(entry.count) + '}';
-    const size_t size = std::max<size_t>(zohal::elementSize(entry.type), 1);
-    std::string values;
-    for (size_t i = 0; i < std::min(entry.count, kMostBytes / size); ++i) {
-        values += (i == 0 ? "" : ", ") + valueText(entry, i * size);
+    const size_t size = zohal::elementSize(entry.type);
+    const size_t count = entry.data.u8 == nullptr ? 0 : std::min(entry.count, kMostBytes / size);
+    put(text, "{type: ", entry.type <= TYPE_RATIONAL ? kTypes[entry.type] : std::to_string(entry.type));
+    if (count == 0) text += ", count: " + std::to_string(entry.count);
+    for (size_t i = 0; i < count; ++i) {
+        text += i == 0 ? ", values: [" : ", ";
+        appendValue(text, entry, i * size);
     }
-    return "{type: " + type + ", values: [" + values + "]}";
+    text += count == 0 ? "}" : "]}";
+    return count == 0 || count == entry.count;
 }
 
 }  // namespace
 
-std::string textOf(const std::string& name) {
+std::string quoted(const std::string& name) {
     std::string text = "\"";
+    bool isLatin = false;  // of two bytes, the second of which is the character's number: control characters among them
     for (const char character : name) {
         const auto byte = static_cast<uint8_t>(character);
         char escaped[8] = {character};
-        if (byte < 0x20 || byte == 0x7F || byte == '"' || byte == '\\') {
+        if (isLatin || byte < 0x20 || byte == 0x7F || byte == '"' || byte == '\\') {
             std::snprintf(escaped, sizeof(escaped), "\\x%02X", byte);
         }
-        text += escaped;
+        isLatin = byte == 0xC2;
+        if (!isLatin) text += escaped;
     }
     return text + '"';
 }
 
-// Frames in a row as such: mostly they are.
-std::string textOf(const FrameList& frames) {
-    size_t row = 0;
-    while (row < frames.size() && frames[row] == frames[0] + row) ++row;
-    if (row == frames.size() && row > 2)
-        return "{first: " + textOf(frames[0]) + ", count: " + std::to_string(row) + '}';
-    return joined('[', frames, ']', [](uint32_t zslFrame) { return textOf(zslFrame); });
-}
-
-std::string textOf(zohal::ZSLSelectorResult result) {
-    return std::string(result.first ? "[true, " : "[false, ") + (result.second ? "true]" : "false]");
-}
-
-std::string textOf(const ZoMetadata* metadata, std::initializer_list<const char*> tags) {
+std::string tagsOf(const ZoMetadata* metadata, std::initializer_list<const char*> tags) {
     if (metadata == nullptr) return "null";
-    return joined('{', tags, '}', [metadata](const std::string& tag) {
+    std::string text = "{";
+    std::string comment;
+    for (const std::string_view tag : tags) {
         // Vendor tags have a name, this one has an id.
-        const auto entry = tag == "android.control.enableZsl" ? metadata->find(0x10029) : metadata->find(tag.c_str());
-        return entry.count == 0 ? "" : tag + ": " + tagText(entry);
-    });
-}
-
-void Answers::note(const char* question, std::string answer) {
-    const auto [noted, isNew] = try_emplace(question, answer);
-    changed |= !isNew && noted->second != answer;
-    fresh |= isNew || noted->second != answer;
-    noted->second = std::move(answer);
-}
-
-std::string Answers::text() const {
-    return joined('{', *this, '}', [](const auto& each) { return each.first + ": " + each.second; });
+        const auto entry = tag == "android.control.enableZsl" ? metadata->find(0x10029) : metadata->find(tag.data());
+        if (entry.count == 0) continue;
+        put(text, text.size() > 1 ? ", " : "", tag, ": ");
+        if (!appendTag(text, entry)) put(comment, "  # cut after 256 bytes: ", tag);
+    }
+    return text + '}' + comment;
 }
 
 }  // namespace recorder

@@ -1,45 +1,42 @@
-// The parts of a case file as text, in which form answers are noted.
+// The text of a case, put together part by part.
 
 #pragma once
 
+#include <charconv>
 #include <initializer_list>
-#include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "api/ZSLFrameRecords.h"
+class ZoMetadata;
 
 namespace recorder {
 
 using FrameList = std::vector<uint32_t>;
 
-inline std::string textOf(int64_t number) { return std::to_string(number); }
-std::string textOf(const std::string& name);  // quoted and escaped
-std::string textOf(const FrameList& frames);
-std::string textOf(zohal::ZSLSelectorResult result);
-std::string textOf(const ZoMetadata* metadata, std::initializer_list<const char*> tags);  // with type and count
-
-// The elements of a list or map, but for those without a text.
-template <typename Range, typename Text>
-std::string joined(char open, const Range& range, char close, Text text) {
-    std::string result(1, open);
-    for (const auto& element : range) {
-        const std::string next = text(element);
-        if (result.size() > 1 && !next.empty()) result += ", ";
-        result += next;
+inline void append(std::string& text, std::string_view part) { text += part; }
+inline void append(std::string& text, int64_t number) {
+    char digits[24];
+    text.append(digits, std::to_chars(digits, digits + sizeof(digits), number).ptr);
+}
+inline void append(std::string& text, const FrameList& frames) {
+    text += '[';
+    for (size_t i = 0; i < frames.size(); ++i) {
+        if (i != 0) text += ", ";
+        append(text, frames[i]);
     }
-    return result + close;
+    text += ']';
 }
 
-// Answers by question. Of several answers to one question the last one stands.
-struct Answers : std::map<std::string, std::string> {
-    void note(const char* question, std::string answer);
-    bool has(const char* question) const { return count(question) != 0; }
-    bool is(const char* question, const std::string& answer) const { return has(question) && at(question) == answer; }
-    std::string text() const;
+template <typename... Parts>
+void put(std::string& text, const Parts&... parts) {
+    (append(text, parts), ...);
+}
 
-    bool changed = false;  // some question had several
-    bool fresh = false;    // an answer is new
-};
+// Escaped, whatever a name consists of.
+std::string quoted(const std::string& name);
+
+// The tags that are set, with type and count, up to the line's end: that a tag had to be cut is said in a comment.
+std::string tagsOf(const ZoMetadata* metadata, std::initializer_list<const char*> tags);
 
 }  // namespace recorder

@@ -47,7 +47,8 @@ std::shared_ptr<Recorder> openRecorder(Entry* entry) noexcept try {
     if (create == nullptr || create == entry) throw std::runtime_error(file + " lacks the entry, or is the recorder");
     const std::string folder = property("vendor.zohal.selector.motion.record.dir");
     const std::string motionSwitch = property("vendor.zohal.selector.motion.zsl.disable");
-    return std::shared_ptr<Recorder>(new Recorder{library, create, folder, motionSwitch, {!folder.empty()}});
+    const std::string shown = motionSwitch.empty() ? "null" : quoted(motionSwitch);
+    return std::shared_ptr<Recorder>(new Recorder{library, create, folder, shown, {!folder.empty()}});
 } catch (const std::exception& error) {
     __android_log_print(ANDROID_LOG_ERROR, kLogTag, "no selector plug-in to stand before: %s", error.what());
     return nullptr;
@@ -68,7 +69,7 @@ void createSelectors(const std::shared_ptr<Recorder>& recorder, Selectors& selec
     selectors.insert(selectors.end(), made.begin(), made.end());
 }
 
-std::string adapterAnswer() {
+std::string adapterAnswer() try {
     const auto library = openLibrary("/vendor/lib64/libzocamera_adapter.so", RTLD_NOW | RTLD_NOLOAD);
     if (!library) return "absent";
     auto* const getInstance = reinterpret_cast<GetCameraAdapter*>(dlsym(library.get(), "GetInstance"));
@@ -79,6 +80,8 @@ std::string adapterAnswer() {
     uint32_t word = 0;
     holder->GetMotionInfo(&word);
     return std::to_string(word);
+} catch (...) {
+    return "empty  # it threw when it was asked again";
 }
 
 }  // namespace recorder

@@ -35,7 +35,7 @@ struct Recorder {
     const std::shared_ptr<void> library;  // the real plug-in
     Entry* const create;                  // its entry
     const std::string folder;
-    const std::string motionSwitch;  // the property that the real plug-in reads, as it stood at load
+    const std::string motionSwitch;  // the property that the real plug-in reads, as it stood at load, in a case's words
     std::atomic<bool> on;
     std::atomic<uint32_t> files{0};  // made so far
 };

@@ -3,7 +3,6 @@
 #include <utils/Timers.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "metadatautils/StaticMetadataWraper.h"
 
@@ -17,33 +16,62 @@ namespace {
 constexpr uint32_t kRequestsPerFile = 1000;
 constexpr size_t kBytesPerFile = 4U << 20;
 
-}  // namespace
+const char* textOf(bool flag) { return flag ? "true" : "false"; }
 
-std::string Request::body() const {
-    Answers all = fields;
-    // By default gate and selection agree.
-    const bool selected = expect.has("selection");
-    if (!expect.is("gate", selected ? "true" : "false")) all["select"] = selected ? "always" : "never";
-    all["queues"] = joined('[', queues, ']', [](const auto& queue) {
-        // A gate that takes the request leaves them to the selection.
-        return queue && queue->answers.has("all") ? queue->text() : "";
-    });
+std::string askedOf(const ZSLFrameSelectInfo& info) {
+    const ZoMetadata* const metadata = info.requestMetas.empty() ? nullptr : info.requestMetas.front().get();
     std::string text;
-    for (const auto& [name, value] : all) text += (text.empty() ? "- " : "  ") + name + ": " + value + '\n';
+    put(text, "frame: ", info.fwkFrame, "\n  used: ", info.usedZslFrames, "\n  master: ", info.reqtMasterId,
+        "\n  need: ", info.requestMetas.size(), "\n  metadata: ",
+        tagsOf(metadata, {"android.control.enableZsl", "nexaro.ai.zosd.motionCaptureEnabledIcon", "nexaro.hdr.enabled",
+                          "nexaro.hdr.sr.enabled", "nexaro.mfnr.anchorTimeStamp", "nexaro.ai.zosd.motionCaptureType",
+                          "nexaro.camera.zoseamlesspolicy.result"}),
+        "\n");
     return text;
 }
 
-std::string Request::tail() const {
-    Answers expected = expect;
-    if (!checked.empty()) expected["checks"] = checks.text();
-    bool changed = fields.changed || checks.changed;
-    for (const auto& queue : queues) changed |= queue && queue->answers.changed;
-    std::string text = "  check: {of: " + textOf(checked) + (checked.empty() ? "" : ", ") + checkOf +
-                       "}\n  expect: " + expected.text() + '\n' + comments;
+std::string checkOf(const ZSLFrameCheckInfo& info) {
+    std::string text;
+    put(text, "    camera: ", info.logicalId, "\n    role: ", info.masterRoleId, "\n    frames: ", info.AiHLFrameNum,
+        "\n    metadata: ",
+        tagsOf(info.requestMeta.get(),
+               {"com.nexaro.camera.sensorpolicy.mcxFrameresult", "com.nexaro.ext.control.policy.sensorMode"}),
+        "\n");
+    return text;
+}
+
+void appendQueues(std::string& text, const Notes& queues) {
+    text += "  queues:\n";
+    bool changed = false;
+    for (const auto& queue : queues) {
+        if (!queue) continue;
+        append(text, *queue);
+        changed |= queue->changed;
+    }
     if (changed) text += "  # one question had two answers: this may not replay exactly\n";
     if (std::count(queues.begin(), queues.end(), nullptr) != 0) text += "  # null queue handles are left out\n";
-    return text + "# end\n";
 }
+
+void append(std::string& text, const Request& request) {
+    put(text, "- ", request.asked, "  clock: ", request.clockNs, "\n");
+    if (!request.adapter.empty()) put(text, "  adapter: ", request.adapter, "\n");
+    if (request.complete) appendQueues(text, request.queues);
+    // By default the gate's answer decides.
+    if (request.gate != request.selection.has_value())
+        put(text, "  select: ", request.selection ? "always" : "never", "\n");
+    put(text, "  check:\n    of: ", request.checked, "\n", request.check, "  expect:\n");
+    if (request.gate) put(text, "    gate: ", textOf(*request.gate), "\n");
+    if (request.selection) {
+        put(text, "    selection:", request.selection->empty() ? " {}\n" : "\n");
+        for (const auto& [queue, frames] : *request.selection) put(text, "      ", queue, ": ", frames, "\n");
+    }
+    if (!request.checks.empty()) text += "    checks:\n";
+    for (const auto& [frame, result] : request.checks)
+        put(text, "      ", frame, ": [", textOf(result.first), ", ", textOf(result.second), "]\n");
+    text += request.comments;
+}
+
+}  // namespace
 
 RecordingSelector::RecordingSelector(std::shared_ptr<Recorder> recorder, std::shared_ptr<ZSLSelectorBase> real)
     : mRecorder(std::move(recorder)), mReal(std::move(real)) {
@@ -51,155 +79,123 @@ RecordingSelector::RecordingSelector(std::shared_ptr<Recorder> recorder, std::sh
 }
 
 RecordingSelector::~RecordingSelector() {
-    mRecorder->attempt([this] {
-        if (mChecksOnly) write();
-    });
+    mRecorder->attempt([this] { end(); });
 }
 
-// `goesOn`: with the queues of the latest request, whose notes are continued. `note` gets the answer, the recorded
-// queues and their notes.
+// `goesOn`: with the queues of the latest request, whose notes are continued. `note` gets the answer and what the call
+// was made with.
 template <typename Result, typename Info, typename Note>
 Result RecordingSelector::pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, bool goesOn,
                                Note note) {
     std::optional<Info> recorded;
-    Notes notes;
+    Call call;
     mRecorder->attempt([&] {
-        if (goesOn) notes = mRequest->queues;
+        if (goesOn) call.notes = mRequest->queues;
         recorded = info;
-        recorded->zslQueues = recordedQueues(info.zslQueues, notes);
-        mClockNs = systemTime(SYSTEM_TIME_BOOTTIME);
+        recorded->zslQueues = call.queues = recordedQueues(info.zslQueues, call.notes);
+        call.clockNs = systemTime(SYSTEM_TIME_BOOTTIME);
     });
     if (!mRecorder->on) return (mReal.get()->*operation)(info);
     try {
         Result result = (mReal.get()->*operation)(*recorded);
-        mRecorder->attempt([&] {
-            note(result, recorded->zslQueues, notes);
-            if (!mChecksOnly) write();
-        });
+        mRecorder->attempt([&] { note(result, call); });
         return result;
     } catch (...) {
-        mRecorder->attempt([&] {
-            if (!mRequest) return;
-            mRequest->comments += "  # the call after it ended in an exception and is left out\n";
-            write();
+        mRecorder->attempt([this] {
+            if (mRequest) mRequest->comments += "  # a call behind it ended in an exception and is left out\n";
         });
         throw;
     }
 }
 
 bool RecordingSelector::isSelectorNeeded(const ZSLFrameSelectInfo& info) {
-    return pass(&ZSLSelectorBase::isSelectorNeeded, info, false,
-                [&](bool needed, const Queues& queues, const Notes& notes) {
-                    begin("");
-                    noteAsked(info, notes);
-                    mRequest->expect["gate"] = needed ? "true" : "false";
-                    const std::string adapter = mRequest->fields["adapter"] = adapterAnswer();
-                    if (adapter[0] <= '9') mMotionWord = adapter;
-                    if (!needed) askForRest(queues, notes);  // else when the selection has read them
-                });
+    return pass(&ZSLSelectorBase::isSelectorNeeded, info, false, [&](bool needed, const Call& call) {
+        begin(info, call);
+        mRequest->gate = needed;
+        mRequest->adapter = adapterAnswer();
+        if (mRequest->adapter[0] <= '9') mMotionWord = mRequest->adapter;
+        if (!needed) complete(call);  // else when the selection has read the queues
+    });
 }
 
 zohal::SelectionResult RecordingSelector::selectZSLFrames(const ZSLFrameSelectInfo& info) {
     return pass(&ZSLSelectorBase::selectZSLFrames, info, false,
-                [&](const zohal::SelectionResult& selection, const Queues& queues, const Notes& notes) {
-                    const bool follows = mRequest && mRequest->fields.is("frame", textOf(info.fwkFrame)) &&
-                                         mRequest->expect.has("gate") && !mRequest->expect.has("selection");
-                    if (!follows) begin("  # the gate was not asked, but is in a replay\n");
-                    noteAsked(info, notes);
-                    mRequest->expect["selection"] = joined('{', selection, '}', [](const auto& queue) {
-                        return textOf(queue.first) + ": " + textOf(queue.second);
-                    });
-                    askForRest(queues, notes);
+                [&](const zohal::SelectionResult& selection, const Call& call) {
+                    if (!mRequest || !mRequest->gate || mRequest->selection || mRequest->asked != askedOf(info)) {
+                        begin(info, call);
+                        mRequest->comments += "  # the gate was not asked, but is in a replay\n";
+                    }
+                    mRequest->selection = selection;
+                    complete(call);
                 });
 }
 
 zohal::ZSLSelectorResult RecordingSelector::checkFrame(const ZSLFrameCheckInfo& info) {
     const auto same = [](const auto& note, const auto& queue) { return (note ? note->queue : nullptr) == queue.get(); };
-    const bool sameQueues = mRequest && std::equal(mRequest->queues.begin(), mRequest->queues.end(),
-                                                   info.zslQueues.begin(), info.zslQueues.end(), same);
-    const auto note = [&](zohal::ZSLSelectorResult result, const Queues& queues, const Notes& notes) {
-        const std::string camera = textOf(info.logicalId);
-        const std::string of = "camera: " + camera + ", role: " + textOf(info.masterRoleId) +
-                               ", frames: " + textOf(info.AiHLFrameNum) + ", metadata: " +
-                               textOf(info.requestMeta.get(), {"com.nexaro.camera.sensorpolicy.mcxFrameresult",
-                                                               "com.nexaro.ext.control.policy.sensorMode"});
-        Answers fields;
-        fields["frame"] = textOf(info.fwkFrameNum);
-        fields["master"] = textOf(static_cast<uint32_t>(info.reqtMasterId));
-        const bool belongs = sameQueues && mRequest->fields.is("frame", fields["frame"]) &&
-                             mRequest->fields.is("master", fields["master"]) &&
-                             (mRequest->checked.empty() || mRequest->checkOf == of);
-        if (!belongs) {
-            begin("  # checked apart from its request: the gate was not asked, but is in a replay\n");
-            mRequest->fields = fields;
-            mRequest->queues = notes;
+    const bool belongs = mRequest && mRequest->frame == info.fwkFrameNum &&
+                         mRequest->master == static_cast<uint32_t>(info.reqtMasterId) &&
+                         std::equal(mRequest->queues.begin(), mRequest->queues.end(), info.zslQueues.begin(),
+                                    info.zslQueues.end(), same);
+    return pass(&ZSLSelectorBase::checkFrame, info, belongs, [&](zohal::ZSLSelectorResult result, const Call& call) {
+        if (!mRequest) return;
+        const std::string check = checkOf(info);
+        if (!belongs || (!mRequest->checked.empty() && mRequest->check != check)) {
+            return put(mRequest->comments, "  # a check of frame ", info.checkFrameNum,
+                       ", of another request, is left out\n");
         }
-        mChecksOnly = belongs && mRequest->expect.has("selection");
-        mRequest->checkOf = of;
+        mRequest->check = check;
         mRequest->checked.push_back(info.checkFrameNum);
-        mRequest->checks.note(textOf(info.checkFrameNum).c_str(), textOf(result));
-        if (!mRequest->expect.has("selection")) askForRest(queues, notes);
-        noteCamera(camera, StaticMetadataWraper::getInstance()->getStaticMetadata(info.logicalId).get());
-    };
-    return pass(&ZSLSelectorBase::checkFrame, info, sameQueues, note);
+        const std::pair<bool, bool> flags(result.first, result.second);
+        const auto noted = mRequest->checks.try_emplace(info.checkFrameNum, flags).first;
+        if (noted->second != flags) mRequest->comments += "  # a frame was checked with two results\n";
+        noted->second = flags;
+        mCamera = info.logicalId;
+        if (!mRequest->selection) complete(call);
+    });
 }
 
-void RecordingSelector::begin(const char* comment) {
-    if (mRequest && mRequest->expect.has("gate")) {
-        mState = "- {name: the state that former requests left, select: never, adapter: " + mMotionWord +
-                 ", metadata: " + mRequest->fields["metadata"] + "}\n# end\n";
-    }
-    if (mChecksOnly) write();
+void RecordingSelector::begin(const ZSLFrameSelectInfo& info, const Call& call) {
+    end();
     mRequest.emplace();
-    mRequest->comments = comment;
+    mRequest->frame = info.fwkFrame;
+    mRequest->master = info.reqtMasterId;
+    mRequest->asked = askedOf(info);
+    mRequest->queues = call.notes;
+    mRequest->clockNs = call.clockNs;
 }
 
-void RecordingSelector::noteAsked(const ZSLFrameSelectInfo& info, const Notes& notes) {
-    const ZoMetadata* const metadata = info.requestMetas.empty() ? nullptr : info.requestMetas.front().get();
-    mRequest->fields["frame"] = textOf(info.fwkFrame);
-    mRequest->fields["used"] = textOf(info.usedZslFrames);
-    mRequest->fields["master"] = textOf(info.reqtMasterId);
-    mRequest->fields["need"] = std::to_string(info.requestMetas.size());
-    mRequest->fields["clock"] = textOf(mClockNs);
-    mRequest->fields.note(
-        "metadata", textOf(metadata, {"android.control.enableZsl", "nexaro.ai.zosd.motionCaptureEnabledIcon",
-                                      "nexaro.hdr.enabled", "nexaro.hdr.sr.enabled", "nexaro.mfnr.anchorTimeStamp",
-                                      "nexaro.ai.zosd.motionCaptureType", "nexaro.camera.zoseamlesspolicy.result"}));
-    mRequest->queues = notes;
-    mRequest->bodySize = 0;
+void RecordingSelector::complete(const Call& call) {
+    askForRest(call.queues, call.notes);
+    mRequest->queues = call.notes;
+    mRequest->clockNs = call.clockNs;
+    mRequest->complete = true;
 }
 
-// A camera's static metadata belongs into the head: with it, the request moves to a new file.
-void RecordingSelector::noteCamera(const std::string& camera, const ZoMetadata* staticMetadata) {
-    if (staticMetadata == nullptr || mStaticTags.has(camera.c_str())) return;
-    mStaticTags[camera] = textOf(staticMetadata, {"com.nexaro.camera.sensorpolicy.mask"});
-    if (mFile && mRequest->offset) mFile->rewrite(*mRequest->offset, {});
-    mRequest->offset.reset();
-    mFile.reset();
-    mChecksOnly = false;
-}
-
-void RecordingSelector::write() {
-    mChecksOnly = false;
-    if (!mRequest->offset) {
-        if (!mFile || mRequestsInFile >= kRequestsPerFile || mFile->size() >= kBytesPerFile) {
-            const std::string& motionSwitch = mRecorder->motionSwitch;
-            mFile = std::make_unique<CaseFile>(
-                *mRecorder, "recorded: 1\nproperties: {vendor.zohal.selector.motion.zsl.disable: " +
-                                (motionSwitch.empty() ? "null" : textOf(motionSwitch)) +
-                                "}\nstaticMetadata: " + mStaticTags.text() + "\nrequests:\n" + mState);
-            mRequestsInFile = 0;
+void RecordingSelector::end() {
+    if (!mRequest) return;
+    std::string text;
+    if (!mFile || mRequestsInFile >= kRequestsPerFile || mFile->size() >= kBytesPerFile) {
+        mFile = std::make_unique<CaseFile>(*mRecorder);
+        mRequestsInFile = 0;
+        put(text, "recorded: 1\nproperties: {vendor.zohal.selector.motion.zsl.disable: ", mRecorder->motionSwitch,
+            "}\n");
+        if (mCamera) {
+            const auto metadata = StaticMetadataWraper::getInstance()->getStaticMetadata(*mCamera);
+            put(text, "staticMetadata:\n  ", *mCamera, ": ",
+                tagsOf(metadata.get(), {"com.nexaro.camera.sensorpolicy.mask"}), "\n");
         }
-        mRequest->offset = mFile->size();
-        mRequest->bodySize = 0;
-        ++mRequestsInFile;
+        put(text, "requests:\n", mState);
     }
-    // Checks change the tail alone, as long as the queues say what they said before.
-    bool newBody = mRequest->bodySize == 0;
-    for (const auto& queue : mRequest->queues) newBody |= queue && std::exchange(queue->answers.fresh, false);
-    const std::string body = newBody ? mRequest->body() : "";
-    if (newBody) mRequest->bodySize = body.size();
-    mFile->rewrite(*mRequest->offset + mRequest->bodySize - body.size(), body + mRequest->tail());
+    append(text, *mRequest);
+    text += "# end\n";
+    mFile->append(text);
+    ++mRequestsInFile;
+    if (mRequest->gate) {
+        mState.clear();
+        put(mState, "- name: the state that former requests left\n  ", mRequest->asked, "  adapter: ", mMotionWord,
+            "\n  select: never\n# end\n");
+    }
+    mRequest.reset();
 }
 
 }  // namespace recorder

@@ -1,5 +1,6 @@
 // The selector that the core gets while requests are recorded. It passes every virtual operation on to the real
-// selector and writes afterwards what was asked and answered. Once recording has stopped it only passes on.
+// selector and notes what was asked and answered. A request is written when it is over: after the gate of the next one
+// has answered, or when the selector goes. Once recording has stopped it only passes on.
 
 #pragma once
 
@@ -12,25 +13,32 @@
 
 namespace recorder {
 
-// A request as a case has it.
-struct Request {
-    // The tail is what checks change. It ends with the line that tells a whole request from one that was cut off.
-    std::string body() const;
-    std::string tail() const;
-
-    Answers fields;                // what was asked, and what the core was seen to answer
-    Answers expect;                // what the real selector answered
-    Notes queues;                  // in the core's order
-    Answers checks;                // by frame
-    FrameList checked;             // in the order of the checks
-    std::string checkOf;           // what the checks have in common
-    std::string comments;          // why a replay may differ
-    std::optional<size_t> offset;  // in its file; absent until it is written
-    size_t bodySize = 0;           // as written; 0 where it has to be written anew
+// What the real selector is called with.
+struct Call {
+    Queues queues;
+    Notes notes;
+    int64_t clockNs = 0;  // just before
 };
 
-// An extension selector, since a core may know the layout of those. Of the real selector's members it has the name and
-// the policy mask; the others are the core's own, which no selector reads.
+// A request as a case has it.
+struct Request {
+    uint32_t frame = 0;
+    uint32_t master = 0;
+    std::string asked;      // these two and what else the core hands to gate and selection
+    Notes queues;           // in the core's order
+    bool complete = false;  // all their questions were asked
+    int64_t clockNs = 0;
+    std::string adapter;
+    std::optional<bool> gate;
+    std::optional<zohal::SelectionResult> selection;
+    FrameList checked;
+    std::string check;                                 // what the checks have in common
+    std::map<uint32_t, std::pair<bool, bool>> checks;  // results by frame
+    std::string comments;                              // why its replay may differ
+};
+
+// An extension selector, since a core may know the layout of those. Of the real selector's members it has the name; the
+// others are the core's own, or no core's business.
 class RecordingSelector final : public ZSLSelectorExt {
 public:
     RecordingSelector(std::shared_ptr<Recorder> recorder, std::shared_ptr<ZSLSelectorBase> real);
@@ -49,21 +57,18 @@ public:
 private:
     template <typename Result, typename Info, typename Note>
     Result pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, bool goesOn, Note note);
-    void begin(const char* comment);
-    void noteAsked(const zohal::ZSLFrameSelectInfo& info, const Notes& notes);
-    void noteCamera(const std::string& camera, const ZoMetadata* staticMetadata);
-    void write();
+    void begin(const zohal::ZSLFrameSelectInfo& info, const Call& call);
+    void complete(const Call& call);
+    void end();
 
     const std::shared_ptr<Recorder> mRecorder;
     const std::shared_ptr<ZSLSelectorBase> mReal;  // declared behind what keeps its library: released before
-    std::optional<Request> mRequest;               // the latest
+    std::optional<Request> mRequest;               // the latest, not written yet
     std::string mState;                            // that requests have left, as a request that brings it about
     std::string mMotionWord = "absent";            // the adapter's latest
-    Answers mStaticTags;                           // by camera
+    std::optional<uint32_t> mCamera;               // of the latest check
     std::unique_ptr<CaseFile> mFile;
     uint32_t mRequestsInFile = 0;
-    bool mChecksOnly = false;  // checks of the latest request are not written yet
-    int64_t mClockNs = 0;      // just before the latest call
 };
 
 }  // namespace recorder
