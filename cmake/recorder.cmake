@@ -4,7 +4,6 @@ add_library(com.nexaro.zsl.motion.recorder SHARED
   api/ZSLSelectorBase.cpp
   external/odm/policy/zsl/mtk/ZSLSelectorExt.cpp
   recorder/CaseFile.cpp
-  recorder/CaseText.cpp
   recorder/Entry.cpp
   recorder/RecordedQueue.cpp
   recorder/Recorder.cpp

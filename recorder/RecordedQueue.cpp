@@ -86,8 +86,9 @@ void askForRest(const Queues& recorded, const Notes& notes) {
     }
 }
 
+// A queue as a case has it.
 void append(std::string& text, const QueueNotes& notes) {
-    put(text, "  - {", notes.identity, ", consumer: ", notes.lists.at(zohal::kConsumerList),
+    put(text, "    {", notes.identity, ", consumer: ", notes.lists.at(zohal::kConsumerList),
         ",\n     producer: ", notes.lists.at(zohal::kProducerList), ", all: ", notes.lists.at(zohal::kAllFrames),
         ",\n     frames: {");
     const char* separator = "";
@@ -101,7 +102,19 @@ void append(std::string& text, const QueueNotes& notes) {
             append(text, notes.type == zohal::kMetaQueue ? entry->first : 0);
         }
     }
-    text += "}}\n";
+    text += "}},\n";
+}
+
+void append(std::string& text, const Notes& queues) {
+    text += "  queues: [\n";
+    for (const auto& queue : queues) {
+        if (queue) append(text, *queue);
+    }
+    text += "    ]\n";
+    for (const auto& queue : queues) {
+        if (!queue) text += "  # a null queue handle is left out\n";
+        if (queue && queue->changed) text += "  # one question had two answers: this may not replay exactly\n";
+    }
 }
 
 }  // namespace recorder

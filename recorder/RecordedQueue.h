@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "api/ZSLFrameRecords.h"
-#include "recorder/CaseText.h"
+#include "recorder/CaseFile.h"
 
 namespace recorder {
 
@@ -32,6 +32,6 @@ Queues recordedQueues(const Queues& queues, Notes& notes);
 // After a call: asks for what it left out.
 void askForRest(const Queues& recorded, const Notes& notes);
 
-void append(std::string& text, const QueueNotes& notes);
+void append(std::string& text, const Notes& queues);
 
 }  // namespace recorder

@@ -35,10 +35,13 @@ struct Recorder {
     const std::shared_ptr<void> library;  // the real plug-in
     Entry* const create;                  // its entry
     const std::string folder;
-    const std::string motionSwitch;  // the property that the real plug-in reads, as it stood at load, in a case's words
+    const std::string motionSwitch;  // the property that the real plug-in reads, as it stood at load
     std::atomic<bool> on;
     std::atomic<uint32_t> files{0};  // made so far
 };
+
+// Opens a library. What is open stays so for as long as the handle is kept.
+std::shared_ptr<void> openLibrary(const char* file, int flags);
 
 // Reads the properties and opens the real plug-in, which reads its own at the same time. It lies beside the library
 // that `entry` is of, or where a property says. Null, with a line in the log, when it can't be had.
@@ -46,9 +49,5 @@ std::shared_ptr<Recorder> openRecorder(Entry* entry) noexcept;
 
 // Has the real plug-in append its selectors. Its exceptions pass, and then the list is unchanged.
 void createSelectors(const std::shared_ptr<Recorder>& recorder, Selectors& selectors);
-
-// What the platform adapter says, in the words of a case: its word, "empty" without a holder, "unavailable" without an
-// adapter, "absent" where its library isn't open. Never opens that, and never calls Init().
-std::string adapterAnswer();
 
 }  // namespace recorder

@@ -181,7 +181,7 @@ TEST_F(Recorder, ARecordReplays) {
     const std::string text = textOf(files()[0]);
     EXPECT_EQ(text.rfind("recorded: 1\n", 0), 0U);
     EXPECT_NE(text.find("name: \"me\\x1B[1mta\\x22\""), std::string::npos) << text.substr(0, 1000);
-    EXPECT_NE(text.find("null queue handles are left out"), std::string::npos);
+    EXPECT_NE(text.find("a null queue handle is left out"), std::string::npos);
     EXPECT_EQ(text.find("two answers"), std::string::npos);
     EXPECT_EQ(replay(files()[0]), 0);
 }
@@ -201,7 +201,7 @@ TEST_F(Recorder, AFileOfAThousandRequestsIsFollowedByOneThatKnowsTheState) {
     ASSERT_EQ(files().size(), 2U);
     EXPECT_EQ(count(textOf(files()[0]), "# end\n"), 1000U);
     EXPECT_EQ(count(textOf(files()[1]), "# end\n"), 6U);
-    EXPECT_EQ(count(textOf(files()[1]), "gate: true, selection: {1:"), 5U);
+    EXPECT_EQ(count(textOf(files()[1]), "gate: true\n    selection:\n      1: ["), 5U);
     for (const auto& file : files()) EXPECT_EQ(replay(file), 0) << file;
 }
 
@@ -271,7 +271,9 @@ TEST_F(Recorder, EveryAllocationMayFail) {
         +[](zohal::ZSLSelectorBase& selector, const zohal::ZSLFrameSelectInfo& info, const zohal::ZSLFrameCheckInfo&) {
             EXPECT_EQ(selector.selectZSLFrames(info).at(1).size(), 50U);
         },
-        +[](zohal::ZSLSelectorBase& selector, const zohal::ZSLFrameSelectInfo&, const zohal::ZSLFrameCheckInfo& info) {
+        +[](zohal::ZSLSelectorBase& selector, const zohal::ZSLFrameSelectInfo& request,
+            const zohal::ZSLFrameCheckInfo& info) {
+            selector.isSelectorNeeded(request);
             EXPECT_FALSE(selector.checkFrame(info).first);
         }};
     for (const auto& call : calls) {
@@ -281,11 +283,12 @@ TEST_F(Recorder, EveryAllocationMayFail) {
             log.clear();
             const int64_t live = gLive;
             {
-                halcore::SelectorPlugin plugin(RECORDER);
+                auto plugin = std::make_unique<halcore::SelectorPlugin>(RECORDER);
                 gStruck = false;
                 gToFault = nth;
                 try {
-                    call(plugin.selector(), request, check);
+                    call(plugin->selector(), request, check);
+                    plugin.reset();  // writes
                 } catch (const std::bad_alloc&) {  // the real selector's own
                 }
                 gToFault = 0;
