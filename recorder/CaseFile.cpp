@@ -98,24 +98,24 @@ std::string tagsOf(const ZoMetadata* metadata, std::initializer_list<const char*
 CaseFile::CaseFile(Recorder& recorder) {
     removeOldest(recorder.folder);
     do {  // a file of the name is an earlier process's that had the same number
-        mPath = recorder.folder + "/zsl-" + std::to_string(getpid()) + '-' + std::to_string(++recorder.files) + ".yaml";
-        mFile = open(mPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0640);
-    } while (mFile < 0 && errno == EEXIST);
-    if (mFile < 0) throw std::system_error(errno, std::generic_category(), mPath);
+        path = recorder.folder + "/zsl-" + std::to_string(getpid()) + '-' + std::to_string(++recorder.files) + ".yaml";
+        file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0640);
+    } while (file < 0 && errno == EEXIST);
+    if (file < 0) throw std::system_error(errno, std::generic_category(), path);
 }
 
 CaseFile::~CaseFile() {
-    close(mFile);
-    if (mSize == 0) unlink(mPath.c_str());
+    close(file);
+    if (size == 0) unlink(path.c_str());
 }
 
 void CaseFile::append(std::string_view text) {
     for (size_t done = 0; done < text.size();) {
-        const ssize_t written = write(mFile, text.data() + done, text.size() - done);
-        if (written < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), mPath);
+        const ssize_t written = write(file, text.data() + done, text.size() - done);
+        if (written < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), path);
         if (written > 0) done += static_cast<size_t>(written);
     }
-    mSize += text.size();
+    size += text.size();
 }
 
 }  // namespace recorder

@@ -42,8 +42,7 @@ std::string tagsOf(const ZoMetadata* metadata, std::initializer_list<const char*
 
 // Grows by whole requests. What is written is in the kernel's hands at once: it outlives the process, though not a loss
 // of power. Throws std::system_error.
-class CaseFile {
-public:
+struct CaseFile {
     // Makes the recording's next file, "zsl-<process>-<number>.yaml". Where 16 such files are in the folder, whichever
     // process wrote them, the oldest goes.
     explicit CaseFile(Recorder& recorder);
@@ -52,12 +51,10 @@ public:
     ~CaseFile();  // removes a file that nothing whole was written to
 
     void append(std::string_view text);  // a failure may leave some of it, for a replay to leave out
-    size_t size() const { return mSize; }
 
-private:
-    std::string mPath;
-    int mFile;
-    size_t mSize = 0;
+    std::string path;
+    int file;
+    size_t size = 0;
 };
 
 }  // namespace recorder

@@ -206,7 +206,7 @@ private:
     void end() {
         if (!mRequest) return;
         std::string text;
-        if (!mFile || mRequestsInFile >= kRequestsPerFile || mFile->size() >= kBytesPerFile) {
+        if (!mFile || mRequestsInFile >= kRequestsPerFile || mFile->size >= kBytesPerFile) {
             mFile = std::make_unique<CaseFile>(*mRecorder);
             mRequestsInFile = 0;
             text = head();

@@ -271,9 +271,9 @@ TEST_F(Recorder, EveryAllocationMayFail) {
         +[](zohal::ZSLSelectorBase& selector, const zohal::ZSLFrameSelectInfo& info, const zohal::ZSLFrameCheckInfo&) {
             EXPECT_EQ(selector.selectZSLFrames(info).at(1).size(), 50U);
         },
-        +[](zohal::ZSLSelectorBase& selector, const zohal::ZSLFrameSelectInfo& request,
+        +[](zohal::ZSLSelectorBase& selector, const zohal::ZSLFrameSelectInfo& asked,
             const zohal::ZSLFrameCheckInfo& info) {
-            selector.isSelectorNeeded(request);
+            selector.isSelectorNeeded(asked);
             EXPECT_FALSE(selector.checkFrame(info).first);
         }};
     for (const auto& call : calls) {
