@@ -288,7 +288,7 @@ TEST_F(Recorder, EveryAllocationMayFail) {
                 gToFault = nth;
                 try {
                     call(plugin->selector(), request, check);
-                    plugin.reset();  // writes
+                    plugin.reset();                // writes
                 } catch (const std::bad_alloc&) {  // the real selector's own
                 }
                 gToFault = 0;
