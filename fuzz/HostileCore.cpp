@@ -282,6 +282,10 @@ public:
         create();
         for (int requests = 1 + gNow.draw() % 4; requests > 0; --requests) serve();
     }
+    ~Session() {  // a recorder writes its last request then
+        const Crossing crossing;
+        mSelectors.clear();
+    }
 
 private:
     void serve() {
