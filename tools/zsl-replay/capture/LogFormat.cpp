@@ -1,7 +1,7 @@
 #include "capture/LogFormat.h"
 
+#include <algorithm>
 #include <cstring>
-#include <regex>
 
 #include "capture/Text.h"
 
@@ -10,6 +10,7 @@ namespace replay {
 namespace {
 
 constexpr size_t kLongestHeader = 200;  // of a line in another format
+constexpr char kLevels[] = "VDIWEFS";
 
 bool isOneOf(char c, const char* set) { return c != '\0' && std::strchr(set, c) != nullptr; }
 
@@ -42,21 +43,28 @@ bool parseHeader(std::string_view line, LogHeader& header) {
     std::string_view left = line.substr(0, colon);
     header.tag = takeWord(left);
     const std::string_view level = takeWord(left);
-    if (level.size() != 1 || !isOneOf(level[0], "VDIWEFS")) return false;
+    if (level.size() != 1 || !isOneOf(level[0], kLevels)) return false;
     header.level = level[0];
     if (!parseNumber(takeWord(left), header.tid) || !parseNumber(takeWord(left), header.pid)) return false;
     header.time = timeIn(left);
     return left.size() > 5 && (left[2] == '-' || left[4] == '-');
 }
 
+// Behind numbers (a date and a time, processes, or none) stands the level, and with it the tag or the process.
 bool isOtherLogFormat(std::string_view line) {
-    static const std::regex others(
-        "[VDIWEFS](/[^:(]{1,80}(: |\\( *[0-9]+\\): )|\\( *[0-9]+(: *[0-9]+)?\\) )"  // brief, tag, process, thread
-        "|[0-9-]{5,10} [0-9:.]{8,18} [VDIWEFS]/"                                    // time
-        "|\\[ [0-9-]{5,10} [0-9:.]{8,18} +[0-9]+: *[0-9]+ [VDIWEFS]/"               // long
-        "| *[0-9]+\\.[0-9]{3,9} +[0-9]+ +[0-9]+ [VDIWEFS] ");                       // epoch, monotonic
-    line = line.substr(0, kLongestHeader);
-    return std::regex_search(line.begin(), line.end(), others, std::regex_constants::match_continuous);
+    const size_t level = std::min(line.find_first_not_of("[ 0123456789-.:"), line.size());
+    const std::string_view numbers = line.substr(0, level);
+    const std::string_view rest = line.substr(level);
+    if (rest.size() < 3 || !isOneOf(rest[0], kLevels)) return false;
+    const bool endsInColon = rest.substr(0, kLongestHeader).find(": ") != std::string_view::npos;
+    switch (rest[1]) {
+        case '/':  // brief, tag, time; long, whose message stands on the next line
+            return endsInColon || numbers.substr(0, 2) == "[ ";
+        case '(':  // process, thread
+            return rest.find(')') < rest.size() && rest.find(')') == rest.find_first_not_of(" 0123456789:", 2);
+        default:  // epoch, monotonic
+            return rest[1] == ' ' && endsInColon && numbers.find('.') != std::string_view::npos;
+    }
 }
 
 }  // namespace replay
