@@ -13,11 +13,12 @@ endif()
 set(libraries lib/zsl-replay)
 get_property(desk DIRECTORY host PROPERTY BUILDSYSTEM_TARGETS)  # and not those of tests
 list(REMOVE_ITEM desk zocamera_adapter)
-foreach(library com.nexaro.zsl.motion ${desk})
+foreach(library com.nexaro.zsl.motion com.nexaro.zsl.motion.recorder ${desk})
   set_target_properties(${library} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${libraries}
                         INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
-  install(TARGETS ${library} LIBRARY DESTINATION ${libraries})
 endforeach()
+# Not the recorder: who wants one builds it.
+install(TARGETS com.nexaro.zsl.motion ${desk} LIBRARY DESTINATION ${libraries})
 set_target_properties(zocamera_adapter PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${libraries}/vendor
                       INSTALL_RPATH "$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
 install(TARGETS zocamera_adapter LIBRARY DESTINATION ${libraries}/vendor)

@@ -6,6 +6,7 @@
 #include <utils/Timers.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +19,7 @@
 #include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
 #include "metadatautils/StaticMetadataWraper.h"
 #include "metadatautils/ZoMetadata.h"
+#include "recorder/Recorder.h"
 #include "zodebug/Log.h"
 
 namespace {
@@ -68,14 +70,74 @@ struct State {
 State gNow;
 FrameList gHandedOut;
 uint64_t gCoreCallsToFault = 0;
+uint64_t gWritesToFault = 0;
 bool gThrown = false;  // on a whim, in the current call
+constexpr char kPlugin[] = "the plug-in behind the recorder";
 bool gHookTakes = false;
 std::unique_ptr<zohal::ZSLFrameEntry> gEntry;  // what was handed out last, the next time it is gone
 std::unique_ptr<uint8_t[]> gPayload;
 
+// With a recorder in front, what it does before the library is called and after that has answered leaves no trace: the
+// library and the core go on as without it.
+bool gRecorded = false;
+State gAtCall, gAtAnswer;
+bool gThrownAtAnswer = false;
+
+// A call of the core's that a recorder may pass on.
+struct Crossing {
+    Crossing() {
+        gAtCall = gAtAnswer = gNow;
+        gThrownAtAnswer = gThrown;
+        hostile::gOutside = gRecorded;
+    }
+    ~Crossing() {
+        if (!gRecorded) return;
+        hostile::gOutside = false;
+        gNow = gAtAnswer;
+        gThrown = gThrownAtAnswer;
+    }
+};
+
+// The library's part of it.
+struct Inside {
+    Inside() {
+        gNow = gAtCall;
+        hostile::gOutside = false;
+    }
+    ~Inside() {
+        gAtAnswer = gNow;
+        gThrownAtAnswer = gThrown;
+        hostile::gOutside = true;
+    }
+};
+
+struct BehindRecorder final : public MotionZSLSelector {
+    bool isSelectorNeeded(const zohal::ZSLFrameSelectInfo& info) override {
+        const Inside inside;
+        return MotionZSLSelector::isSelectorNeeded(info);
+    }
+    zohal::ZSLSelectorResult checkFrame(const zohal::ZSLFrameCheckInfo& info) override {
+        const Inside inside;
+        return MotionZSLSelector::checkFrame(info);
+    }
+    zohal::SelectionResult selectZSLFrames(const zohal::ZSLFrameSelectInfo& info) override {
+        const Inside inside;
+        return MotionZSLSelector::selectZSLFrames(info);
+    }
+};
+
+MotionZSLSelector* gMade = nullptr;  // by the latest call of the entry
+
+void createBehindRecorder(recorder::Selectors& selectors) {
+    const Inside inside;
+    const auto made = std::make_shared<BehindRecorder>();
+    selectors.push_back(made);
+    gMade = made.get();
+}
+
 // Of every operation that may throw.
 uint8_t mood() {
-    if (gCoreCallsToFault != 0 && --gCoreCallsToFault == 0) {
+    if (!hostile::gOutside && gCoreCallsToFault != 0 && --gCoreCallsToFault == 0) {
         ++hostile::gFaultsStruck;
         throw CoreFault();
     }
@@ -213,11 +275,16 @@ constexpr Strategy kStrategies[] = {
 class Session {
 public:
     explicit Session(hostile::Fault fault) : mFault(fault) {
+        if (gRecorded) mRecorder = recorder::openRecorder(&createZSLSelector);
         for (int count = gNow.draw() % 4; count > 0; --count) mQueues.push_back(std::make_shared<HostileQueue>());
         for (int count = 3; count > 0; --count) mMetas.push_back(std::make_shared<HostileMetadata>());
         create();
         create();
         for (int requests = 1 + gNow.draw() % 4; requests > 0; --requests) serve();
+    }
+    ~Session() {  // a recorder writes its last request then
+        const Crossing crossing;
+        mSelectors.clear();
     }
 
 private:
@@ -241,28 +308,40 @@ private:
         return index < handles.size() ? handles[index] : nullptr;
     }
 
-    MotionZSLSelector& selector() { return static_cast<MotionZSLSelector&>(*mSelectors[mServing]); }
+    zohal::ZSLSelectorBase& selector() { return *mSelectors[mServing]; }
+
+    template <typename Answer, typename Info>
+    Answer cross(Answer (zohal::ZSLSelectorBase::*operation)(const Info&), const Info& info) {
+        const Crossing crossing;
+        return (selector().*operation)(info);
+    }
 
     // Gate and selection most often: it is them that leave something behind for the next request.
     void step(int kind) {
         if (kind < 6) return callStrategy(kind);
         if (kind < 8) return check(kind == 6);
-        if (kind % 2 == 0) return attempt([this] { gNow.add(selector().isSelectorNeeded(mInfo)); });
+        if (kind % 2 == 0)
+            return attempt([this] { gNow.add(cross(&zohal::ZSLSelectorBase::isSelectorNeeded, mInfo)); });
         attempt([this] { select(); });
     }
 
     void create() {
         const auto before = mSelectors;
         attempt([this, &before] {
+            if (mStruckOutside) mSelectors = before;  // made nevertheless
             require(mSelectors == before, "a failed entry leaves the list unchanged");
+            const Crossing crossing;
+            if (gRecorded) return recorder::createSelectors(mRecorder, mSelectors);
             createZSLSelector(mSelectors);
+            gMade = static_cast<MotionZSLSelector*>(mSelectors.back().get());
         });
+        mMotionSelectors.push_back(gMade);
         require(mSelectors.size() == before.size() + 1 && mSelectors.back().use_count() == 1, "the list is the owner");
         require(std::equal(before.begin(), before.end(), mSelectors.begin()), "the entry appends");
     }
 
     void select() {
-        const zohal::SelectionResult result = selector().selectZSLFrames(mInfo);
+        const zohal::SelectionResult result = cross(&zohal::ZSLSelectorBase::selectZSLFrames, mInfo);
         for (const auto& [id, list] : result) {
             gNow.add(id);
             addOwnFrames(list, {});
@@ -279,9 +358,10 @@ private:
         const FrameList before(gNow.draw() % 5, 4);
         attempt([&] {
             FrameList list = before;
-            gNow.add(kind == 5 ? selector().selectZSLFramesForZeroShutterDelay(mInfo.fwkFrame, mInfo, queue, list,
-                                                                               zsdTs, last)
-                               : (selector().*kStrategies[kind])(mInfo.fwkFrame, mInfo, queue, list, zsdTs, last));
+            MotionZSLSelector& motion = *mMotionSelectors[mServing];
+            gNow.add(kind == 5
+                         ? motion.selectZSLFramesForZeroShutterDelay(mInfo.fwkFrame, mInfo, queue, list, zsdTs, last)
+                         : (motion.*kStrategies[kind])(mInfo.fwkFrame, mInfo, queue, list, zsdTs, last));
             addOwnFrames(list, before);
         });
     }
@@ -304,8 +384,9 @@ private:
         int32_t& policyMask = selector().*LastingState::policyMask;
         attempt([&, maskBefore = policyMask] {
             policyMask = maskBefore;
-            const zohal::ZSLSelectorResult result =
-                extension ? selector().checkFrame(info) : selector().ZSLSelectorBase::checkDesiredSensorMode(info);
+            const zohal::ZSLSelectorResult result = extension
+                                                        ? cross(&zohal::ZSLSelectorBase::checkFrame, info)
+                                                        : selector().ZSLSelectorBase::checkDesiredSensorMode(info);
             require(result.second == (extension ? result.first : true), "the second flag follows from the check");
             gNow.add(result.first);
         });
@@ -324,13 +405,21 @@ private:
             gHandedOut.clear();
             gCoreCallsToFault = mFault == hostile::Fault::kCoreCall ? nth : 0;
             hostile::gAllocationsToFault = mFault == hostile::Fault::kAllocation ? nth : 0;
+            gWritesToFault = mFault == hostile::Fault::kWrite ? nth : 0;
+            hostile::gStruckOutside = false;
+            if (mRecorder) mRecorder->on = true;
             const bool threw = throws(call);
-            gCoreCallsToFault = hostile::gAllocationsToFault = 0;
+            gCoreCallsToFault = hostile::gAllocationsToFault = gWritesToFault = 0;
+            mStruckOutside = hostile::gStruckOutside;
             gEntry.reset();
             gPayload.reset();
             const bool faulty = hostile::gFaultsStruck != struck++;
-            require(threw == (faulty || gThrown), "exceptions pass, and none comes from the library");
-            require(!threw || hostile::gLiveAllocations == live, "a failed call leaks nothing");
+            // What strikes the recorder is nobody's business, but for the entry, which may fail for want of memory.
+            const bool mayThrow = mStruckOutside && mMotionSelectors.size() < 2;
+            const bool mayPass = gRecorded && mFault == hostile::Fault::kAllocation;  // while it notes an answer
+            require(threw == ((faulty && !mStruckOutside) || gThrown) || mayThrow || (mayPass && !threw && !gThrown),
+                    "exceptions pass, and none comes from the library");
+            require(!threw || gRecorded || hostile::gLiveAllocations == live, "a failed call leaks nothing");
             require(countReferences() == references, "no handle is kept");
             require(gNow.openLibraries == gNow.givenUp + std::get<int32_t&>(fields),
                     "only a loaded adapter library stays open, and one that threw");
@@ -363,8 +452,11 @@ private:
     std::vector<std::shared_ptr<HostileQueue>> mQueues;
     std::vector<std::shared_ptr<HostileMetadata>> mMetas;
     zohal::ZSLFrameSelectInfo mInfo{};
+    std::shared_ptr<recorder::Recorder> mRecorder;
+    bool mStruckOutside = false;  // the latest fault did, outside the library
     std::vector<std::shared_ptr<zohal::ZSLSelectorBase>> mSelectors;
-    size_t mServing = 0;  // the selector whose turn it is
+    std::vector<MotionZSLSelector*> mMotionSelectors;  // the same, or those behind the recorder's
+    size_t mServing = 0;                               // the selector whose turn it is
 };
 
 // Messages count for the digest, but for the one address among them.
@@ -378,7 +470,8 @@ __attribute__((format(printf, 2, 0))) void addMessage(const char* from, const ch
 
 }  // namespace
 
-uint64_t hostile::play(const uint8_t* data, size_t size, Fault fault) {
+uint64_t hostile::play(const uint8_t* data, size_t size, Fault fault, bool recorded) {
+    gRecorded = recorded;
     gNow = State();
     gHandedOut.reserve(4096);
     fieldsOf(AdapterClient::getInstance()) = std::tuple(nullptr, nullptr, 0);
@@ -416,19 +509,46 @@ std::shared_ptr<ZoMetadata> StaticMetadataWraper::getStaticMetadata(uint32_t /*l
 }
 
 void* dlopen(const char* path, int flags) noexcept {
+    if (std::strcmp(path, kPlugin) == 0) return &gMade;
+    if (hostile::gOutside) return gNow.openLibraries > 0 ? (++gNow.openLibraries, &gPlatform) : nullptr;
     gNow.add(path);
     gNow.add(static_cast<uint32_t>(flags));
     if (gNow.draw() % 4 == 0) return nullptr;
     ++gNow.openLibraries;
     return &gPlatform;
 }
-void* dlsym(void* /*handle*/, const char* name) noexcept {
+void* dlsym(void* handle, const char* name) noexcept {
+    if (handle == &gMade) return reinterpret_cast<void*>(&createBehindRecorder);
     gNow.add(name);
     return gNow.draw() % 8 == 7 ? nullptr : reinterpret_cast<void*>(&getAdapterInstance);
 }
 int dlclose(void* handle) noexcept {
+    if (handle == &gMade) return 0;
     require(handle == &gPlatform && gNow.openLibraries-- > 0, "what is closed is open");
     return 0;
+}
+
+int property_get(const char* key, char* value, const char* /*default_value*/) {
+    const bool isFolder = std::strstr(key, "record.dir") != nullptr;
+    const bool isPlugin = std::strstr(key, "record.plugin") != nullptr;
+    return std::snprintf(value, PROPERTY_VALUE_MAX, "%s", isFolder ? "/proc/self/task" : isPlugin ? kPlugin : "0");
+}
+
+// The recorder's files are none. Every operation may fail.
+static bool writeFails() {
+    if (gWritesToFault == 0 || --gWritesToFault != 0) return false;
+    ++hostile::gFaultsStruck;
+    hostile::gStruckOutside = true;
+    errno = ENOSPC;
+    return true;
+}
+extern "C" {
+int hostile_open(const char* /*path*/, int /*flags*/, ...) { return writeFails() ? -1 : 1'000'000; }
+ssize_t hostile_write(int /*file*/, const void* /*text*/, size_t size) {
+    return writeFails() ? -1 : static_cast<ssize_t>(size - size / 2);
+}
+int hostile_close(int /*file*/) { return 0; }
+int hostile_unlink(const char* /*path*/) { return 0; }
 }
 
 int8_t property_get_bool(const char* /*key*/, int8_t /*default_value*/) { return 0; }

@@ -15,7 +15,7 @@ done < commands
 
 for case in cases/*.yaml; do "$replay" "$case" --log > "$(basename "$case" .yaml).log"; done
 grep -v 'needZslNum' bursts.log > open.log
-LC_ALL=C sed 's/nexaro\.hdr\.enabled/nexaro.hdr.enablex/g' build/lib/com.nexaro.zsl.motion.so > other.so
+LC_ALL=C sed 's/nexaro\.hdr\.enabled/nexaro.hdr.enablex/g' build/lib/zsl-replay/com.nexaro.zsl.motion.so > other.so
 for options in --log --explain '--set need=2' '--against other.so'; do
   for file in cases/*.yaml *.log; do "$replay" --json $file $options 2>> err; done
 done > rows

@@ -19,6 +19,7 @@
 __attribute__((noinline)) void* operator new(size_t size) {
     if (hostile::gAllocationsToFault != 0 && --hostile::gAllocationsToFault == 0) {
         ++hostile::gFaultsStruck;
+        hostile::gStruckOutside |= hostile::gOutside;
         throw std::bad_alloc();
     }
     void* const memory = std::malloc(size == 0 ? 1 : size);
@@ -46,8 +47,8 @@ Sessions corpus() {
     return sessions;
 }
 
-uint64_t play(const std::string& session, hostile::Fault fault) {
-    return hostile::play(reinterpret_cast<const uint8_t*>(session.data()), session.size(), fault);
+uint64_t play(const std::string& session, hostile::Fault fault, bool recorded = false) {
+    return hostile::play(reinterpret_cast<const uint8_t*>(session.data()), session.size(), fault, recorded);
 }
 
 // Made on x86-64. After a change that means to answer or to log otherwise, what is found is the new file; it is written
@@ -64,11 +65,11 @@ TEST(Corpus, IsAnsweredAsOnEveryOtherMachine) {
     EXPECT_EQ(found.str(), expected);
 }
 
-void expectNothingToChangeFor(hostile::Fault fault) {
+void expectNothingToChangeFor(hostile::Fault fault, bool recorded = false) {
     const Sessions sessions = corpus();
     const uint64_t struckBefore = hostile::gFaultsStruck;
     for (const auto& [name, session] : sessions) {
-        EXPECT_EQ(play(session, fault), play(session, hostile::Fault::kNone)) << name;
+        EXPECT_EQ(play(session, fault, recorded), play(session, hostile::Fault::kNone)) << name;
     }
     EXPECT_GT(hostile::gFaultsStruck - struckBefore, 10 * sessions.size());
 }
@@ -76,5 +77,14 @@ void expectNothingToChangeFor(hostile::Fault fault) {
 TEST(Faults, OfAnyAllocationChangeNothing) { expectNothingToChangeFor(hostile::Fault::kAllocation); }
 
 TEST(Faults, OfAnyCallIntoTheCoreChangeNothing) { expectNothingToChangeFor(hostile::Fault::kCoreCall); }
+
+TEST(Recorder, ChangesNothingWhateverFails) {
+    for (const auto& [name, session] : corpus()) {
+        EXPECT_EQ(play(session, hostile::Fault::kNone, true), play(session, hostile::Fault::kNone)) << name;
+    }
+    expectNothingToChangeFor(hostile::Fault::kAllocation, true);
+    expectNothingToChangeFor(hostile::Fault::kCoreCall, true);
+    expectNothingToChangeFor(hostile::Fault::kWrite, true);
+}
 
 }  // namespace

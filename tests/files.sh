@@ -38,7 +38,7 @@ done
 status 2 "$replay" jump.log --picture soft.svg; untouched "--picture"
 status 2 "$replay" - --save-case jump.log < jump.log; untouched "standard input"
 "$replay" jump.log >> jump.log 2> err; [ $? = 2 ] || fail "standard output to an input"; untouched ">>"
-plugin=$(dirname "$replay")/../lib/com.nexaro.zsl.motion.so
+plugin=$(dirname "$replay")/../lib/zsl-replay/com.nexaro.zsl.motion.so
 cp "$plugin" p2.so && status 2 "$replay" jump.log --plugin p2.so --save-case p2.so
 cmp -s "$plugin" p2.so || fail "the plug-in was destroyed"
 status 0 "$replay" jump.log --plugin p2.so

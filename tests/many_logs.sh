@@ -14,9 +14,9 @@ fail() {
 
 mkdir -p "$work"/{bin,logs,blocks}
 ln -s "$replay" "$work/bin/zsl-replay"
-# A host is a folder: what it runs, it runs there.
+# A host is a folder: what it runs, it runs there, with a shell of its own as a login has.
 printf '%s\n' '#!/bin/sh' 'while case $1 in -*) ;; *) false ;; esac; do shift; done; cd "$HOSTS/$1" || exit; shift' \
-  '[ "$1" != -- ] || shift' 'HOME=$PWD exec sh -c "$*"' >"$work/bin/ssh"
+  '[ "$1" != -- ] || shift' 'HOME=$PWD SHELL=/bin/sh exec sh -c "$*"' >"$work/bin/ssh"
 chmod +x "$work/bin/ssh"
 mkdir -p "$work"/hosts/{alpha,beta}
 export PATH=$work/bin:$PATH HOSTS=$work/hosts

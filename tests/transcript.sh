@@ -3,7 +3,7 @@
 # stands behind "$ ", its output and errors below it, and its exit status when that is not 0.
 tool=$1
 transcript=$3
-plugin=$(dirname "$tool")/../lib/com.nexaro.zsl.motion.so
+plugin=$(dirname "$tool")/../lib/zsl-replay/com.nexaro.zsl.motion.so
 folder=$(mktemp -d) && trap 'rm -rf "$folder"' EXIT && cd "$folder" && ln -s "$2" cases || exit 2
 zsl() { "$tool" "$@"; }
 # The log of a case as one process logs it at one time.

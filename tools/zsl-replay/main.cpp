@@ -85,8 +85,7 @@ private:
         InputFile input(file);
         input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
         const std::string& name = input.name();
-        const bool isLog = input.looksLikeLog();
-        if (mOptions.roundTrip) return feedBack(readCase(parseDocument(name, input.readAll())));
+        const bool isLog = input.looksLikeLog() && !mOptions.roundTrip;
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
         if (isLog && served.requests == 0) noteEmptyLog(name);
         mAll.addFile();
@@ -100,24 +99,12 @@ private:
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
         if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
-        mPlatform = theCase;
-        mPlatform.requests.clear();
-        return mReplay.serve(document);
+        return mOptions.roundTrip ? mReplay.roundTrip(document) : mReplay.serve(document);
     }
 
     void noteCutOff(const std::string& what) {
         warn(what);
         if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
-    }
-
-    void feedBack(const Case& theCase) {
-        const RoundTrip trip = mReplay.roundTrip(theCase);
-        std::string text = printable(theCase.file) + ": of " + std::to_string(trip.requests) +
-                           " selections that were fed back " + std::to_string(trip.settled) + " came out again, and " +
-                           std::to_string(trip.open) + " are among those that their logs leave open\n";
-        for (const std::string& each : trip.failures) text += "  DIFFERS    " + printable(each) + '\n';
-        writeStandardOutput(text);
-        if (!trip.failures.empty() && mStatus == 0) mStatus = 1;
     }
 
     // One among many is no error.
@@ -129,9 +116,8 @@ private:
     }
 
     void note(const Served& served) {
-        const bool isFirst = mServed.requests == 0;
         mServed.requests = std::max(mServed.requests, served.requests);
-        mServed.firstFrame = isFirst ? served.firstFrame : std::min(mServed.firstFrame, served.firstFrame);
+        mServed.firstFrame = std::min(mServed.firstFrame, served.firstFrame);
         mServed.lastFrame = std::max(mServed.lastFrame, served.lastFrame);
     }
 
@@ -151,13 +137,7 @@ private:
             writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
         if (mPicture) mPicture->add(finding);
-        if (mSaved) mSaved->add(finding, finding.log ? platformOfLog(finding) : mPlatform);
-    }
-
-    static Case platformOfLog(const Finding& finding) {
-        Case platform;
-        if (finding.account.disabled) platform.properties[kSwitchProperty] = "true";
-        return platform;
+        if (mSaved) mSaved->add(finding, finding.platform);
     }
 
     std::vector<std::string> origin() const {
@@ -194,7 +174,6 @@ private:
     TextOptions mText;
     size_t mReported = 0;  // one by one
     Served mServed;        // the most that a file holds, and all framework frames
-    Case mPlatform;        // of the case file under way, without requests
     std::unique_ptr<PictureReport> mPicture;
     std::unique_ptr<SavedCase> mSaved;
     int mStatus = 0;

@@ -6,9 +6,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
-#include "account/Catalogue.h"
 #include "capture/Case.h"
 #include "desk/LogSink.h"
 
@@ -26,11 +27,6 @@ struct DriverLine {
     uint32_t master;
     uint32_t sensorModeType;
     uint32_t needZslNum;
-};
-
-struct SensorPolicyLine {
-    uint32_t sensorId;
-    uint32_t sensorMode;
 };
 
 enum class ListKind { kConsumer, kProducer, kAll };
@@ -59,7 +55,6 @@ struct GroupLine {
     uint32_t referenceFrame;
     int64_t referenceTimeNs;
     int64_t timeDiffNs;
-    int64_t leastDiffNs;
     uint32_t nearestPosition;  // so far
 };
 
@@ -71,7 +66,6 @@ struct CheckAccount {
     bool held = true;               // the frame-info queue holds the frame
     uint32_t mode = 0;              // its mode there
     std::optional<int32_t> wanted;  // the mode that the request's tag names; absent: no such tag, or no metadata
-    std::optional<bool> passed;
 };
 
 struct Account {
@@ -82,7 +76,7 @@ struct Account {
     std::optional<std::string> queueName;  // of the metadata queue
     std::optional<FrameList> consumer;     // the lists as the driver logged them
     std::optional<FrameList> producer;
-    std::optional<SensorPolicyLine> policy;
+    std::optional<std::pair<uint32_t, uint32_t>> policy;  // sensor id and mode
     std::optional<DriverLine> driver;
     std::optional<int64_t> targetNs;      // zsdTs
     std::optional<int64_t> clockNs;       // curTime
@@ -99,12 +93,8 @@ struct Account {
     std::vector<std::string> unread;  // what a line should say and does not, cut or damaged as it is
 };
 
-// Takes a line of the gate or of a selection into account; one of the sensor-mode check. `matched` is what the
-// catalogue makes of it. Numbers beyond a value's range are cut to it: a line that holds one does not come out of a
-// replay again, which tells.
-struct LoggedLine;
-void note(const LoggedLine& line, const std::optional<MatchedLine>& matched, Account& account);
-void note(const std::optional<MatchedLine>& matched, CheckAccount& check);
+// A strategy that a line names.
+void addStrategy(Account& account, std::string_view strategy);
 
 // The account of one request's lines, as a replay has logged them.
 Account accountOf(const std::vector<desk::LogLine>& lines);

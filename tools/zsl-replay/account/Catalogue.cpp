@@ -1,8 +1,8 @@
 #include "account/Catalogue.h"
 
 #include <algorithm>
-#include <charconv>
-#include <map>
+
+#include "capture/Text.h"
 
 namespace replay {
 
@@ -10,189 +10,164 @@ namespace {
 
 constexpr char kZeroDelay[] = "selectZSLFramesForZeroShutterDelay";
 constexpr char kNormal[] = "selectZSLFramesForNormal";
-constexpr char kLbmf[] = "selectFramesForLbmfAndHdr";
-constexpr char kBinning[] = "selectFramesForBinningAndHdr";
 constexpr char kSnsc1[] = "selectZSLFramesForSNSCBinning1";
 constexpr char kSnsc2[] = "selectZSLFramesForSNSCBinning2";
-constexpr char kDriver[] = "selectZSLFrames";
-constexpr char kCheck[] = "checkDesiredSensorMode";
-constexpr char kWanted[] = "operator()";  // a lambda's name
 
-// One conversion of a format, and the literal text behind it.
-struct Conversion {
-    char kind;  // 'd' for a decimal number, 'x' for a hexadecimal one, 's' for text
-    std::string_view literal;
-};
+using Line = MatchedLine;
 
-// A format taken apart.
-struct Pattern {
-    explicit Pattern(const CatalogueEntry& described);
-
-    const CatalogueEntry* entry;
-    std::string_view head;  // the literal text at its beginning
-    std::vector<Conversion> conversions;
-    size_t fwkFrame;  // the conversion that is the framework frame; none: far beyond the last
-};
-
-std::string_view withoutBlanksAtEnd(std::string_view text) { return text.substr(0, text.find_last_not_of(' ') + 1); }
-
-Pattern::Pattern(const CatalogueEntry& described) : entry(&described) {
-    const std::string_view format = withoutBlanksAtEnd(described.format);
-    size_t hole = format.find('%');
-    head = format.substr(0, hole);
-    std::string_view before = head;
-    fwkFrame = SIZE_MAX;
-    while (hole != std::string_view::npos) {
-        const size_t kind = format.find_first_not_of('l', hole + 1);
-        const size_t next = format.find('%', kind);
-        const auto endsWith = [before](std::string_view end) {
-            return before.size() >= end.size() && before.substr(before.size() - end.size()) == end;
-        };
-        if (endsWith("fwkFrame:") || endsWith("fwkFrameNum = ")) fwkFrame = conversions.size();
-        const char letter = format[kind];
-        before = format.substr(kind + 1, next == std::string_view::npos ? next : next - kind - 1);
-        conversions.push_back({letter == 's' || letter == 'p' ? 's' : letter == 'x' ? 'x' : 'd', before});
-        hole = next;
+// The numbers of "5 17 "; where the line is cut, those that are whole. Nothing where the text holds anything else.
+std::optional<FrameList> parseFrames(std::string_view text, bool whole) {
+    if (!whole) text = text.substr(0, text.rfind(' ') + 1);  // npos + 1 is 0
+    FrameList frames;
+    while (!text.empty()) {
+        const size_t blank = std::min(text.find(' '), text.size());
+        uint32_t frame = 0;
+        if (!parseNumber(text.substr(0, blank), frame)) return std::nullopt;
+        frames.push_back(frame);
+        text.remove_prefix(std::min(blank + 1, text.size()));
     }
+    return frames;
 }
 
-// Takes what `kind` converts off a text; false when that is none.
-bool takeField(const Conversion& conversion, bool isLast, bool cut, std::string_view& text, Field& field) {
-    size_t length = 0;
-    if (conversion.kind != 's') {
-        int64_t number = 0;
-        uint64_t large = 0;
-        const int base = conversion.kind == 'x' ? 16 : 10;
-        const char* const begin = text.data();
-        auto parsed = std::from_chars(begin, begin + text.size(), number, base);
-        if (parsed.ec == std::errc::result_out_of_range) {
-            parsed = std::from_chars(begin, begin + text.size(), large, base);
-            number = static_cast<int64_t>(large);
-        }
-        length = static_cast<size_t>(parsed.ptr - begin);
-        if (parsed.ec != std::errc() || (cut && length == text.size())) return false;  // there may have been more of it
-        field.number = number;
-    } else if (conversion.literal.empty()) {
-        length = text.size();
-    } else {
-        // The last literal is looked for from the end, so that "[%s]" takes brackets in its text.
-        length = isLast && !cut ? text.rfind(conversion.literal) : text.find(conversion.literal);
-        if (length == std::string_view::npos && !cut) return false;
-        length = std::min(length, text.size());
+// Reads the list that ends a line; one that is cut as far as it goes.
+std::optional<FrameList> listIn(const Line& line, size_t field, const std::string& name, Account& account) {
+    const auto list = parseFrames(line[field].text, line.isWhole);
+    if (!list) {
+        account.unread.push_back("the " + name + " list can't be read");
+    } else if (!line.isWhole) {
+        account.unread.push_back("the " + name + " list is cut after " + std::to_string(list->size()) + " frames");
     }
-    field.text = text.substr(0, length);
-    text.remove_prefix(length);
-    return true;
+    return list;
 }
 
-// Blanks at its end may be missing where the text ends.
-bool takeLiteral(std::string_view literal, bool cut, std::string_view& text) {
-    const size_t length = std::min(literal.size(), text.size());
-    if (text.substr(0, length) != literal.substr(0, length)) return false;
-    text.remove_prefix(length);
-    return cut || literal.find_first_not_of(' ', length) == std::string_view::npos;
+std::optional<FrameList> queueList(const Line& line, const char* name, Account& account) {
+    account.queueName = line[1].text;
+    const bool isNone = line.isWhole && line.fieldCount == 2;
+    return isNone ? FrameList() : listIn(line, 2, name, account);
 }
 
-std::optional<MatchedLine> matchPattern(const Pattern& pattern, std::string_view text, bool cut) {
-    MatchedLine line{pattern.entry, {}, 0, !cut, std::nullopt};
-    if (!takeLiteral(pattern.head, cut, text)) return std::nullopt;
-    for (const Conversion& conversion : pattern.conversions) {
-        const bool isLast = &conversion == &pattern.conversions.back();
-        if (!takeField(conversion, isLast, cut, text, line.fields[line.fieldCount])) {
-            const bool endsHere = cut && text.find_first_not_of("-0123456789abcdef") == std::string_view::npos;
-            return endsHere && line.fieldCount > 0 ? std::optional(line) : std::nullopt;
-        }
-        if (line.fieldCount == pattern.fwkFrame)
-            line.fwkFrame = static_cast<uint32_t>(line.fields[line.fieldCount].number);
-        ++line.fieldCount;
-        if (!takeLiteral(conversion.literal, cut, text)) return std::nullopt;
+void noteMet(ListKind list, const Line& line, Account& account) {
+    const bool isHeld = line.fieldCount > 2;
+    account.met.push_back({list, line[1].unsigned32(), isHeld ? std::optional(line[2].number) : std::nullopt});
+}
+
+// A group is judged by the reference frame of the line before.
+void noteGroup(const Line& line, Account& account) {
+    if (account.met.empty() || account.met.back().list != ListKind::kAll) {
+        account.unread.push_back("the reference frame of the group at position " + std::string(line[1].text));
+        return;
     }
-    return text.empty() ? std::optional(line) : std::nullopt;
+    const FrameMet& reference = account.met.back();
+    account.groups.push_back(
+        {line[1].unsigned32(), reference.frame, *reference.shutterTimeNs, line[2].number, line[4].unsigned32()});
 }
 
-const std::map<std::string_view, std::vector<Pattern>>& patternsByFunction() {
-    static const auto patterns = [] {
-        std::map<std::string_view, std::vector<Pattern>> result;
-        for (const CatalogueEntry& entry : catalogue()) {
-            for (const std::string_view function : entry.functions) result[function].emplace_back(entry);
-        }
-        return result;
-    }();
-    return patterns;
-}
+void noteConsumer(const Line& line, Account& account) { account.consumer = queueList(line, "Consumer", account); }
+
+void noteProducer(const Line& line, Account& account) { account.producer = queueList(line, "Producer", account); }
+
+void noteConsumerMet(const Line& line, Account& account) { noteMet(ListKind::kConsumer, line, account); }
+
+void noteAnchor(const Line& line, Account& account) { account.anchor = {line[1].number, line[2].unsigned32()}; }
 
 }  // namespace
+
+void addStrategy(Account& account, std::string_view strategy) {
+    auto& all = account.strategies;
+    if (std::find(all.begin(), all.end(), strategy) == all.end()) all.emplace_back(strategy);
+}
 
 const std::vector<CatalogueEntry>& catalogue() {
     using Functions = std::vector<std::string_view>;
     const Functions gate = {"isSelectorNeeded"};
-    const Functions driver = {kDriver};
+    const Functions driver = {"selectZSLFrames"};
     const Functions searching = {kZeroDelay, kSnsc2};
-    const Functions grouping = {kLbmf, kBinning};
-    const Functions check = {kCheck};
+    const Functions grouping = {"selectFramesForLbmfAndHdr", "selectFramesForBinningAndHdr"};
+    const Functions checking = {"checkDesiredSensorMode"};
+    const Functions wanted = {"operator()"};  // a lambda's name
     // clang-format off
     static const std::vector<CatalogueEntry> entries = {
-        {MessageId::kDisabled, 'D', "disable motion zsl selector", gate},
-        {MessageId::kGate, 'D',
-         "[ZSLSelector] %s finalNeedZSL: %d, isNeeded %d, forceOn: %d, hdrEnable: %d, hdrsrEnable: %d, "
-         "motionStrategy: %d, isMotionBanding: %d", gate},
-        {MessageId::kNoMetaQueue, 'D', "[ZSLSelector] fwkFrame:%u no metaQueue, select finished", driver},
-        {MessageId::kNoConsumer, 'I', "[ZSLSelector] fwkFrame:%u [%s] Current Consumer list none", driver},
-        {MessageId::kConsumer, 'I', "[ZSLSelector] fwkFrame:%u [%s] Current Consumer list: %s", driver},
-        {MessageId::kNoProducer, 'I', "[ZSLSelector] fwkFrame:%u [%s] Current Producer list none", driver},
-        {MessageId::kProducer, 'I', "[ZSLSelector] fwkFrame:%u [%s] Current Producer list: %s", driver},
-        {MessageId::kSensorPolicy, 'I', "sensor id:%d sensor mode: %d", driver},
-        {MessageId::kDriver, 'I',
-         "<mc anchor pick> anchorTS:%ld, motionCapType:0x%x, reqtMasterId: %d, sensorModeType: %d, needZslNum: %d",
-         driver},
-        {MessageId::kTarget, 'I', "[ZSLSelector] fwkFrame:%u zsdTs:%ld curTime:%ld", driver},
-        {MessageId::kFallback, 'I', "[ZSLSelector] fwkFrame:%u selectZSLFramesByZeroShutterDelay failed", driver},
-        {MessageId::kConsumerMet, 'I', "[ZSLSelector] fwkFrame:%u Consumer list: %u shutter time:%ld", searching},
-        {MessageId::kConsumerRemoved, 'I', "[ZSLSelector] fwkFrame:%u Consumer list: %u ResultMetaTarget removed", searching},
-        {MessageId::kProducerMet, 'I', "[ZSLSelector] fwkFrame:%u Producer list: %u shutter time:%ld ", searching},
-        {MessageId::kGroupReference, 'I', "[ZSLSelector] fwkFrame:%u allList: %u shutter time:%ld", grouping},
-        {MessageId::kGroup, 'I',
-         "[ZSLSelector] fwkFrame:%u index: %d, timeDiff: %ldtimeStampDiffMin: %ldbaseIndex:%d", grouping},
-        {MessageId::kAnchor, 'I', "[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%d csbegin:%d consumerQ[%s]", {kZeroDelay}},
-        {MessageId::kAnchorUnsigned, 'I', "[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%lu csbegin:%d consumerQ[%s]", {kSnsc2}},
-        {MessageId::kNotHeld, 'D', "[ZSLSelector] fwkFrame:%u, cannot find zslFrame: %u in [%s], move begin to next", searching},
-        {MessageId::kNotEnough, 'D', "[ZSLSelector] fwkFrame:%u, Not enough frames to select.", {kNormal, kSnsc1, kSnsc2}},
-        {MessageId::kSpanBegin, 'D', "[ZSLSelector] fwkFrame:%u, consumerSize: %d, fistConsumerFrameNum: %d", {kSnsc1}},
-        {MessageId::kConsumerPart, 'D', "[ZSLSelector] consumer: finalList: %s", {kSnsc1}},
-        {MessageId::kBeforeThinning, 'I', "[ZSLSelector] before update fwkFrame:%u final Select list: %s", {kSnsc1}},
-        {MessageId::kAfterThinning, 'I', "[ZSLSelector] after update fwkFrame:%u final Select list: %s", {kSnsc1}},
-        {MessageId::kCheck, 'I',
-         "[ZSLSelector] checkFrameNum = %d fwkFrameNum = %d  reqtMasterId = %d masterRoleId = %d AiHLFrameNum = %d "
-         "this = %p", check},
-        {MessageId::kCheckHeld, 'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u zslFrame perframeSensorMode:%d", check},
-        {MessageId::kCheckLost, 'D',
-         "[ZSLSelector] fwkFrame:%u zslFrame: %u get metaFrame failed perframeSensorMode = %d", check},
-        {MessageId::kCheckWanted, 'D',
-         "[ZSLSelector] get nexaro.ext.control.policy.sensorMode successful, desiredSensorMode = %d", {kWanted}},
-        {MessageId::kCheckNoneWanted, 'D',
-         "[ZSLSelector] get nexaro.ext.control.policy.sensorMode failed, desiredSensorMode = %d", {kWanted}},
-        {MessageId::kCheckWantedMode, 'D',
-         "[ZSLSelector] fwkFrame:%u zslFrame: %u reqestFrame reqDesiredSensorMode:%d", check},
-        {MessageId::kCheckPassed, 'D', "[ZSLSelector] checkDesiredSensorMode success!  fwkFrame:%u zslFrame: %u", check},
-        {MessageId::kCheckFailed, 'D', "[ZSLSelector] checkDesiredSensorMode fail!  fwkFrame:%u zslFrame: %u", check},
+        {'D', "disable motion zsl selector", gate,
+         [](const Line&, Account& account) { account.disabled = true; }},
+        {'D', "[ZSLSelector] %s finalNeedZSL: %d, isNeeded %d, forceOn: %d, hdrEnable: %d, hdrsrEnable: %d, "
+              "motionStrategy: %d, isMotionBanding: %d", gate,
+         [](const Line& line, Account& account) {
+             account.gate = {line[1].number != 0, line[2].number, line[3].number, line[4].number,
+                             line[5].number,      line[6].number, line[7].number};
+         }},
+        {'D', "[ZSLSelector] fwkFrame:%u no metaQueue, select finished", driver,
+         [](const Line&, Account& account) { account.noMetaQueue = true; }, nullptr, true},
+        {'I', "[ZSLSelector] fwkFrame:%u [%s] Current Consumer list none", driver, noteConsumer, nullptr, true},
+        {'I', "[ZSLSelector] fwkFrame:%u [%s] Current Consumer list: %s", driver, noteConsumer, nullptr, true},
+        {'I', "[ZSLSelector] fwkFrame:%u [%s] Current Producer list none", driver, noteProducer},
+        {'I', "[ZSLSelector] fwkFrame:%u [%s] Current Producer list: %s", driver, noteProducer},
+        {'I', "sensor id:%d sensor mode: %d", driver,
+         [](const Line& line, Account& account) {
+             account.policy = {line[0].unsigned32(), line[1].unsigned32()};
+         }},
+        {'I', "<mc anchor pick> anchorTS:%ld, motionCapType:0x%x, reqtMasterId: %d, sensorModeType: %d, needZslNum: %d",
+         driver,
+         [](const Line& line, Account& account) {
+             account.driver = {line[0].number, line[1].unsigned32(), line[2].unsigned32(), line[3].unsigned32(),
+                               line[4].unsigned32()};
+         }},
+        {'I', "[ZSLSelector] fwkFrame:%u zsdTs:%ld curTime:%ld", driver,
+         [](const Line& line, Account& account) {
+             account.targetNs = line[1].number;
+             account.clockNs = line[2].number;
+         }},
+        {'I', "[ZSLSelector] fwkFrame:%u selectZSLFramesByZeroShutterDelay failed", driver,
+         [](const Line&, Account& account) {
+             account.fallback = true;
+             addStrategy(account, kZeroDelay);
+             addStrategy(account, kNormal);
+         }},
+        {'I', "[ZSLSelector] fwkFrame:%u Consumer list: %u shutter time:%ld", searching, noteConsumerMet},
+        {'I', "[ZSLSelector] fwkFrame:%u Consumer list: %u ResultMetaTarget removed", searching, noteConsumerMet},
+        {'I', "[ZSLSelector] fwkFrame:%u Producer list: %u shutter time:%ld ", searching,
+         [](const Line& line, Account& account) { noteMet(ListKind::kProducer, line, account); }},
+        {'I', "[ZSLSelector] fwkFrame:%u allList: %u shutter time:%ld", grouping,
+         [](const Line& line, Account& account) { noteMet(ListKind::kAll, line, account); }},
+        {'I', "[ZSLSelector] fwkFrame:%u index: %d, timeDiff: %ldtimeStampDiffMin: %ldbaseIndex:%d", grouping, noteGroup},
+        {'I', "[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%d csbegin:%d consumerQ[%s]", {kZeroDelay}, noteAnchor},
+        {'I', "[ZSLSelector] fwkFrame:%u ZSLAnchor offset:%lu csbegin:%d consumerQ[%s]", {kSnsc2}, noteAnchor},
+        {'D', "[ZSLSelector] fwkFrame:%u, cannot find zslFrame: %u in [%s], move begin to next", searching,
+         [](const Line& line, Account& account) {
+             account.notHeld.push_back({line[1].unsigned32(), std::string(line[2].text)});
+         }},
+        {'D', "[ZSLSelector] fwkFrame:%u, Not enough frames to select.", {kNormal, kSnsc1, kSnsc2}},
+        {'D', "[ZSLSelector] fwkFrame:%u, consumerSize: %d, fistConsumerFrameNum: %d", {kSnsc1}},
+        {'D', "[ZSLSelector] consumer: finalList: %s", {kSnsc1}},
+        {'I', "[ZSLSelector] before update fwkFrame:%u final Select list: %s", {kSnsc1},
+         [](const Line& line, Account& account) {
+             const auto list = listIn(line, 1, "span's", account);
+             if (line.isWhole) account.beforeThinning = list;
+         }},
+        {'I', "[ZSLSelector] after update fwkFrame:%u final Select list: %s", {kSnsc1},
+         [](const Line& line, Account& account) {
+             const auto list = listIn(line, 1, "thinned", account);
+             if (line.isWhole) account.afterThinning = list;
+         }},
+        {'I', "[ZSLSelector] checkFrameNum = %d fwkFrameNum = %d  reqtMasterId = %d masterRoleId = %d AiHLFrameNum = %d "
+              "this = %p", checking, nullptr,
+         [](const Line& line, CheckAccount& check) {
+             check.frame = line[0].unsigned32();
+             check.role = line[3].signed32();
+             check.aiHlFrames = line[4].signed32();
+         }, true},
+        {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u zslFrame perframeSensorMode:%d", checking, nullptr,
+         [](const Line& line, CheckAccount& check) { check.mode = line[2].unsigned32(); }},
+        {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u get metaFrame failed perframeSensorMode = %d", checking, nullptr,
+         [](const Line&, CheckAccount& check) { check.held = false; }},
+        {'D', "[ZSLSelector] get nexaro.ext.control.policy.sensorMode successful, desiredSensorMode = %d", wanted, nullptr,
+         [](const Line& line, CheckAccount& check) { check.wanted = line[0].signed32(); }},
+        {'D', "[ZSLSelector] get nexaro.ext.control.policy.sensorMode failed, desiredSensorMode = %d", wanted},
+        {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u reqestFrame reqDesiredSensorMode:%d", checking},
+        {'D', "[ZSLSelector] checkDesiredSensorMode success!  fwkFrame:%u zslFrame: %u", checking},
+        {'D', "[ZSLSelector] checkDesiredSensorMode fail!  fwkFrame:%u zslFrame: %u", checking},
     };
     // clang-format on
     return entries;
 }
-
-std::optional<MatchedLine> matchLine(std::string_view function, std::string_view text, bool cut) {
-    const auto found = patternsByFunction().find(function);
-    if (found == patternsByFunction().end()) return std::nullopt;
-    if (!cut) text = withoutBlanksAtEnd(text);
-    std::optional<MatchedLine> best;  // a cut line may be taken for several: the one that says most of it
-    for (const Pattern& pattern : found->second) {
-        const auto line = matchPattern(pattern, text, cut);
-        if (line && (!best || line->fieldCount > best->fieldCount)) best = line;
-        if (line && !cut) break;
-    }
-    return best;
-}
-
-bool isKnownFunction(std::string_view function) { return patternsByFunction().count(function) > 0; }
 
 }  // namespace replay

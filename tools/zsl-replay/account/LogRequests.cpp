@@ -9,11 +9,20 @@ namespace {
 constexpr size_t kMostOpen = 64;                // requests that more lines may come for
 constexpr size_t kMostBytes = 1 * 1024 * 1024;  // of one request
 
-bool is(const std::optional<MatchedLine>& matched, MessageId id) { return matched && matched->entry->id == id; }
+bool isFirst(const std::optional<MatchedLine>& matched) { return matched && matched->entry->isFirst; }
 
-bool beginsSelection(const std::optional<MatchedLine>& matched) {
-    return is(matched, MessageId::kConsumer) || is(matched, MessageId::kNoConsumer) ||
-           is(matched, MessageId::kNoMetaQueue);
+// Takes a line of the gate or of a selection into account.
+void note(const LoggedLine& line, const std::optional<MatchedLine>& matched, Account& account) {
+    const std::string_view function = line.function();
+    if (function != "isSelectorNeeded" && function != "selectZSLFrames" && isKnownFunction(function)) {
+        addStrategy(account, function);
+    }
+    if (!matched || !matched->saysEnough()) {
+        account.unread.push_back("line " + std::to_string(line.number) + ", which is " +
+                                 (line.cut ? "cut" : "damaged or unknown"));
+    } else if (matched->entry->note != nullptr) {
+        matched->entry->note(*matched, account);
+    }
 }
 
 // One message on both channels of one log.
@@ -40,16 +49,22 @@ void LoggedRequest::add(LoggedLine&& line, const std::optional<MatchedLine>& mat
 // Checks of one request may overlap on several threads.
 void LoggedRequest::addCheckLine(LoggedLine&& line, const std::optional<MatchedLine>& matched) {
     if (!checks.empty() && isOtherChannels(checks.back().lines.back(), line)) return;
-    if (is(matched, MessageId::kCheck) || checks.empty()) {
-        checks.push_back({0, line.tid, {}});
+    if (isFirst(matched) || checks.empty()) {
+        checks.push_back({line.tid, {}});
         account.checks.emplace_back();
     }
     const auto own = std::find_if(checks.rbegin(), checks.rend(), [&](const Check& c) { return c.thread == line.tid; });
     Check& check = own != checks.rend() ? *own : checks.back();
-    CheckAccount& checkAccount = account.checks[static_cast<size_t>(&check - checks.data())];
-    note(matched, checkAccount);
-    check.frame = checkAccount.frame;
+    if (matched && matched->saysEnough() && matched->entry->noteCheck != nullptr) {
+        matched->entry->noteCheck(*matched, account.checks[static_cast<size_t>(&check - checks.data())]);
+    }
     check.lines.push_back(std::move(line));
+}
+
+Account accountOf(const std::vector<desk::LogLine>& lines) {
+    LoggedRequest request;
+    for (const desk::LogLine& line : lines) request.add(loggedLine(line));
+    return std::move(request.account);
 }
 
 LoggedRequest* RequestCollector::latest(const LoggedLine& line) {
@@ -64,7 +79,7 @@ LoggedRequest* RequestCollector::latest(const LoggedLine& line) {
 LoggedRequest* RequestCollector::checkedBy(const LoggedLine& line, const std::optional<MatchedLine>& matched) {
     const auto found = std::find_if(mOpen.rbegin(), mOpen.rend(), [&](const LoggedRequest& request) {
         if (request.firstLine().pid != line.pid) return false;
-        if (is(matched, MessageId::kCheck)) return request.fwkFrame == matched->fwkFrame;
+        if (isFirst(matched)) return request.fwkFrame == matched->fwkFrame;
         return std::any_of(request.checks.begin(), request.checks.end(),
                            [&line](const LoggedRequest::Check& check) { return check.thread == line.tid; });
     });
@@ -98,7 +113,7 @@ void RequestCollector::add(LoggedLine line) {
             matched && matched->fwkFrame && request->fwkFrame && matched->fwkFrame != request->fwkFrame;
         const bool repeated = request->lines.back().message == line.message;
         if (line.function() == "isSelectorNeeded" || otherFrame ||
-            (beginsSelection(matched) && request->selection && !repeated)) {
+            (isFirst(matched) && request->selection && !repeated)) {
             request = &begin(request);
         }
     }

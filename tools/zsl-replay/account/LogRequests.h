@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "account/Account.h"
+#include "account/Catalogue.h"
 #include "account/LogLine.h"
 
 namespace replay {
@@ -16,7 +17,6 @@ namespace replay {
 // The lines of one request.
 struct LoggedRequest {
     struct Check {
-        uint32_t frame = 0;
         int thread = 0;
         std::vector<LoggedLine> lines;
     };

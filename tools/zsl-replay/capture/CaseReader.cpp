@@ -10,21 +10,6 @@ namespace replay {
 
 namespace {
 
-// A request's keys, the shared ones behind its own.
-class RequestKeys {
-public:
-    RequestKeys(Value own, Value shared) : mOwn(std::move(own)), mShared(std::move(shared)) {}
-
-    Value operator[](const char* key) const {
-        const Value own = mOwn[key];
-        return own || !mShared ? own : mShared[key];
-    }
-
-private:
-    Value mOwn;
-    Value mShared;
-};
-
 AdapterAnswer readAdapter(const Value& in, const AdapterAnswer& before) {
     constexpr char kPossible[] = "a motion word from 0 to 0xFFFFFFFF, or absent, empty or unavailable";
     const std::string& text = in.text(kPossible);
@@ -40,13 +25,8 @@ AdapterAnswer readAdapter(const Value& in, const AdapterAnswer& before) {
 halcore::StrategyCall readCall(const Value& in, FrameBudget& budget) {
     in.asMap({"strategy", "frame", "zsdTs", "last", "list"});
     halcore::StrategyCall call;
-    call.strategy = in["strategy"] ? in["strategy"].text("a strategy") : "";
-    const auto& known = halcore::SelectorPlugin::strategies();
-    if (std::find(known.begin(), known.end(), call.strategy) == known.end()) {
-        std::string names;
-        for (const std::string& name : known) names += (names.empty() ? "" : ", ") + name;
-        in["strategy"].fail("a strategy: " + names);
-    }
+    const std::vector<std::string>& known = halcore::SelectorPlugin::strategies();
+    call.strategy = known[in["strategy"].oneOf(known, "a strategy: ")];
     if (in["frame"]) call.fwkFrame = in["frame"].number<uint32_t>();
     readNumber(in["zsdTs"], call.zsdTs);
     if (in["last"]) call.lastZslFrame = static_cast<int32_t>(in["last"].number<int64_t>(INT32_MIN, UINT32_MAX));
@@ -54,15 +34,15 @@ halcore::StrategyCall readCall(const Value& in, FrameBudget& budget) {
     return call;
 }
 
+// Both flags at once, or one by one.
 std::pair<bool, bool> readCheckResult(const Value& in) {
-    if (in.isList()) {
-        const auto flags = in.elements("two flags");
-        if (flags.size() != 2) in.fail("two flags");
-        return {flags[0].boolean(), flags[1].boolean()};
+    if (!in.isList()) {
+        const bool passed = in.oneOf({"pass", "fail"}, "two flags, or one of ") == 0;
+        return {passed, passed};
     }
-    const std::string text = in.text("pass, fail or two flags");
-    if (text != "pass" && text != "fail") in.fail("pass, fail or two flags");
-    return {text == "pass", text == "pass"};
+    const auto flags = in.elements("two flags");
+    if (flags.size() != 2) in.fail("two flags");
+    return {flags[0].boolean(), flags[1].boolean()};
 }
 
 std::vector<std::string> readLines(const Value& in) {
@@ -114,16 +94,8 @@ int64_t newestShutterTime(const Request& request) {
     return newest;
 }
 
-constexpr std::initializer_list<const char*> kRequestKeys = {"name",     "frame",   "used",   "master", "need",
-                                                             "metadata", "adapter", "select", "clock",  "queues",
-                                                             "call",     "check",   "expect"};
-
 halcore::Select readSelect(const Value& in) {
-    const std::string& select = in.text("gated, always or never");
-    if (select == "gated") return halcore::Select::kGated;
-    if (select == "always") return halcore::Select::kAlways;
-    if (select == "never") return halcore::Select::kNever;
-    in.fail("gated, always or never");
+    return static_cast<halcore::Select>(in.oneOf({"gated", "always", "never"}, "one of "));
 }
 
 Check readCheck(const Value& in, FrameBudget& budget) {
@@ -137,7 +109,7 @@ Check readCheck(const Value& in, FrameBudget& budget) {
     return check;
 }
 
-Request readRequest(const RequestKeys& in, size_t position, const AdapterAnswer& before, FrameBudget& budget) {
+Request readRequest(const Value& in, size_t position, const AdapterAnswer& before, FrameBudget& budget) {
     Request request;
     request.name = in["name"] ? in["name"].text("a name") : "request " + std::to_string(position + 1);
     request.fwkFrame = static_cast<uint32_t>(position + 1);
@@ -164,7 +136,29 @@ void readProperties(const Value& in, Case& result) {
     });
 }
 
-void readRoot(const Value& in, Case& result) {
+void readRequests(const Node& root, Case& result) {
+    const Value list = Value(root)["requests"];
+    if (result.recorded && (!list || list.isNull())) return;  // a crash came before the first was whole
+    const NodePtr defaults = find(root, "defaults");
+    const Value::Words keys = {"name",   "frame", "used",   "master", "need",  "metadata", "adapter",
+                               "select", "clock", "queues", "call",   "check", "expect"};
+    if (defaults != nullptr) Value(defaults).asMap(keys);
+    FrameBudget budget;
+    for (const Value& own : list.elements("a list of requests")) {
+        Node request = own.asMap(keys).node();
+        if (defaults != nullptr) merge(request, *defaults);
+        const AdapterAnswer before = result.requests.empty() ? "absent" : result.requests.back().adapter;
+        result.requests.push_back(readRequest(Value(request), result.requests.size(), before, budget));
+    }
+}
+
+}  // namespace
+
+Case readNodes(const Document& document) {
+    Case result;
+    result.file = document.file;
+    result.cutOff = document.cutOff;
+    Value in(document.root);
     in.asMap({"recorded", "properties", "staticMetadata", "defaults", "requests"});
     if (in["recorded"]) result.recorded = in["recorded"].number<uint32_t>(1, 1) == 1;
     if (in["properties"]) readProperties(in["properties"], result);
@@ -173,34 +167,8 @@ void readRoot(const Value& in, Case& result) {
             result.staticMetadata[key.number<uint32_t>()] = readTags(value).value_or(Tags());
         });
     }
-    if (in["defaults"]) in["defaults"].asMap(kRequestKeys);
-    const Value list = in["requests"];
-    if (result.recorded && (!list || list.isNull())) return;  // a crash came before the first was whole
-    FrameBudget budget;
-    AdapterAnswer adapter = "absent";
-    for (const Value& request : list.elements("a list of requests")) {
-        request.asMap(kRequestKeys);
-        result.requests.push_back(readRequest({request, in["defaults"]}, result.requests.size(), adapter, budget));
-        adapter = result.requests.back().adapter;
-    }
-}
-
-}  // namespace
-
-Case readNodes(const Document& document) {
-    Case result;
-    result.file = document.file();
-    result.cutOff = document.cutOff();
-    readRoot(Value(document.root()), result);
+    readRequests(*document.root, result);
     return result;
-}
-
-Case readCase(const Document& document) {
-    try {
-        return readNodes(document);
-    } catch (const PlacedError& error) {
-        throw inFile(document.file(), error);
-    }
 }
 
 }  // namespace replay

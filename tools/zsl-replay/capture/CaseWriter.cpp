@@ -1,6 +1,10 @@
-// A case that was built rather than read, as a case file would give it.
+// A case that was built or changed rather than read, as a case file would give it: every queue with lists of its own,
+// every frame with its time, and short things on one line.
 
-#include <algorithm>
+#include <yaml-cpp/yaml.h>
+
+#include <ostream>
+#include <sstream>
 
 #include "capture/Document.h"
 #include "capture/Metadata.h"
@@ -9,186 +13,166 @@ namespace replay {
 
 namespace {
 
-using FrameMap = std::map<uint32_t, FrameData>;
+using YAML::BeginMap, YAML::EndMap, YAML::BeginSeq, YAML::EndSeq, YAML::Flow;
 
-NodePtr makeFlag(bool flag) { return makeText(flag ? "true" : "false"); }
-
-// What comes out is given number by number, so that it can be read at once.
-NodePtr numbers(const FrameList& frames) {
-    Node::List list;
-    for (const uint32_t frame : frames) list.push_back(makeNumber(frame));
-    return makeList(std::move(list));
+template <typename T>
+void write(YAML::Emitter& out, const char* key, const T& value) {
+    out << YAML::Key << key << YAML::Value << value;
 }
 
-NodePtr frameList(const FrameList& frames) {
+void writeFrames(YAML::Emitter& out, const char* key, const FrameList& frames) {
     constexpr size_t kShortestRun = 4;
-    Node::List list;
+    out << YAML::Key << key << YAML::Value << Flow << BeginSeq;
     for (size_t at = 0; at < frames.size();) {
         size_t end = at + 1;
         while (end < frames.size() && frames[end] == frames[end - 1] + 1) ++end;
         if (end - at < kShortestRun) {
-            list.push_back(makeNumber(frames[at++]));
+            out << frames[at++];
             continue;
         }
-        list.push_back(MapMaker().set("first", makeNumber(frames[at])).set("count", makeNumber(end - at)).make());
+        out << BeginMap;
+        write(out, "first", frames[at]);
+        write(out, "count", end - at);
+        out << EndMap;
         at = end;
     }
-    return makeList(std::move(list));
+    out << EndSeq;
 }
 
-FrameMap everHeld(const Queue& queue) {
-    FrameMap all = queue.held;
-    all.insert(queue.lost.begin(), queue.lost.end());
-    return all;
-}
-
-bool isSame(const FrameMap& a, const FrameMap& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
-        return x.first == y.first && x.second.shutterTimeNs == y.second.shutterTimeNs &&
-               x.second.sensorMode == y.second.sensorMode;
-    });
-}
-
-// Consecutive frames of one mode; their times as a list where they have no one interval.
-NodePtr frameRun(uint32_t first, uint32_t mode, const std::vector<int64_t>& times) {
-    std::vector<uint64_t> intervals;
-    for (size_t i = 1; i < times.size(); ++i) {
-        intervals.push_back(static_cast<uint64_t>(times[i]) - static_cast<uint64_t>(times[i - 1]));
-    }
-    MapMaker run;
-    run.set("first", makeNumber(first));
-    if (intervals.size() > 1 && std::equal(intervals.begin() + 1, intervals.end(), intervals.begin())) {
-        run.set("count", makeNumber(times.size())).set("shutter", makeNumber(times.front()));
-        run.set("interval", makeNumber(static_cast<int64_t>(intervals.front())));
-    } else {
-        Node::List shutter;
-        for (const int64_t ns : times) shutter.push_back(makeNumber(ns));
-        run.set("shutter", makeList(std::move(shutter)));
-    }
-    if (mode != 0) run.set("mode", makeNumber(mode));
-    return run.make();
-}
-
-NodePtr frameRuns(const FrameMap& frames) {
-    if (frames.empty()) return MapMaker().make();
-    Node::List runs;
+// Successive frames of one mode, a few a line.
+void writeHeld(YAML::Emitter& out, const std::map<uint32_t, FrameData>& frames) {
+    constexpr size_t kMostOnALine = 4;
+    out << YAML::Key << "frames" << YAML::Value << BeginSeq;
     for (auto at = frames.begin(); at != frames.end();) {
-        const auto first = at;
+        const uint32_t first = at->first;
+        const uint32_t mode = at->second.sensorMode;
         std::vector<int64_t> times;
-        for (uint32_t next = at->first;
-             at != frames.end() && at->first == next && at->second.sensorMode == first->second.sensorMode;
-             ++at, ++next) {
+        for (; at != frames.end() && at->first == first + times.size() && at->second.sensorMode == mode &&
+               times.size() < kMostOnALine;
+             ++at) {
             times.push_back(at->second.shutterTimeNs);
         }
-        runs.push_back(frameRun(first->first, first->second.sensorMode, times));
+        out << Flow << BeginMap;
+        write(out, "first", first);
+        write(out, "shutter", times);
+        if (mode != 0) write(out, "mode", mode);
+        out << EndMap;
     }
-    return makeList(std::move(runs));
+    out << EndSeq;
 }
 
-// A queue like the metadata queue needs no lists of its own.
-NodePtr queueNode(const Queue& queue, const Queue* meta) {
-    MapMaker node;
-    node.set("id", makeNumber(queue.id)).set("type", makeNumber(queue.type)).set("name", makeText(queue.name));
-    if (meta == nullptr || &queue == meta || queue.consumer != meta->consumer || queue.producer != meta->producer ||
-        queue.all != meta->all || !isSame(everHeld(queue), everHeld(*meta))) {
-        node.set("consumer", frameList(queue.consumer)).set("producer", frameList(queue.producer));
-        if (queue.all != queue.deliveryOrder()) node.set("all", frameList(queue.all));
-        node.set("frames", frameRuns(everHeld(queue)));
-    }
+void writeQueue(YAML::Emitter& out, const Queue& queue) {
     FrameList lost;
     for (const auto& [frame, data] : queue.lost) lost.push_back(frame);
-    if (!lost.empty()) node.set("lost", frameList(lost));
-    return node.make();
+    auto everHeld = queue.held;
+    everHeld.insert(queue.lost.begin(), queue.lost.end());
+
+    out << BeginMap;
+    write(out, "id", queue.id);
+    write(out, "type", queue.type);
+    write(out, "name", queue.name);
+    writeFrames(out, "consumer", queue.consumer);
+    writeFrames(out, "producer", queue.producer);
+    if (queue.all != queue.deliveryOrder()) writeFrames(out, "all", queue.all);
+    writeHeld(out, everHeld);
+    if (!lost.empty()) writeFrames(out, "lost", lost);
+    out << EndMap;
 }
 
-NodePtr callNode(const halcore::StrategyCall& call) {
-    MapMaker node;
-    node.set("strategy", makeText(call.strategy));
-    if (call.fwkFrame) node.set("frame", makeNumber(*call.fwkFrame));
-    node.set("zsdTs", makeNumber(call.zsdTs)).set("last", makeNumber(call.lastZslFrame));
-    if (!call.selectList.empty()) node.set("list", frameList(call.selectList));
-    return node.make();
+void writeCall(YAML::Emitter& out, const halcore::StrategyCall& call) {
+    out << YAML::Key << "call" << YAML::Value << Flow << BeginMap;
+    write(out, "strategy", call.strategy);
+    if (call.fwkFrame) write(out, "frame", *call.fwkFrame);
+    write(out, "zsdTs", call.zsdTs);
+    write(out, "last", call.lastZslFrame);
+    if (!call.selectList.empty()) writeFrames(out, "list", call.selectList);
+    out << EndMap;
 }
 
-NodePtr checkNode(const Check& check) {
-    MapMaker node;
-    node.set("camera", makeNumber(check.camera)).set("role", makeNumber(check.role));
-    node.set("frames", makeNumber(check.aiHlFrames));
-    if (check.of) node.set("of", frameList(*check.of));
-    if (check.metadata) node.set("metadata", nodeOf(*check.metadata));
-    return node.make();
+void writeCheck(YAML::Emitter& out, const Check& check) {
+    out << YAML::Key << "check" << YAML::Value << Flow << BeginMap;
+    write(out, "camera", check.camera);
+    write(out, "role", check.role);
+    write(out, "frames", check.aiHlFrames);
+    if (check.of) writeFrames(out, "of", *check.of);
+    if (check.metadata) writeTags(out, "metadata", *check.metadata);
+    out << EndMap;
 }
 
-NodePtr messages(const std::vector<std::string>& lines) {
-    Node::List list;
-    for (const std::string& line : lines) list.push_back(makeText(line));
-    return makeList(std::move(list));
+// What a saved case expects. Frames are given number by number, so that they can be read at once.
+void writeExpectation(YAML::Emitter& out, const Expectation& expect) {
+    if (!expect.gate && !expect.result && !expect.selectionOfAll && !expect.selection && expect.logHas.empty()) return;
+    out << YAML::Key << "expect" << YAML::Value << BeginMap;
+    if (expect.gate) write(out, "gate", *expect.gate);
+    if (expect.result) write(out, "result", *expect.result);
+    if (expect.selectionOfAll || expect.selection) out << YAML::Key << "selection" << YAML::Value << Flow;
+    if (expect.selectionOfAll) out << *expect.selectionOfAll;
+    if (expect.selection) out << *expect.selection;
+    if (!expect.logHas.empty()) write(out, "logHas", expect.logHas);
+    out << EndMap;
 }
 
-NodePtr requestNode(const Request& request) {
+void writeRequest(YAML::Emitter& out, const Request& request) {
     constexpr const char* kSelect[] = {"gated", "always", "never"};
-    MapMaker node;
-    node.set("name", makeText(request.name)).set("frame", makeNumber(request.fwkFrame));
-    if (!request.used.empty()) node.set("used", frameList(request.used));
-    node.set("master", makeNumber(request.master)).set("need", makeNumber(request.need));
-    node.set("metadata", nodeOf(request.metadata)).set("adapter", makeText(request.adapter));
-    if (request.select != halcore::Select::kGated) {
-        node.set("select", makeText(kSelect[static_cast<size_t>(request.select)]));
-    }
-    node.set("clock", makeNumber(request.clockNs));
-    Node::List queues;
-    for (const Queue& queue : request.queues) queues.push_back(queueNode(queue, request.metaQueue()));
-    if (!queues.empty()) node.set("queues", makeList(std::move(queues)));
-    if (request.call) node.set("call", callNode(*request.call));
-    node.set("check", checkNode(request.check));
-    const NodePtr expect = nodeOf(request.expect);
-    if (!expect->map()->empty()) node.set("expect", expect);
-    return node.make();
+    out << BeginMap;
+    write(out, "name", request.name);
+    write(out, "frame", request.fwkFrame);
+    if (!request.used.empty()) writeFrames(out, "used", request.used);
+    write(out, "master", request.master);
+    write(out, "need", request.need);
+    writeTags(out, "metadata", request.metadata);
+    write(out, "adapter", request.adapter);
+    write(out, "select", kSelect[static_cast<size_t>(request.select)]);
+    write(out, "clock", request.clockNs);
+    out << YAML::Key << "queues" << YAML::Value << BeginSeq;
+    for (const Queue& queue : request.queues) writeQueue(out, queue);
+    out << EndSeq;
+    if (request.call) writeCall(out, *request.call);
+    writeCheck(out, request.check);
+    writeExpectation(out, request.expect);
+    out << EndMap;
+}
+
+void printComments(std::ostream& out, const std::vector<std::string>& comments) {
+    for (const std::string& comment : comments) out << "# " << printable(comment) << '\n';
 }
 
 }  // namespace
 
-NodePtr nodeOf(const Expectation& expect) {
-    MapMaker node;
-    if (expect.gate) node.set("gate", makeFlag(*expect.gate));
-    if (expect.result) node.set("result", makeFlag(*expect.result));
-    if (expect.targetNs) node.set("target", makeNumber(*expect.targetNs));
-    if (expect.anchor) node.set("anchor", makeNumber(*expect.anchor));
-    if (expect.selectionOfAll) node.set("selection", numbers(*expect.selectionOfAll));
-    if (expect.selection) {
-        MapMaker byQueue;
-        for (const auto& [id, frames] : *expect.selection) byQueue.set(std::to_string(id), numbers(frames));
-        node.set("selection", byQueue.make());
+void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments) {
+    YAML::Emitter yaml;
+    yaml.SetOutputCharset(YAML::EscapeNonAscii);
+    yaml << BeginMap << YAML::Key << "properties" << YAML::Value << BeginMap;
+    for (const auto& [property, value] : platform.properties) {
+        yaml << YAML::Key << property << YAML::Value;
+        value ? yaml << *value : yaml << YAML::Null;
     }
-    if (expect.checks) {
-        MapMaker byFrame;
-        for (const auto& [frame, flags] : *expect.checks) {
-            byFrame.set(std::to_string(frame), flags.first == flags.second
-                                                   ? makeText(flags.first ? "pass" : "fail")
-                                                   : makeList({makeFlag(flags.first), makeFlag(flags.second)}));
-        }
-        node.set("checks", byFrame.make());
+    yaml << EndMap;
+    if (!platform.staticMetadata.empty()) {
+        yaml << YAML::Key << "staticMetadata" << YAML::Value << BeginMap;
+        for (const auto& [camera, tags] : platform.staticMetadata) writeTags(yaml, std::to_string(camera), tags);
+        yaml << EndMap;
     }
-    if (expect.log) node.set("log", messages(*expect.log));
-    if (!expect.logHas.empty()) node.set("logHas", messages(expect.logHas));
-    return node.make();
+    yaml << EndMap;
+    printComments(out, comments);
+    out << yaml.c_str() << "\nrequests:\n";
+}
+
+void printRequest(std::ostream& out, const Request& request, const std::vector<std::string>& comments) {
+    YAML::Emitter yaml;
+    yaml.SetOutputCharset(YAML::EscapeNonAscii);
+    yaml << BeginSeq;
+    writeRequest(yaml, request);
+    yaml << EndSeq;
+    printComments(out, comments);
+    out << yaml.c_str() << '\n';
 }
 
 Document documentOf(const Case& theCase) {
-    MapMaker root;
-    if (theCase.recorded) root.set("recorded", makeNumber(1));
-    MapMaker properties;
-    for (const auto& [key, value] : theCase.properties) {
-        properties.set(key, value ? makeText(*value) : std::make_shared<Node>());
-    }
-    root.set("properties", properties.make());
-    MapMaker cameras;
-    for (const auto& [camera, tags] : theCase.staticMetadata) cameras.set(std::to_string(camera), nodeOf(tags));
-    if (!cameras.empty()) root.set("staticMetadata", cameras.make());
-    Node::List requests;
-    for (const Request& request : theCase.requests) requests.push_back(requestNode(request));
-    root.set("requests", makeList(std::move(requests)));
-    return {theCase.file, root.make(), theCase.cutOff};
+    std::ostringstream text;
+    printHead(text, theCase, {});
+    for (const Request& request : theCase.requests) printRequest(text, request, {});
+    return {theCase.file, parseYaml(text.str()), ""};
 }
 
 }  // namespace replay

@@ -12,98 +12,97 @@ namespace {
 constexpr std::ptrdiff_t kLongestPath = 32;  // keys and indices
 
 // A change stands nowhere in a file.
-class ChangeError : public std::runtime_error {
-public:
-    ChangeError(const std::string& expected, const std::string& found)
-        : std::runtime_error("expected " + expected + ", found " + found) {}
-};
-
-[[noreturn]] void failPath(const std::string& found) {
-    throw ChangeError("the path of a request's key", quoted(found));
+[[noreturn]] void fail(const std::string& expected, const std::string& found) {
+    throw PlacedError({}, expected, printable(found));
 }
 
-NodePtr changed(const NodePtr& in, const std::string& path, const NodePtr& value);
+[[noreturn]] void failPath(std::string_view found) {
+    fail("the path of a request's key", '"' + std::string(found) + '"');
+}
 
-NodePtr changedList(const NodePtr& in, const std::string& path, const NodePtr& value) {
-    static const Node::List kNothing;
-    const bool isNothing = in == nullptr || in->data.index() == 0;
-    const Node::List* list = isNothing ? &kNothing : in->list();
+NodePtr changed(const NodePtr& in, std::string_view path, const NodePtr& value);
+
+// `in`, of which nothing is an empty one, as a list or map of its own to be changed.
+template <typename T>
+std::shared_ptr<Node> copyAs(const NodePtr& in, std::string_view path) {
+    auto out = in != nullptr ? std::make_shared<Node>(*in) : std::make_shared<Node>();
+    if (out->data.index() == 0) out->data = T();
+    if (!std::holds_alternative<T>(out->data)) failPath(path);
+    return out;
+}
+
+NodePtr changedList(const NodePtr& in, std::string_view path, const NodePtr& value) {
     const size_t close = path.find(']');
     size_t index = 0;
-    if (close == std::string::npos || !parseNumber(path.substr(1, close - 1), index)) failPath(path);
-    if (close + 1 < path.size() && path[close + 1] != '.' && path[close + 1] != '[') failPath(path);
-    if (list == nullptr || index > list->size()) {
-        throw ChangeError("an index of a list of " + std::to_string(list != nullptr ? list->size() : 0), quoted(path));
+    if (close == std::string_view::npos || !parseNumber(path.substr(1, close - 1), index)) failPath(path);
+    const auto out = copyAs<Node::List>(in, path);
+    auto& list = std::get<Node::List>(out->data);
+    if (index > list.size()) {
+        fail("an index of a list of " + std::to_string(list.size()), '"' + std::string(path) + '"');
     }
-    Node::List out = *list;
-    if (index == out.size()) out.emplace_back();
-    out[index] = changed(out[index], path.substr(close + 1), value);
-    return makeList(std::move(out));
+    if (index == list.size()) list.emplace_back();
+    list[index] = changed(list[index], path.substr(close + 1), value);
+    return out;
 }
 
-NodePtr changedMap(const NodePtr& in, const std::string& key, const std::string& rest, const NodePtr& value) {
-    const bool isNothing = in == nullptr || in->data.index() == 0;
-    if (key.empty() || (!isNothing && in->map() == nullptr)) failPath(key + rest);
-    const NodePtr* before = find(in, key);
-    const NodePtr old = before != nullptr ? *before : nullptr;
+NodePtr changedMap(const NodePtr& in, std::string_view key, std::string_view rest, const NodePtr& value) {
+    if (key.empty()) failPath(rest);
+    const auto out = copyAs<Node::Map>(in, key);
+    auto& map = std::get<Node::Map>(out->data);
+    auto at = std::find_if(map.begin(), map.end(), [key](const auto& entry) { return *entry.first->text() == key; });
+    if (at == map.end()) at = map.insert(at, {std::make_shared<Node>(Node{{}, 0, std::string(key)}), nullptr});
     // Below metadata the rest of a path is a tag's name.
     const bool isTag = key == "metadata" && rest.size() > 1 && rest[0] == '.';
-    return withKey(in, key, isTag ? changedMap(old, rest.substr(1), "", value) : changed(old, rest, value));
+    at->second = isTag ? changedMap(at->second, rest.substr(1), "", value) : changed(at->second, rest, value);
+    return out;
 }
 
-NodePtr changed(const NodePtr& in, const std::string& path, const NodePtr& value) {
+NodePtr changed(const NodePtr& in, std::string_view path, const NodePtr& value) {
     if (path.empty()) return value;
     if (path[0] == '[') return changedList(in, path, value);
-    const std::string keys = path[0] == '.' ? path.substr(1) : path;
-    const size_t end = std::min(keys.find_first_of(".["), keys.size());
-    return changedMap(in, keys.substr(0, end), keys.substr(end), value);
+    if (path[0] == '.') path.remove_prefix(1);
+    const size_t end = std::min(path.find_first_of(".["), path.size());
+    return changedMap(in, path.substr(0, end), path.substr(end), value);
 }
 
-// The same of one request. Where it changes a part of what the requests share, the request gets its own copy.
-NodePtr changedRequest(const NodePtr& request, const NodePtr* defaults, const std::string& path, const NodePtr& value) {
-    const std::string key = path.substr(0, path.find_first_of(".["));
-    const NodePtr* shared = defaults != nullptr ? find(*defaults, key) : nullptr;
-    if (path == key || shared == nullptr || find(request, key) != nullptr) return changed(request, path, value);
-    return changed(withKey(request, key, *shared), path, value);
+// One request; what the requests share it gets for its own.
+NodePtr changedRequest(const Node& root, const NodePtr& request, std::string_view path, const NodePtr& value) {
+    const auto own = std::make_shared<Node>(*request);
+    if (const NodePtr defaults = find(root, "defaults")) merge(*own, *defaults);
+    return changed(own, path, value);
 }
 
-// Every request as change(number from 0, request) gives it.
-template <typename Change>
-NodePtr withRequests(const NodePtr& root, Change change) {
-    const NodePtr* requests = find(root, "requests");
-    if (requests == nullptr || (*requests)->list() == nullptr) return root;
-    Node::List all = *(*requests)->list();
-    for (size_t i = 0; i < all.size(); ++i) all[i] = change(i, all[i]);
-    return withKey(root, "requests", makeList(std::move(all)));
+Node::List requestsOf(const Node& root) {
+    const NodePtr requests = find(root, "requests");
+    return requests != nullptr && requests->list() != nullptr ? *requests->list() : Node::List();
 }
 
-size_t requestCount(const NodePtr& root) {
-    const NodePtr* requests = find(root, "requests");
-    return requests != nullptr && (*requests)->list() != nullptr ? (*requests)->list()->size() : 0;
+NodePtr withRequests(const NodePtr& root, Node::List requests) {
+    return changed(root, "requests", std::make_shared<Node>(Node{{}, 0, std::move(requests)}));
 }
 
 // KEY=VALUE: the key is the path of a request's key, such as "queues[1].lost" or "metadata.nexaro.hdr.enabled", in
 // every request, or in request N (from 1) when it starts with "N:"; a list's next index appends. The value is YAML.
 NodePtr withSetting(const NodePtr& root, const std::string& setting) {
     const size_t equals = setting.find('=');
-    if (equals == std::string::npos) throw ChangeError("KEY=VALUE", "no \"=\"");
+    if (equals == std::string::npos) fail("KEY=VALUE", "no \"=\"");
     std::string path = setting.substr(0, equals);
-    const size_t count = requestCount(root);
+    Node::List requests = requestsOf(*root);
     size_t only = 0;
     const size_t colon = path.find(':');
     const bool isNumbered = colon != std::string::npos && parseNumber(path.substr(0, colon), only);
-    if (isNumbered && (only < 1 || only > count)) {
-        throw ChangeError("a request from 1 to " + std::to_string(count), path.substr(0, colon));
+    if (isNumbered && (only < 1 || only > requests.size())) {
+        fail("a request from 1 to " + std::to_string(requests.size()), path.substr(0, colon));
     }
     if (isNumbered) path.erase(0, colon + 1);
     if (std::count_if(path.begin(), path.end(), [](char c) { return c == '.' || c == '['; }) > kLongestPath) {
         failPath(path);
     }
     const NodePtr value = parseYaml(setting.substr(equals + 1));
-    const NodePtr* const defaults = find(root, "defaults");
-    return withRequests(root, [&](size_t i, const NodePtr& request) {
-        return !isNumbered || i + 1 == only ? changedRequest(request, defaults, path, value) : request;
-    });
+    for (size_t i = 0; i < requests.size(); ++i) {
+        if (!isNumbered || i + 1 == only) requests[i] = changedRequest(*root, requests[i], path, value);
+    }
+    return withRequests(root, std::move(requests));
 }
 
 // FRAME[@QUEUE]: the queue with that id, or every queue, has lost the frame. `theCase` is what the document reads as.
@@ -113,28 +112,26 @@ NodePtr withoutFrame(const NodePtr& root, const Case& theCase, const std::string
     uint32_t id = 0;
     const bool one = at != std::string::npos;
     if (!parseNumber(drop.substr(0, at), frame) || (one && !parseNumber(drop.substr(at + 1), id))) {
-        throw ChangeError("FRAME or FRAME@QUEUE", quoted(drop));
+        fail("FRAME or FRAME@QUEUE", '"' + drop + '"');
     }
-    const NodePtr* const defaults = find(root, "defaults");
+    Node::List requests = requestsOf(*root);
     bool isHeld = false;
-    NodePtr result = withRequests(root, [&](size_t i, NodePtr request) {
+    for (size_t i = 0; i < requests.size(); ++i) {
         const std::vector<Queue>& queues = theCase.requests[i].queues;
         for (size_t q = 0; q < queues.size(); ++q) {
             if ((one && queues[q].id != id) || queues[q].held.count(frame) == 0) continue;
             isHeld = true;
-            Node::List lost;
-            for (const auto& [number, data] : queues[q].lost) lost.push_back(makeNumber(number));
-            lost.push_back(makeNumber(frame));
+            std::string lost = std::to_string(frame);
+            for (const auto& [number, data] : queues[q].lost) lost += ", " + std::to_string(number);
             const std::string path = "queues[" + std::to_string(q) + "].lost";
-            request = changedRequest(request, defaults, path, makeList(std::move(lost)));
+            requests[i] = changedRequest(*root, requests[i], path, parseYaml('[' + lost + ']'));
         }
-        return request;
-    });
-    if (!isHeld) {
-        throw ChangeError("a frame that " + (one ? "queue " + std::to_string(id) : std::string("a queue")) + " holds",
-                          std::to_string(frame));
     }
-    return result;
+    if (!isHeld) {
+        fail("a frame that " + (one ? "queue " + std::to_string(id) : std::string("a queue")) + " holds",
+             std::to_string(frame));
+    }
+    return withRequests(root, std::move(requests));
 }
 
 }  // namespace
@@ -150,26 +147,19 @@ Document withChanges(const Document& document, const Changes& changes) {
     Document result = document;
     const auto apply = [&result](const std::string& change, const auto& changedRoot) {
         try {
-            result = Document(result.file(), changedRoot(), result.cutOff());
+            result.root = changedRoot();
             readNodes(result);
-        } catch (const std::runtime_error& error) {
+        } catch (const PlacedError& error) {
             throw InputError(printable(change) + ": " + error.what());
         }
     };
     for (const std::string& setting : changes.settings) {
-        apply("--set " + setting, [&] { return withSetting(result.root(), setting); });
+        apply("--set " + setting, [&] { return withSetting(result.root, setting); });
     }
     for (const std::string& drop : changes.drops) {
-        apply("--drop " + drop, [&] { return withoutFrame(result.root(), readNodes(result), drop); });
+        apply("--drop " + drop, [&] { return withoutFrame(result.root, readNodes(result), drop); });
     }
     return result;
-}
-
-Document expecting(const Document& document, const std::vector<Expectation>& expectations) {
-    NodePtr root = withRequests(document.root(), [&expectations](size_t i, const NodePtr& request) {
-        return withKey(request, "expect", nodeOf(expectations.at(i)));
-    });
-    return {document.file(), std::move(root), document.cutOff()};
 }
 
 }  // namespace replay

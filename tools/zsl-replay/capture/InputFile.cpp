@@ -29,28 +29,13 @@ const NoText kNoText[] = {
     {"\xFE\xFF", "UTF-16", "iconv -f UTF-16 -t UTF-8"},
     {"\x1F\x8B", "gzip", "zcat"},
     {"PK\x03\x04", "zip", "unzip -p"},
-    {"BZh", "bzip2", "bzcat"},
-    {{"\xFD\x37zXZ\0", 6}, "xz", "xzcat"},
-    {"\x28\xB5\x2F\xFD", "zstd", "zstdcat"},
 };
 
 // A file's name for a shell to read.
 std::string shellWord(const std::string& file) {
-    std::string text = "'";
+    std::string text;
     for (const char c : file) text += c == '\'' ? "'\\''" : std::string(1, c);
-    text += '\'';
-    const bool isPlain = file.find_first_of(" \t\n'\"\\$`!*?[](){}<>|&;#~") == std::string::npos;
-    return isPlain ? file : text;
-}
-
-// UTF-16 without a mark: every other byte of what is plain text is zero.
-bool isUnmarkedUtf16(std::string_view head, size_t zeroAt) {
-    size_t zeros = 0;
-    const size_t size = std::min<size_t>(head.size(), 512) & ~size_t{1};
-    for (size_t i = 0; i < size; i += 2) {
-        zeros += head[i + zeroAt] == '\0' && head[i + 1 - zeroAt] != '\0' ? 1 : 0;
-    }
-    return size >= 4 && zeros > size / 2 * 3 / 4;
+    return file.find_first_of(" \t\n'\"\\$`!*?[](){}<>|&;#~") == std::string::npos ? file : '\'' + text + '\'';
 }
 
 }  // namespace
@@ -77,16 +62,11 @@ InputFile::InputFile(const std::string& file)
 InputFile::~InputFile() { close(mFd); }
 
 void InputFile::refuseWhatIsNoText() const {
-    const std::string_view head = unread();
-    const auto refuse = [this](const char* name, const std::string& command) {
-        throw InputError(printable(mName + ": expected a case file or a log, found " + name + "; try: " + command +
-                                   (mFile == "-" ? "" : ' ' + shellWord(mFile)) + " | zsl-replay -"));
-    };
     for (const NoText& each : kNoText) {
-        if (head.substr(0, each.begin.size()) == each.begin) refuse(each.name, each.command);
+        if (unread().substr(0, each.begin.size()) != each.begin) continue;
+        throw InputError(printable(mName + ": expected a case file or a log, found " + each.name + "; try: " +
+                                   each.command + (mFile == "-" ? "" : ' ' + shellWord(mFile)) + " | zsl-replay -"));
     }
-    if (isUnmarkedUtf16(head, 1)) refuse("UTF-16", "iconv -f UTF-16LE -t UTF-8");
-    if (isUnmarkedUtf16(head, 0)) refuse("UTF-16", "iconv -f UTF-16BE -t UTF-8");
 }
 
 bool InputFile::fill() {
@@ -113,9 +93,10 @@ bool InputFile::looksLikeLog() {
         LogHeader header;
         // Bug reports begin with the latter.
         if (parseHeader(line, header) || line.substr(0, 6) == "======") return true;
-        if (const char* const format = otherLogFormat(line)) {
-            throw InputError(printable(mName) + ": expected a log in logcat's threadtime format, found its " + format +
-                             " format; try: adb logcat -v threadtime");
+        if (isOtherLogFormat(line)) {
+            throw InputError(printable(mName) +
+                             ": expected a log in logcat's threadtime format, found another of its " +
+                             "formats; try: adb logcat -v threadtime");
         }
         hasSections = hasSections || line.substr(0, 6) == "------";
     }

@@ -23,7 +23,7 @@ public:
     const std::string& name() const { return mName; }  // as it is shown; not yet printable
 
     // Whether it is a log, or this tool's report with log lines in it, rather than a case file. Judged by how it
-    // begins; of a log in one of logcat's other formats it says which.
+    // begins; a log in another of logcat's formats is refused.
     bool looksLikeLog();
 
     struct Line {

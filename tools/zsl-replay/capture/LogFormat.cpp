@@ -1,8 +1,7 @@
 #include "capture/LogFormat.h"
 
+#include <algorithm>
 #include <cstring>
-#include <regex>
-#include <vector>
 
 #include "capture/Text.h"
 
@@ -11,6 +10,7 @@ namespace replay {
 namespace {
 
 constexpr size_t kLongestHeader = 200;  // of a line in another format
+constexpr char kLevels[] = "VDIWEFS";
 
 bool isOneOf(char c, const char* set) { return c != '\0' && std::strchr(set, c) != nullptr; }
 
@@ -32,26 +32,6 @@ std::string_view timeIn(std::string_view left) {
     return left.substr(0, end);
 }
 
-struct Format {
-    const char* name;
-    std::regex pattern;
-};
-
-// All at the beginning of a line.
-const std::vector<Format>& otherFormats() {
-    static const std::vector<Format> formats = {
-        {"brief", std::regex("[VDIWEFS]/[^(]{1,80}\\( *[0-9]+\\): ")},
-        {"process", std::regex("[VDIWEFS]\\( *[0-9]+\\) ")},
-        {"thread", std::regex("[VDIWEFS]\\( *[0-9]+: *[0-9]+\\) ")},
-        {"tag", std::regex("[VDIWEFS]/[^ :(]{1,80} *: ")},
-        {"time", std::regex("[0-9-]{5,10} [0-9:.]{8,18} [VDIWEFS]/[^(]{1,80}\\( *[0-9]+\\): ")},
-        {"long", std::regex("\\[ [0-9-]{5,10} [0-9:.]{8,18} +[0-9]+: *[0-9]+ [VDIWEFS]/")},
-        {"epoch or monotonic", std::regex(" *[0-9]+\\.[0-9]{3,9} +[0-9]+ +[0-9]+ [VDIWEFS] [^ ]{1,80} *: ")},
-        {"raw", std::regex("[A-Z]{2,8} [^ ]*ZSLSelector[^ ]*:[0-9]+ [A-Za-z0-9_()]+\\(\\)")},
-    };
-    return formats;
-}
-
 }  // namespace
 
 // Read from the right: what precedes the pid varies.
@@ -63,20 +43,28 @@ bool parseHeader(std::string_view line, LogHeader& header) {
     std::string_view left = line.substr(0, colon);
     header.tag = takeWord(left);
     const std::string_view level = takeWord(left);
-    if (level.size() != 1 || !isOneOf(level[0], "VDIWEFS")) return false;
+    if (level.size() != 1 || !isOneOf(level[0], kLevels)) return false;
     header.level = level[0];
     if (!parseNumber(takeWord(left), header.tid) || !parseNumber(takeWord(left), header.pid)) return false;
     header.time = timeIn(left);
     return left.size() > 5 && (left[2] == '-' || left[4] == '-');
 }
 
-const char* otherLogFormat(std::string_view line) {
-    line = line.substr(0, kLongestHeader);
-    for (const Format& format : otherFormats()) {
-        const auto anchored = std::regex_constants::match_continuous;
-        if (std::regex_search(line.begin(), line.end(), format.pattern, anchored)) return format.name;
+// Behind numbers (a date and a time, processes, or none) stands the level, and with it the tag or the process.
+bool isOtherLogFormat(std::string_view line) {
+    const size_t level = std::min(line.find_first_not_of("[ 0123456789-.:"), line.size());
+    const std::string_view numbers = line.substr(0, level);
+    const std::string_view rest = line.substr(level);
+    if (rest.size() < 3 || !isOneOf(rest[0], kLevels)) return false;
+    const bool endsInColon = rest.substr(0, kLongestHeader).find(": ") != std::string_view::npos;
+    switch (rest[1]) {
+        case '/':  // brief, tag, time; long, whose message stands on the next line
+            return endsInColon || numbers.substr(0, 2) == "[ ";
+        case '(':  // process, thread
+            return rest.find(')') < rest.size() && rest.find(')') == rest.find_first_not_of(" 0123456789:", 2);
+        default:  // epoch, monotonic
+            return rest[1] == ' ' && endsInColon && numbers.find('.') != std::string_view::npos;
     }
-    return nullptr;
 }
 
 }  // namespace replay

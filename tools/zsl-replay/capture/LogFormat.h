@@ -17,7 +17,7 @@ struct LogHeader {
 };
 bool parseHeader(std::string_view line, LogHeader& header);
 
-// The name of another format that the line is in; null where it is in none.
-const char* otherLogFormat(std::string_view line);
+// Whether the line is in another: brief, process, thread, tag, time, long, epoch or monotonic.
+bool isOtherLogFormat(std::string_view line);
 
 }  // namespace replay

@@ -1,7 +1,8 @@
 #include "capture/Metadata.h"
 
+#include <yaml-cpp/yaml.h>
+
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 
 #include "api/MetadataValue.h"
@@ -17,11 +18,8 @@ constexpr size_t kPolicyModeOffset = 40;
 constexpr char kEnableZsl[] = "android.control.enableZsl";
 constexpr uint32_t kEnableZslId = 0x10029;
 
-struct KnownTag {
-    const char* name;
-    uint8_t type;
-};
-const KnownTag kKnownTags[] = {
+const std::vector<std::pair<std::string, uint8_t>> kKnownTags = {
+    {kSeamlessPolicy, TYPE_BYTE},
     {kEnableZsl, TYPE_BYTE},
     {"nexaro.ai.zosd.motionCaptureEnabledIcon", TYPE_BYTE},
     {"nexaro.hdr.enabled", TYPE_BYTE},
@@ -40,47 +38,43 @@ constexpr size_t kTypeCount = sizeof(kTypes) / sizeof(kTypes[0]);
 // Of a type that camera metadata does not know, bytes.
 size_t elementSize(uint8_t type) { return std::max<size_t>(zohal::elementSize(type), 1); }
 
-const KnownTag* findTag(const std::string& name) {
-    for (const KnownTag& tag : kKnownTags) {
-        if (name == tag.name) return &tag;
+std::optional<uint8_t> typeOf(const std::string& tag) {
+    for (const auto& [name, type] : kKnownTags) {
+        if (tag == name) return type;
     }
-    return nullptr;
+    return std::nullopt;
 }
 
 template <typename T>
-void append(std::vector<uint8_t>& payload, T value) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(&value);
-    payload.insert(payload.end(), bytes, bytes + sizeof(T));
+void append(TagValue& value, T element) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&element);
+    value.payload.insert(value.payload.end(), bytes, bytes + sizeof(T));
+    ++value.count;
 }
 
 // One element; of a rational the 64 bits.
-void appendElement(TagValue& value, const Value& in) {
+void readElement(const Value& in, TagValue& value) {
     switch (value.type) {
         case TYPE_FLOAT:
-            append(value.payload, static_cast<float>(in.real()));
-            break;
+            return append(value, static_cast<float>(in.real()));
         case TYPE_DOUBLE:
-            append(value.payload, in.real());
-            break;
+            return append(value, in.real());
         case TYPE_INT32:
-            append(value.payload, static_cast<uint32_t>(in.number<int64_t>(INT32_MIN, UINT32_MAX)));
-            break;
+            return append(value, static_cast<uint32_t>(in.number<int64_t>(INT32_MIN, UINT32_MAX)));
         case TYPE_INT64:
         case TYPE_RATIONAL:
-            append(value.payload, in.number<int64_t>());
-            break;
+            return append(value, in.number<int64_t>());
         default:
-            append(value.payload, in.number<uint8_t>());
+            return append(value, in.number<uint8_t>());
     }
-    ++value.count;
 }
 
 TagValue readElements(uint8_t type, const Value& in) {
     TagValue value{type, 0, {}};
     if (!in.isList()) {
-        appendElement(value, in);
+        readElement(in, value);
     } else {
-        for (const Value& each : in.elements("values")) appendElement(value, each);
+        for (const Value& each : in.elements("values")) readElement(each, value);
     }
     return value;
 }
@@ -96,12 +90,12 @@ TagValue readPolicy(const Value& in) {
 }
 
 uint8_t readType(const Value& in) {
-    uint8_t number = 0;
-    if (in.isText() && parseNumber(in.text(""), number)) return number;
-    for (size_t type = 0; type < kTypeCount; ++type) {
-        if (in.isText() && in.text("") == kTypes[type]) return static_cast<uint8_t>(type);
-    }
-    in.fail("a type: byte, int32, float, int64, double, rational, or the number of another from 0 to 255");
+    constexpr char kPossible[] =
+        "a type: byte, int32, float, int64, double, rational, or the number of another from 0 to 255";
+    const std::string& text = in.text(kPossible);
+    auto type = static_cast<uint8_t>(std::find(kTypes, kTypes + kTypeCount, text) - kTypes);
+    if (type == kTypeCount && !parseNumber(text, type)) in.fail(kPossible);
+    return type;
 }
 
 // {type, values, count}: the count may be less than there are values, or any at all when there are none (no data).
@@ -117,73 +111,72 @@ TagValue readTyped(const Value& in) {
 TagValue readValue(const std::string& tag, const Value& key, const Value& in) {
     if (in.isMap()) return readTyped(in);
     if (tag == kSeamlessPolicy) return readPolicy(in);
-    const KnownTag* known = findTag(tag);
-    if (known != nullptr) return readElements(known->type, in);
-    std::string names = kSeamlessPolicy;
-    for (const KnownTag& each : kKnownTags) names += std::string(", ") + each.name;
+    if (const auto type = typeOf(tag)) return readElements(*type, in);
+    std::string names;
+    for (const auto& [name, type] : kKnownTags) names += (names.empty() ? "" : ", ") + name;
     key.fail("a tag that the selector reads (" + names + "), or {type: ..., values: [...]} as the value");
 }
 
-// The bytes of an element, sign-extended.
-int64_t wholeNumber(const uint8_t* bytes, size_t size) {
-    uint64_t bits = 0;
-    std::memcpy(&bits, bytes, size);
-    if (size == 4) return static_cast<int32_t>(static_cast<uint32_t>(bits));
-    return static_cast<int64_t>(bits);
-}
-
-// The shortest text that reads back to the same number.
 template <typename T>
-NodePtr realNode(const uint8_t* bytes) {
-    T number = 0;
-    std::memcpy(&number, bytes, sizeof(T));
-    if (number != number) return makeText(".nan");
-    char text[32];
-    const auto end = std::to_chars(text, text + sizeof(text), number).ptr;
-    const std::string shown(text, end);
-    return makeText(shown == "inf" || shown == "-inf" ? shown.substr(0, shown.size() - 3) + ".inf" : shown);
+T elementAt(const TagValue& value, size_t at) {
+    T element;
+    std::memcpy(&element, value.payload.data() + at, sizeof(T));
+    return element;
 }
 
-NodePtr elementNode(uint8_t type, const uint8_t* bytes) {
-    if (type == TYPE_FLOAT) return realNode<float>(bytes);
-    if (type == TYPE_DOUBLE) return realNode<double>(bytes);
-    return makeNumber(wholeNumber(bytes, elementSize(type)));
+void writeElement(YAML::Emitter& out, const TagValue& value, size_t at) {
+    switch (value.type) {
+        case TYPE_FLOAT:
+            out << elementAt<float>(value, at);
+            break;
+        case TYPE_DOUBLE:
+            out << elementAt<double>(value, at);
+            break;
+        case TYPE_INT32:
+            out << elementAt<int32_t>(value, at);
+            break;
+        case TYPE_INT64:
+        case TYPE_RATIONAL:
+            out << elementAt<int64_t>(value, at);
+            break;
+        default:
+            out << int{value.payload[at]};
+    }
 }
 
-// Records as [sensor id, sensor mode]; null where they hold more than that.
-NodePtr policyNode(const TagValue& value) {
-    Node::List records;
-    std::vector<std::pair<uint32_t, uint32_t>> pairs;
+void writeElements(YAML::Emitter& out, const TagValue& value) {
+    out << YAML::Flow << YAML::BeginSeq;
+    for (size_t at = 0; at < value.payload.size(); at += elementSize(value.type)) writeElement(out, value, at);
+    out << YAML::EndSeq;
+}
+
+std::vector<std::pair<uint32_t, uint32_t>> policyRecords(const TagValue& value) {
+    std::vector<std::pair<uint32_t, uint32_t>> records;
     for (size_t at = 0; at + kPolicyRecordSize <= value.payload.size(); at += kPolicyRecordSize) {
-        pairs.emplace_back(wholeNumber(value.payload.data() + at, 4),
-                           wholeNumber(value.payload.data() + at + kPolicyModeOffset, 4));
-        records.push_back(makeList({makeNumber(pairs.back().first), makeNumber(pairs.back().second)}));
+        records.emplace_back(elementAt<uint32_t>(value, at), elementAt<uint32_t>(value, at + kPolicyModeOffset));
     }
-    const TagValue again = seamlessPolicy(pairs);
-    const bool isSame = value.type == again.type && value.count == again.count && value.payload == again.payload;
-    return isSame ? makeList(std::move(records)) : nullptr;
+    return records;
 }
 
-NodePtr valueNode(const std::string& tag, const TagValue& value) {
-    if (tag == kSeamlessPolicy) {
-        if (NodePtr records = policyNode(value)) return records;
+void writeValue(YAML::Emitter& out, const std::string& tag, const TagValue& value) {
+    const auto records = policyRecords(value);
+    const bool isWhole = value.count == value.payload.size() / elementSize(value.type);
+    if (tag == kSeamlessPolicy && value.type == TYPE_BYTE && isWhole &&
+        value.payload == seamlessPolicy(records).payload) {
+        out << YAML::Flow << YAML::BeginSeq;
+        for (const auto& [id, mode] : records) out << std::vector<uint32_t>{id, mode};
+        out << YAML::EndSeq;
+    } else if (tag != kSeamlessPolicy && typeOf(tag) == value.type && isWhole) {
+        value.count == 1 ? writeElement(out, value, 0) : writeElements(out, value);
+    } else {
+        out << YAML::Flow << YAML::BeginMap << YAML::Key << "type" << YAML::Value;
+        value.type < kTypeCount ? out << kTypes[value.type] : out << int{value.type};
+        if (!value.payload.empty()) {
+            out << YAML::Key << "values" << YAML::Value;
+            writeElements(out, value);
+        }
+        out << YAML::Key << "count" << YAML::Value << value.count << YAML::EndMap;
     }
-    const size_t size = elementSize(value.type);
-    Node::List elements;
-    for (size_t at = 0; at + size <= value.payload.size(); at += size) {
-        elements.push_back(elementNode(value.type, value.payload.data() + at));
-    }
-    const KnownTag* known = findTag(tag);
-    const bool isPlain = known != nullptr && known->type == value.type && value.count == elements.size();
-    if (isPlain && elements.size() == 1) return elements.front();
-    const bool counts = value.count != elements.size();
-    NodePtr list = makeList(std::move(elements));
-    if (isPlain) return list;
-    MapMaker map;
-    map.set("type", value.type < kTypeCount ? makeText(kTypes[value.type]) : makeNumber(value.type));
-    if (!value.payload.empty()) map.set("values", list);
-    if (counts) map.set("count", makeNumber(value.count));
-    return map.make();
 }
 
 }  // namespace
@@ -198,11 +191,18 @@ std::optional<Tags> readTags(const Value& in) {
     return tags;
 }
 
-NodePtr nodeOf(const std::optional<Tags>& tags) {
-    if (!tags) return std::make_shared<Node>();
-    MapMaker map;
-    for (const auto& [tag, value] : *tags) map.set(tag, valueNode(tag, value));
-    return map.make();
+void writeTags(YAML::Emitter& out, const std::string& key, const std::optional<Tags>& tags) {
+    out << YAML::Key << key << YAML::Value;
+    if (!tags) {
+        out << YAML::Null;
+        return;
+    }
+    out << YAML::BeginMap;
+    for (const auto& [tag, value] : *tags) {
+        out << YAML::Key << tag << YAML::Value;
+        writeValue(out, tag, value);
+    }
+    out << YAML::EndMap;
 }
 
 std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags) {
@@ -219,10 +219,9 @@ std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags) {
 }
 
 TagValue tagValue(const std::string& tag, int64_t number) {
-    TagValue value{findTag(tag)->type, 1, {}};
-    if (value.type == TYPE_BYTE) append(value.payload, static_cast<uint8_t>(number));
-    if (value.type == TYPE_INT32) append(value.payload, static_cast<uint32_t>(number));
-    if (value.type == TYPE_INT64) append(value.payload, number);
+    TagValue value{*typeOf(tag), 0, {}};
+    append(value, number);
+    value.payload.resize(elementSize(value.type));  // the low bytes come first
     return value;
 }
 

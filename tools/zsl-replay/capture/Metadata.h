@@ -12,19 +12,23 @@
 #include "capture/Value.h"
 #include "metadatautils/ZoMetadata.h"
 
+namespace YAML {
+class Emitter;
+}
+
 namespace replay {
 
 // Tags by name; nothing for a null.
 std::optional<Tags> readTags(const Value& in);
 
-// The same as a case file gives it.
-NodePtr nodeOf(const std::optional<Tags>& tags);
+// The same under a key, as a case file gives it.
+void writeTags(YAML::Emitter& out, const std::string& key, const std::optional<Tags>& tags);
 
 // A metadata object with these tags; null for nothing.
 std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags);
 
-// A value in the type that the tag has. `tag` must be a known one.
-TagValue tagValue(const std::string& tag, int64_t value);
+// A number in the type that the tag has. `tag` must be a known one.
+TagValue tagValue(const std::string& tag, int64_t number);
 TagValue seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndMode);
 
 }  // namespace replay

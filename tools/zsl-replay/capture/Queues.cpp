@@ -142,26 +142,19 @@ Queue copyOf(const Queue& meta, const Queue& own, const Value& in, FrameBudget& 
     return copy;
 }
 
-// "800 to 804, 806", of a queue that holds many more just the first.
-std::string rangesOf(const std::map<uint32_t, FrameData>& held) {
-    constexpr size_t kMostRanges = 10;
-    std::string text;
-    size_t ranges = 0;
-    for (auto at = held.begin(); at != held.end() && ranges <= kMostRanges; ++ranges) {
-        const uint32_t first = at->first;
-        uint32_t last = first;
-        while (++at != held.end() && at->first == last + 1) ++last;
-        text += (text.empty() ? "" : ", ") + (ranges == kMostRanges ? "..." : std::to_string(first));
-        if (ranges < kMostRanges && last != first) text += " to " + std::to_string(last);
-    }
-    return held.empty() ? "none" : text;
+// "800 801 803", of many just the first.
+std::string shown(const std::map<uint32_t, FrameData>& held) {
+    constexpr size_t kMostShown = 20;
+    FrameList frames;
+    for (auto at = held.begin(); at != held.end() && frames.size() < kMostShown; ++at) frames.push_back(at->first);
+    return join(frames) + (held.size() > kMostShown ? " ..." : "");
 }
 
 void loseFrames(const Value& in, FrameBudget& budget, Queue& queue) {
     if (!in) return;
     for (const uint32_t frame : readFrameList(in, budget)) {
         auto node = queue.held.extract(frame);
-        if (node.empty()) in.fail("frames that the queue holds (" + rangesOf(queue.held) + ')', std::to_string(frame));
+        if (node.empty()) in.fail("frames that the queue holds (" + shown(queue.held) + ')', std::to_string(frame));
         queue.lost.insert(std::move(node));
     }
 }

@@ -40,29 +40,23 @@ std::string escapeOf(uint32_t value) {
     return escape;
 }
 
-std::string escaped(std::string_view text, bool isQuoted) {
-    constexpr char kReplacement[] = "\xEF\xBF\xBD";
+}  // namespace
+
+std::string printable(std::string_view text) {
     std::string out;
     while (!text.empty()) {
         const CodePoint c = firstCodePoint(text);
         if (c.length == 0) {
-            out += isQuoted ? kReplacement : escapeOf(static_cast<unsigned char>(text[0]));
+            out += escapeOf(static_cast<unsigned char>(text[0]));
         } else if (isControl(c.value)) {
             out += escapeOf(c.value);
         } else {
-            if (isQuoted && (c.value == '"' || c.value == '\\')) out += '\\';
             out += text.substr(0, c.length);
         }
         text.remove_prefix(std::max<size_t>(c.length, 1));
     }
     return out;
 }
-
-}  // namespace
-
-std::string printable(std::string_view text) { return escaped(text, false); }
-
-std::string quoted(std::string_view text) { return '"' + escaped(text, true) + '"'; }
 
 std::string join(const FrameList& frames) {
     std::string text;

@@ -34,9 +34,6 @@ bool parseNumber(std::string_view text, T& value) {
 // of writing, and what is no UTF-8 come out as "\x1b" or "\u202e". Everything that a person reads passes through here.
 std::string printable(std::string_view text);
 
-// The same in double quotes, as YAML reads it; what is no UTF-8, and can't be given there, as the replacement character.
-std::string quoted(std::string_view text);
-
 // "1 2 3", or "none".
 std::string join(const FrameList& frames);
 

@@ -1,9 +1,9 @@
 #include "capture/Value.h"
 
+#include <yaml-cpp/yaml.h>
+
 #include <algorithm>
-#include <cctype>
-#include <charconv>
-#include <limits>
+#include <unordered_set>
 
 namespace replay {
 
@@ -18,34 +18,22 @@ std::string shown(const Node* node) {
 
 }  // namespace
 
-NodePtr makeText(std::string text) { return std::make_shared<Node>(Node{{}, 0, std::move(text)}); }
-
-NodePtr makeList(Node::List elements) { return std::make_shared<Node>(Node{{}, 0, std::move(elements)}); }
-
-MapMaker& MapMaker::set(const std::string& key, NodePtr value) {
-    mMap.emplace_back(makeText(key), std::move(value));
-    return *this;
-}
-
-const NodePtr* find(const NodePtr& map, const std::string& key) {
-    if (map == nullptr || map->map() == nullptr) return nullptr;
-    for (const auto& [name, value] : *map->map()) {
-        if (*name->text() == key) return &value;
+NodePtr find(const Node& map, std::string_view key) {
+    if (map.map() == nullptr) return nullptr;
+    for (const auto& [name, value] : *map.map()) {
+        if (*name->text() == key) return value;
     }
     return nullptr;
 }
 
-NodePtr withKey(const NodePtr& map, const std::string& key, NodePtr value) {
-    Node out = map != nullptr && map->map() != nullptr ? *map : Node{{}, 0, Node::Map()};
-    auto& entries = std::get<Node::Map>(out.data);
-    const auto found =
-        std::find_if(entries.begin(), entries.end(), [&key](const auto& entry) { return *entry.first->text() == key; });
-    if (found != entries.end()) {
-        found->second = std::move(value);
-    } else {
-        entries.emplace_back(makeText(key), std::move(value));
+void merge(Node& map, const Node& others) {
+    auto* const entries = std::get_if<Node::Map>(&map.data);
+    if (entries == nullptr || others.map() == nullptr) return;
+    std::unordered_set<std::string_view> keys;
+    for (const auto& [key, value] : *entries) keys.insert(*key->text());
+    for (const auto& entry : *others.map()) {
+        if (keys.insert(*entry.first->text()).second) entries->push_back(entry);
     }
-    return std::make_shared<Node>(std::move(out));
 }
 
 void Value::fail(const std::string& expected) const {
@@ -53,36 +41,23 @@ void Value::fail(const std::string& expected) const {
 }
 
 void Value::fail(const std::string& expected, const std::string& found) const {
-    throw PlacedError(mPlace, "expected " + expected + ", found " + found);
+    throw PlacedError(mPlace, expected, found);
 }
 
-const Value& Value::asMap(std::initializer_list<const char*> keys) const {
+const Value& Value::asMap(const Words& keys) const {
     if (!isMap()) fail("a map");
-    forEach([keys](const Value& key, const Value&) {
-        const auto isKey = [&key](const char* known) { return *key.mNode->text() == known; };
-        if (keys.size() == 0 || std::any_of(keys.begin(), keys.end(), isKey)) return;
-        std::string known;
-        for (const char* each : keys) known += (known.empty() ? "" : ", ") + std::string(each);
-        key.fail("one of the keys " + known);
-    });
+    if (!keys.empty()) forEach([&keys](const Value& key, const Value&) { key.oneOf(keys, "one of the keys "); });
     return *this;
 }
 
 Value Value::operator[](const char* key) const {
-    if (isMap()) {
-        for (const auto& [name, value] : *mNode->map()) {
-            if (*name->text() == key) return Value(value);
-        }
-    }
-    return {mPlace, key};
+    const NodePtr found = mNode != nullptr ? find(*mNode, key) : nullptr;  // lives on in the map
+    return found != nullptr ? Value(found) : Value(mPlace, key);
 }
 
 std::vector<Value> Value::elements(const char* expected) const {
     if (!isList()) fail(expected);
-    std::vector<Value> result;
-    result.reserve(mNode->list()->size());
-    for (const NodePtr& element : *mNode->list()) result.emplace_back(element);
-    return result;
+    return std::vector<Value>(mNode->list()->begin(), mNode->list()->end());
 }
 
 const std::string& Value::text(const char* expected) const {
@@ -90,29 +65,26 @@ const std::string& Value::text(const char* expected) const {
     return *mNode->text();
 }
 
+size_t Value::oneOf(const Words& words, const char* expected) const {
+    const auto found = isText() ? std::find(words.begin(), words.end(), *mNode->text()) : words.end();
+    if (found != words.end()) return static_cast<size_t>(found - words.begin());
+    std::string all;
+    for (const std::string& word : words) all += (all.empty() ? "" : ", ") + word;
+    fail(expected + all);
+}
+
 bool Value::boolean() const {
-    std::string word = text("true or false");
-    std::transform(word.begin(), word.end(), word.begin(), [](unsigned char c) { return std::tolower(c); });
-    for (const char* yes : {"true", "yes", "on", "y"}) {
-        if (word == yes) return true;
-    }
-    for (const char* no : {"false", "no", "off", "n"}) {
-        if (word == no) return false;
-    }
-    fail("true or false");
+    const std::string& word = text("true or false");
+    if (word != "true" && word != "false") fail("true or false");
+    return word == "true";
 }
 
 double Value::real() const {
-    const std::string& text = this->text("a number");
-    double value = 0;
     int64_t whole = 0;
+    double value = 0;
+    const std::string& text = this->text("a number");
     if (parseNumber(text, whole)) return static_cast<double>(whole);
-    if (text == ".inf" || text == "-.inf") {
-        return (text[0] == '-' ? -1 : 1) * std::numeric_limits<double>::infinity();
-    }
-    if (text == ".nan") return std::numeric_limits<double>::quiet_NaN();
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) fail("a number");
+    if (!YAML::convert<double>::decode(YAML::Node(text), value)) fail("a number");
     return value;
 }
 

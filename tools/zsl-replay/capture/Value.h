@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <initializer_list>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -24,7 +23,8 @@ struct Place {
 // "expected ..., found ...", and where.
 class PlacedError : public std::runtime_error {
 public:
-    PlacedError(const Place& where, const std::string& what) : std::runtime_error(what), place(where) {}
+    PlacedError(const Place& where, const std::string& expected, const std::string& found)
+        : std::runtime_error("expected " + expected + ", found " + found), place(where) {}
     Place place;
 };
 
@@ -45,40 +45,23 @@ struct Node {
     const Map* map() const { return std::get_if<Map>(&data); }
 };
 
-// Nodes that stand in no file.
-NodePtr makeText(std::string text);
-template <typename T>
-NodePtr makeNumber(T number) {
-    return makeText(std::to_string(number));
-}
-NodePtr makeList(Node::List elements);
-
-// A map in the making.
-class MapMaker {
-public:
-    MapMaker& set(const std::string& key, NodePtr value);
-    bool empty() const { return mMap.empty(); }
-    NodePtr make() { return std::make_shared<Node>(Node{{}, 0, std::move(mMap)}); }
-
-private:
-    Node::Map mMap;
-};
-
 // The value of a key, null where there is none.
-const NodePtr* find(const NodePtr& map, const std::string& key);
+NodePtr find(const Node& map, std::string_view key);
 
-// A map that holds the value under this key, in its old place or at the end.
-NodePtr withKey(const NodePtr& map, const std::string& key, NodePtr value);
+// Puts the entries of another map whose keys this one lacks behind its own. Does nothing to what is no map.
+void merge(Node& map, const Node& others);
 
 // Reads a node, or one that a map lacks. As short-lived as a reference.
 class Value {
 public:
-    explicit Value(const NodePtr& node) : mNode(node.get()), mPlace(node->place) {}
+    explicit Value(const Node& node) : mNode(&node), mPlace(node.place) {}
+    explicit Value(const NodePtr& node) : Value(*node) {}
 
     // Throws PlacedError.
     [[noreturn]] void fail(const std::string& expected) const;
     [[noreturn]] void fail(const std::string& expected, const std::string& found) const;
 
+    const Node& node() const { return *mNode; }
     explicit operator bool() const { return mNode != nullptr; }
     bool isNull() const { return mNode != nullptr && mNode->data.index() == 0; }
     bool isText() const { return mNode != nullptr && mNode->text() != nullptr; }
@@ -86,7 +69,8 @@ public:
     bool isMap() const { return mNode != nullptr && mNode->map() != nullptr; }
 
     // Requires a map whose keys are among these; without keys, any map.
-    const Value& asMap(std::initializer_list<const char*> keys = {}) const;
+    using Words = std::vector<std::string>;
+    const Value& asMap(const Words& keys = {}) const;
     Value operator[](const char* key) const;
 
     // Calls visit(key, value).
@@ -97,6 +81,7 @@ public:
 
     std::vector<Value> elements(const char* expected) const;
     const std::string& text(const char* expected) const;
+    size_t oneOf(const Words& words, const char* expected) const;  // which; expected "one of the keys", before them
     bool boolean() const;
     double real() const;
 

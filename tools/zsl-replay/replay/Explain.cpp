@@ -1,6 +1,7 @@
 #include "replay/Explain.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <set>
 
@@ -14,107 +15,99 @@ namespace {
 using FrameSet = std::set<uint32_t>;
 using Reasons = std::map<uint32_t, std::string>;  // by frame
 
+constexpr Recording kBare = {false, false, false};
 constexpr char kAnchorTag[] = "nexaro.mfnr.anchorTimeStamp";
 constexpr int64_t kFarNs = INT64_MAX / 4;        // moments beyond are not moved: their sums might overflow
 constexpr size_t kMostFramesServed = 1'000'000;  // by all trials for one request, which takes seconds
 
-FrameSet chosenIn(const Run& run) { return {run.chosen().begin(), run.chosen().end()}; }
-
 std::string queueName(const Queue& queue) { return '[' + queue.name + ']'; }
 
-// Looks for single changes that bring in frames that were not chosen: the first that does is the frame's reason.
+// Changes one thing of a request.
+struct Trial {
+    std::string condition;  // "chosen if ..."
+    std::function<void(Request&)> change;
+    std::optional<uint32_t> frame;  // the only one that it says something of
+};
+
+// Single changes that may bring in frames that were not chosen, the likeliest first.
 class Trials {
 public:
-    Trials(Session& session, const Finding& finding, FrameSet open)
-        : mSession(session), mFinding(finding), mRequest(finding.request), mOpen(std::move(open)) {
-        for (const Queue& queue : mRequest.queues) mFramesATrial += queue.held.size() + 1;
-    }
-
-    Reasons find() {
-        if (!mFinding.run.outcome.selected && !mRequest.call) {
-            Request changed = mRequest;
-            changed.select = halcore::Select::kAlways;
-            settle(serve(changed), "selection had been asked for");
-            return mFound;
+    Trials(const Finding& finding, const FrameSet& open) : mRequest(finding.request) {
+        for (const Queue& queue : mRequest.queues) mFrames += queue.held.size() + 1;
+        if (!finding.run.outcome.selected && !mRequest.call) {
+            add("selection had been asked for", [](Request& changed) { changed.select = halcore::Select::kAlways; });
+            return;
         }
         clearUsed();
-        holdLost();
-        for (size_t off = 1; off <= kMostFrames && off <= mFramesATrial + mRequest.need && !done(); ++off) {
-            needFrames(mRequest.need + off);
-            if (off <= mRequest.need) needFrames(mRequest.need - off);
-        }
-        if (mFinding.targetNs) moveTarget(*mFinding.targetNs);
-        return mFound;
+        for (const uint32_t frame : open) hold(frame);
+        holdAll();
+        needFrames();
+        if (finding.targetNs) moveTarget(*finding.targetNs, finding.account.driver);
     }
-    bool gaveUp() const { return mFramesServed > kMostFramesServed; }
+
+    const std::vector<Trial>& list() const { return mTrials; }
+    bool isCut() const { return mTrials.size() * mFrames > kMostFramesServed; }
 
 private:
-    bool done() const { return mOpen.empty() || gaveUp(); }
-
-    Run serve(const Request& changed) {
-        mFramesServed += mFramesATrial;
-        return mSession.serve(changed, {false, false, false});
-    }
-
-    void settle(const Run& run, const std::string& condition) {
-        for (const uint32_t frame : chosenIn(run)) {
-            if (mOpen.erase(frame) > 0) mFound[frame] = "chosen if " + condition;
-        }
+    void add(std::string condition, std::function<void(Request&)> change, std::optional<uint32_t> frame = {}) {
+        if (!isCut()) mTrials.push_back({std::move(condition), std::move(change), frame});
     }
 
     void clearUsed() {
-        Request changed = mRequest;
-        const int64_t last = changed.call ? changed.call->lastZslFrame : changed.used.empty() ? 0 : changed.used.back();
-        if (last == 0 || done()) return;
-        changed.used.clear();
-        if (changed.call) changed.call->lastZslFrame = 0;
-        settle(serve(changed), "frame " + std::to_string(static_cast<uint32_t>(last)) + " had not been used");
+        const auto& call = mRequest.call;
+        const int64_t last = call ? call->lastZslFrame : mRequest.used.empty() ? 0 : mRequest.used.back();
+        if (last == 0) return;
+        add("frame " + std::to_string(static_cast<uint32_t>(last)) + " had not been used", [](Request& changed) {
+            changed.used.clear();
+            if (changed.call) changed.call->lastZslFrame = 0;
+        });
     }
 
-    // A frame in each of the queues that lack it, then in all of these; then all that a queue has lost.
-    void holdLost() {
-        for (const uint32_t frame : FrameSet(mOpen)) {
-            std::vector<size_t> lacking;
-            for (size_t q = 0; q < mRequest.queues.size(); ++q) {
-                if (mRequest.queues[q].held.count(frame) == 0) lacking.push_back(q);
-            }
-            for (const size_t q : lacking) hold(frame, {q});
-            if (lacking.size() > 1) hold(frame, lacking);
-        }
-        for (size_t q = 0; q < mRequest.queues.size(); ++q) {
-            if (mRequest.queues[q].lost.empty() || done()) continue;
-            Request changed = mRequest;
-            changed.queues[q].held.merge(changed.queues[q].lost);
-            settle(serve(changed), queueName(changed.queues[q]) + " had lost no frame");
-        }
-    }
-
-    void hold(uint32_t frame, const std::vector<size_t>& queues) {
+    // In the queues that lack it.
+    void hold(uint32_t frame) {
         const auto time = shutterTimeNs(mRequest, frame);
-        if (done() || mOpen.count(frame) == 0 || !time) return;
-        Request changed = mRequest;
+        if (!time) return;
+        std::vector<size_t> lacking;
         std::string names;
-        for (const size_t q : queues) {
-            Queue& queue = changed.queues[q];
-            const auto lost = queue.lost.find(frame);
-            queue.held[frame] = lost != queue.lost.end() ? lost->second : FrameData{*time, 0, false};
+        for (size_t q = 0; q < mRequest.queues.size(); ++q) {
+            const Queue& queue = mRequest.queues[q];
+            if (queue.held.count(frame) > 0) continue;
+            lacking.push_back(q);
             names += (names.empty() ? "" : " and ") + queueName(queue);
         }
-        if (chosenIn(serve(changed)).count(frame) == 0) return;
-        mOpen.erase(frame);
-        mFound[frame] = "chosen if " + names + " still held it";
+        const auto change = [frame, time = *time, lacking](Request& changed) {
+            for (const size_t q : lacking) {
+                Queue& queue = changed.queues[q];
+                const auto lost = queue.lost.find(frame);
+                queue.held[frame] = lost != queue.lost.end() ? lost->second : FrameData{time, 0, false};
+            }
+        };
+        if (!lacking.empty()) add(names + " still held it", change, frame);
     }
 
-    void needFrames(size_t count) {
-        if (done()) return;
-        Request changed = mRequest;
-        changed.need = static_cast<uint32_t>(count);
-        settle(serve(changed), std::to_string(count) + (count == 1 ? " frame was" : " frames were") + " needed");
+    // All that a queue has lost.
+    void holdAll() {
+        for (size_t q = 0; q < mRequest.queues.size(); ++q) {
+            if (mRequest.queues[q].lost.empty()) continue;
+            add(queueName(mRequest.queues[q]) + " had lost no frame",
+                [q](Request& changed) { changed.queues[q].held.merge(changed.queues[q].lost); });
+        }
+    }
+
+    void needFrames() {
+        const auto need = [this](size_t count) {
+            add(std::to_string(count) + (count == 1 ? " frame was" : " frames were") + " needed",
+                [count](Request& changed) { changed.need = static_cast<uint32_t>(count); });
+        };
+        for (size_t off = 1; off <= mFrames + mRequest.need && !isCut(); ++off) {
+            need(mRequest.need + off);
+            if (off <= mRequest.need) need(mRequest.need - off);
+        }
     }
 
     // To every shutter time ahead, and from before every one behind: the nearest first, by whole microseconds, which is
     // what is shown.
-    void moveTarget(int64_t target) {
+    void moveTarget(int64_t target, const std::optional<DriverLine>& driver) {
         const auto isFar = [](int64_t ns) { return ns > kFarNs || ns < -kFarNs; };
         if (isFar(target) || mRequest.metaQueue() == nullptr) return;
         std::set<std::pair<int64_t, int64_t>> moves;  // by distance
@@ -124,26 +117,37 @@ private:
             const int64_t us = ahead > 0 ? (ahead - 1) / 1000 + 1 : ahead / 1000 - 1;
             moves.emplace(std::abs(us), us * 1000);
         }
-        const auto& driver = mFinding.account.driver;
         const int64_t anchor = driver ? driver->anchorTimestampNs : 0;
         for (const auto& [distance, ns] : moves) {
-            if (done()) return;
-            Request changed = mRequest;
-            if (changed.call) changed.call->zsdTs += ns;
-            if (changed.metadata) (*changed.metadata)[kAnchorTag] = tagValue(kAnchorTag, anchor + ns);
-            settle(serve(changed),
-                   "the target were " + milliseconds(ns, 0).substr(1) + (ns > 0 ? " later" : " earlier"));
+            const auto change = [ns = ns, anchor](Request& changed) {
+                if (changed.call) changed.call->zsdTs += ns;
+                if (changed.metadata) (*changed.metadata)[kAnchorTag] = tagValue(kAnchorTag, anchor + ns);
+            };
+            add("the target were " + milliseconds(ns, 0).substr(1) + (ns > 0 ? " later" : " earlier"), change);
         }
     }
 
-    Session& mSession;
-    const Finding& mFinding;
     const Request& mRequest;
-    FrameSet mOpen;
-    Reasons mFound;
-    size_t mFramesATrial = 1;
-    size_t mFramesServed = 0;
+    size_t mFrames = 1;  // that one trial serves
+    std::vector<Trial> mTrials;
 };
+
+// The first change that brings in a frame is its reason.
+Reasons changesThatBringIn(FrameSet open, const std::vector<Trial>& trials, Session& session, const Request& request) {
+    Reasons reasons;
+    for (const Trial& trial : trials) {
+        if (open.empty()) break;
+        if (trial.frame && open.count(*trial.frame) == 0) continue;
+        Request changed = request;
+        trial.change(changed);
+        const Run run = session.serve(changed, kBare);
+        for (const uint32_t frame : run.chosen()) {
+            const bool isMeant = !trial.frame || frame == *trial.frame;
+            if (isMeant && open.erase(frame) > 0) reasons[frame] = "chosen if " + trial.condition;
+        }
+    }
+    return reasons;
+}
 
 // What the library was seen to do with frames that are not chosen.
 Reasons sights(const Account& account) {
@@ -158,40 +162,37 @@ Reasons sights(const Account& account) {
     return reasons;
 }
 
-// One entry a place, without reasons.
-std::vector<FrameReason> placesOf(const Finding& finding) {
+FrameReason placeOf(const Finding& finding, uint32_t frame, std::string list, size_t position) {
     const Request& request = finding.request;
-    std::vector<FrameReason> places;
-    FrameSet known;
-    const auto add = [&](const std::string& name, const FrameList& list, const FrameSet& except) {
-        for (size_t i = 0; i < list.size(); ++i) {
-            if (except.count(list[i]) > 0) continue;
-            FrameReason place{list[i], name, i, shutterTimeNs(request, list[i]), false, std::nullopt, {}, {}};
-            place.assumedTime = place.shutterTimeNs && finding.shutterTimesNs.count(list[i]) == 0;
-            int64_t offset = 0;
-            if (place.shutterTimeNs && finding.targetNs &&
-                !__builtin_sub_overflow(*place.shutterTimeNs, *finding.targetNs, &offset)) {
-                place.offsetNs = offset;
-            }
-            for (const Queue& queue : request.queues) {
-                if (queue.held.count(list[i]) > 0) place.queues.push_back(queue.id);
-            }
-            places.push_back(std::move(place));
-        }
-        known.insert(list.begin(), list.end());
-    };
-    const Queue* const meta = request.metaQueue();
-    if (meta != nullptr) {
-        add("consumer", meta->consumer, {});
-        add("producer", meta->producer, {});
-        add("all", meta->all, FrameSet(known));
+    FrameReason place{frame, std::move(list), position, shutterTimeNs(request, frame), false, std::nullopt, {}, {}};
+    place.assumedTime = place.shutterTimeNs && finding.shutterTimesNs.count(frame) == 0;
+    int64_t offset = 0;
+    if (place.shutterTimeNs && finding.targetNs &&
+        !__builtin_sub_overflow(*place.shutterTimeNs, *finding.targetNs, &offset)) {
+        place.offsetNs = offset;
     }
     for (const Queue& queue : request.queues) {
-        if (&queue == meta) continue;
-        const std::string at = '@' + std::to_string(queue.id);
-        add("consumer" + at, queue.consumer, FrameSet(known));
-        add("producer" + at, queue.producer, FrameSet(known));
-        add("all" + at, queue.all, FrameSet(known));
+        if (queue.held.count(frame) > 0) place.queues.push_back(queue.id);
+    }
+    return place;
+}
+
+// One entry a place, without reasons.
+std::vector<FrameReason> placesOf(const Finding& finding) {
+    std::vector<FrameReason> places;
+    FrameSet known;
+    const Queue* const meta = finding.request.metaQueue();
+    for (const Queue* queue : queuesByRank(finding.request)) {
+        const std::string at = queue == meta ? "" : '@' + std::to_string(queue->id);
+        const auto add = [&](const char* name, const FrameList& list, const FrameSet& except) {
+            for (size_t i = 0; i < list.size(); ++i) {
+                if (except.count(list[i]) == 0) places.push_back(placeOf(finding, list[i], name + at, i));
+            }
+            known.insert(list.begin(), list.end());
+        };
+        add("consumer", queue->consumer, FrameSet(known));
+        add("producer", queue->producer, queue == meta ? FrameSet() : known);
+        add("all", queue->all, FrameSet(known));
     }
     return places;
 }
@@ -214,21 +215,22 @@ std::string placeIn(const FrameList& selection, uint32_t frame) {
 
 void explain(Session& session, Finding& finding) {
     finding.explain = placesOf(finding);
+    const FrameList& chosen = finding.run.chosen();
     FrameSet open;
     for (const FrameReason& place : finding.explain) open.insert(place.frame);
-    for (const uint32_t frame : finding.run.chosen()) open.erase(frame);
-    const Run control = session.serve(finding.request, {false, false, false});
-    if (control.outcome.needed != finding.run.outcome.needed || control.chosen() != finding.run.chosen()) {
+    for (const uint32_t frame : chosen) open.erase(frame);
+    const Run control = session.serve(finding.request, kBare);
+    if (control.outcome.needed != finding.run.outcome.needed || control.chosen() != chosen) {
         finding.notes.push_back(
             "served once more unchanged, the request came out otherwise: what is said of changes "
             "may be due to that");
     }
-    Trials trials(session, finding, std::move(open));
-    const Reasons changes = trials.find();
+    const Trials trials(finding, open);
+    const Reasons changes = changesThatBringIn(std::move(open), trials.list(), session, finding.request);
     const Reasons seen = sights(finding.account);
     const bool asked = finding.run.outcome.selected || finding.request.call;
     for (FrameReason& place : finding.explain) {
-        place.reason = placeIn(finding.run.chosen(), place.frame);
+        place.reason = placeIn(chosen, place.frame);
         if (!place.reason.empty()) continue;
         const auto sight = seen.find(place.frame);
         const auto change = changes.find(place.frame);
@@ -237,8 +239,8 @@ void explain(Session& session, Finding& finding) {
         if (isPossible(finding, place.frame)) place.reason = "chosen with another last used frame that the log allows";
         if (change != changes.end()) place.reason += (place.reason.empty() ? "" : "; ") + change->second;
         if (!place.reason.empty()) continue;
-        place.reason = trials.gaveUp() ? "not chosen; no single change tried brings it in (stopped: too many frames)"
-                                       : "not chosen; no single change brings it in";
+        place.reason = std::string("not chosen; no single change ") +
+                       (trials.isCut() ? "tried brings it in (stopped: too many frames)" : "brings it in");
     }
 }
 

@@ -42,17 +42,9 @@ std::optional<uint32_t> spanBeginOf(const Request& request, const Account& accou
     return std::find(chosen.begin(), chosen.end(), *frame) != chosen.end() ? frame : std::nullopt;
 }
 
-// The metadata queue's word comes first.
-std::vector<const Queue*> byRank(const Request& request) {
-    std::vector<const Queue*> queues;
-    if (request.metaQueue() != nullptr) queues.push_back(request.metaQueue());
-    for (const Queue& queue : request.queues) queues.push_back(&queue);
-    return queues;
-}
-
 std::map<uint32_t, int64_t> givenTimes(const Request& request) {
     std::map<uint32_t, int64_t> times;
-    for (const Queue* queue : byRank(request)) {
+    for (const Queue* queue : queuesByRank(request)) {
         for (const auto* frames : {&queue->held, &queue->lost}) {
             for (const auto& [frame, data] : *frames) {
                 if (!data.assumed) times.emplace(frame, data.shutterTimeNs);
@@ -133,8 +125,16 @@ bool Finding::isOpen(uint32_t frame) const {
     return log && !std::binary_search(log->certain.begin(), log->certain.end(), frame);
 }
 
+std::vector<const Queue*> queuesByRank(const Request& request) {
+    std::vector<const Queue*> queues;
+    for (const Queue& queue : request.queues) {
+        queues.insert(&queue == request.metaQueue() ? queues.begin() : queues.end(), &queue);
+    }
+    return queues;
+}
+
 std::optional<int64_t> shutterTimeNs(const Request& request, uint32_t frame) {
-    for (const Queue* queue : byRank(request)) {
+    for (const Queue* queue : queuesByRank(request)) {
         for (const auto* frames : {&queue->held, &queue->lost}) {
             const auto found = frames->find(frame);
             if (found != frames->end()) return found->second.shutterTimeNs;

@@ -60,7 +60,7 @@ struct Evidence {
     size_t firstLine = 0;
     size_t lines = 0;  // in the log
     size_t reproduced = 0;
-    bool showsGate = true;  // false where no line shows the gate's answer
+    bool showsGate = true;                 // false where no line shows the gate's answer
     std::vector<std::string> assumptions;  // for what the log does not hold
     std::vector<std::string> missing;      // what the log should hold and does not
     std::string obstacle;                  // why there is nothing to replay; else empty
@@ -69,7 +69,8 @@ struct Evidence {
     // allow it; possible ones for some.
     FrameList certain;
     FrameList possible;
-    std::string open;  // why more than the last used frame is open; else empty
+    std::string open;                   // why more than the last used frame is open; else empty
+    std::vector<FrameList> consistent;  // used frames (one or none) that bring out the log's lines
 
     bool settled() const { return open.empty() && certain == possible; }
 };
@@ -77,6 +78,7 @@ struct Evidence {
 struct Finding {
     std::string file;
     size_t number = 0;  // of the request in its file, from 1
+    Case platform;      // of its file, without requests
     Request request;
     bool showsFrame = true;  // false where no line of the log shows the framework frame
     bool recorded = false;   // a recorder wrote the case: nothing in it is assumed
@@ -104,12 +106,17 @@ struct Finding {
     // A frame of the selection that is not certain.
     bool isOpen(uint32_t frame) const;
 
+    bool canServe() const { return !log || log->obstacle.empty(); }
+
     // As expected, or as logged; with --against, the same from both builds.
     bool passes() const { return differences.empty() && !(against && !against->none()); }
 };
 
 // Fills in what is worked out from request, run and account; the warnings as certain.
 void workOut(Finding& finding);
+
+// The metadata queue, whose word comes first, then the others.
+std::vector<const Queue*> queuesByRank(const Request& request);
 
 // As a queue has the frame, or had it before it lost it: the metadata queue, else any other. Assumed times, too.
 std::optional<int64_t> shutterTimeNs(const Request& request, uint32_t frame);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "capture/Metadata.h"
+#include "replay/LogMatch.h"
 
 namespace replay {
 
@@ -46,13 +47,6 @@ int64_t assumedTime(const Times& times, int64_t intervalNs, uint32_t frame) {
     return clamped(before->second + rise * (static_cast<int64_t>(frame) - before->first) / run);
 }
 
-// Moves frames to the lost ones.
-void lose(Queue& queue, const std::set<uint32_t>& frames) {
-    for (const uint32_t frame : frames) {
-        if (auto node = queue.held.extract(frame)) queue.lost.insert(std::move(node));
-    }
-}
-
 // Sets a tag; 0 counts as absent.
 void setTag(Tags& tags, const char* tag, int64_t value) {
     if (value != 0) tags[tag] = tagValue(tag, value);
@@ -61,7 +55,7 @@ void setTag(Tags& tags, const char* tag, int64_t value) {
 class Rebuilder {
 public:
     explicit Rebuilder(const LoggedRequest& logged);
-    Rebuilt finish();
+    Finding finish();
 
 private:
     void setGate();
@@ -71,21 +65,29 @@ private:
     void makeQueues();
     void addCheckedQueue(const Queue& meta);
 
-    void assume(std::string what) { mOut.assumptions.push_back(std::move(what)); }
-    void lack(std::string what) { mOut.gaps.push_back(std::move(what)); }
+    void assume(std::string what) { mEvidence.assumptions.push_back(std::move(what)); }
+    void lack(std::string what) { mEvidence.missing.push_back(std::move(what)); }
 
     const LoggedRequest& mLogged;
     const Account& mLog;
-    Rebuilt mOut;
+    Finding mOut;
+    Evidence& mEvidence;
     Times mTimes;
     std::set<uint32_t> mRemoved;                          // from the metadata queue
     std::map<std::string, std::set<uint32_t>> mNotFound;  // by queue
 };
 
-Rebuilder::Rebuilder(const LoggedRequest& logged) : mLogged(logged), mLog(logged.account) {
-    mOut.disabled = mLog.disabled;
-    mOut.gaps = mLog.unread;
-    mOut.gaps.insert(mOut.gaps.end(), logged.notes.begin(), logged.notes.end());
+Rebuilder::Rebuilder(const LoggedRequest& logged)
+    : mLogged(logged), mLog(logged.account), mEvidence(mOut.log.emplace()) {
+    const LoggedLine& first = logged.firstLine();
+    mEvidence.process = first.pid;
+    mEvidence.thread = first.tid;
+    mEvidence.firstLine = first.number;
+    mEvidence.time = first.time;
+    mEvidence.missing = mLog.unread;
+    mEvidence.missing.insert(mEvidence.missing.end(), logged.notes.begin(), logged.notes.end());
+    mOut.showsFrame = logged.fwkFrame.has_value();
+    if (mLog.disabled) mOut.platform.properties[kSwitchProperty] = "true";
     for (const FrameMet& met : mLog.met) {
         if (met.shutterTimeNs) mTimes[met.frame] = *met.shutterTimeNs;
         if (!met.shutterTimeNs) mRemoved.insert(met.frame);
@@ -97,7 +99,7 @@ Rebuilder::Rebuilder(const LoggedRequest& logged) : mLogged(logged), mLog(logged
     }
 }
 
-Rebuilt Rebuilder::finish() {
+Finding Rebuilder::finish() {
     Request& request = mOut.request;
     const LoggedLine& first = mLogged.firstLine();
     request.fwkFrame = mLogged.fwkFrame.value_or(0);
@@ -105,19 +107,26 @@ Rebuilt Rebuilder::finish() {
                    std::to_string(first.tid);
     const bool hasLists = mLog.consumer || mLog.producer;
     if (mLogged.lines.empty()) {
-        mOut.obstacle = "its selection is not in the log, only checks of its frames";
+        mEvidence.obstacle = "its selection is not in the log, only checks of its frames";
     } else if (mLogged.selection && !mLog.noMetaQueue && !hasLists) {
-        mOut.obstacle = "its lists are not in the log; a strategy may have been called directly: " +
-                        (mLog.strategies.empty() ? "" : mLog.strategies.back());
+        mEvidence.obstacle = "its lists are not in the log; a strategy may have been called directly: " +
+                             (mLog.strategies.empty() ? "" : mLog.strategies.back());
     }
-    if (!mOut.obstacle.empty()) return mOut;
+    if (!mEvidence.obstacle.empty()) {
+        mEvidence.open = mEvidence.obstacle;
+        mEvidence.lines = mLogged.lines.size();
+        for (const LoggedRequest::Check& check : mLogged.checks) mEvidence.lines += check.lines.size();
+        mOut.differences.push_back("can't be rebuilt: " + mEvidence.obstacle);
+        return std::move(mOut);
+    }
     setGate();
     setDriver();
     if (!mLogged.fwkFrame) assume("framework frame: 0, as no line shows it");
-    if (!hasLists) return mOut;
+    if (!hasLists && !mLog.checks.empty()) addCheckedQueue({});
+    if (!hasLists) return std::move(mOut);
     if (!mLog.targetNs) lack("the line of the target moment is missing");
     makeQueues();
-    return mOut;
+    return std::move(mOut);
 }
 
 // What the gate read; without its line, what the strategy that ran tells of it.
@@ -131,7 +140,7 @@ void Rebuilder::setGate() {
         gate.hdr = ran == "selectFramesForLbmfAndHdr" || ran == "selectFramesForBinningAndHdr" ? 1 : 0;
         gate.motionStrategy = ran == "selectZSLFramesForSNSCBinning1" ? 2 : 0;
         lack("the gate's line is missing");
-        mOut.showsGate = false;
+        mEvidence.showsGate = false;
         assume(std::string("gate: not taken, ") +
                (gate.hdr != 0 ? "HDR" : "motion strategy " + std::to_string(gate.motionStrategy)) +
                (ran.empty() ? "" : ", as " + ran + " ran"));
@@ -147,7 +156,7 @@ void Rebuilder::setGate() {
 void Rebuilder::setDriver() {
     Request& request = mOut.request;
     Tags& tags = *request.metadata;
-    if (mLog.policy) tags[kSeamlessPolicy] = seamlessPolicy({{mLog.policy->sensorId, mLog.policy->sensorMode}});
+    if (mLog.policy) tags[kSeamlessPolicy] = seamlessPolicy({*mLog.policy});
     if (mLog.driver) {
         setTag(tags, "nexaro.mfnr.anchorTimeStamp", mLog.driver->anchorTimestampNs);
         setTag(tags, "nexaro.ai.zosd.motionCaptureType", mLog.driver->motionCaptureType);
@@ -162,6 +171,14 @@ void Rebuilder::setDriver() {
         request.check.aiHlFrames = check.aiHlFrames;
         if (check.wanted) tags[kSensorMode] = tagValue(kSensorMode, *check.wanted);
     }
+    // Where there is a metadata object, a check tells what it reads from it.
+    const auto isReading = [](const LoggedLine& line) { return line.function() == "operator()"; };
+    for (const LoggedRequest::Check& check : mLogged.checks) {
+        if (std::any_of(check.lines.begin(), check.lines.end(), isReading)) return;
+    }
+    if (mLogged.checks.empty() || !hasDebugLines(mLogged)) return;
+    request.check.metadata.emplace();
+    assume("checks: without request metadata, as no line shows what they read of it");
 }
 
 // A missing list is taken to be what the search met, and a cut one may go on so.
@@ -228,18 +245,12 @@ void Rebuilder::addCheckedQueue(const Queue& meta) {
 
 }  // namespace
 
-Rebuilt rebuild(const LoggedRequest& logged) { return Rebuilder(logged).finish(); }
+Finding rebuild(const LoggedRequest& logged) { return Rebuilder(logged).finish(); }
 
-void loseFrames(Request& request, const std::set<uint32_t>& frames) {
-    for (Queue& queue : request.queues) {
-        if (&queue == request.metaQueue()) lose(queue, frames);
+void lose(Queue& queue, const std::set<uint32_t>& frames) {
+    for (const uint32_t frame : frames) {
+        if (auto node = queue.held.extract(frame)) queue.lost.insert(std::move(node));
     }
-}
-
-Case platformOf(bool disabled) {
-    Case platform;
-    if (disabled) platform.properties[kSwitchProperty].reset();
-    return platform;
 }
 
 }  // namespace replay

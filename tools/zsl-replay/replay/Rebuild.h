@@ -3,29 +3,16 @@
 #pragma once
 
 #include <set>
-#include <string>
-#include <vector>
 
 #include "account/LogRequests.h"
-#include "capture/Case.h"
+#include "replay/Finding.h"
 
 namespace replay {
 
-struct Rebuilt {
-    Request request;
-    bool disabled = false;                 // by the switch property
-    bool showsGate = true;                 // false: what the gate said is assumed
-    std::string obstacle;                  // why there is nothing to replay; else empty
-    std::vector<std::string> assumptions;  // for what the log does not hold
-    std::vector<std::string> gaps;         // what the log should hold and does not
-};
+// The request, its platform, and what of it is assumed or missing. One that can't be replayed differs.
+Finding rebuild(const LoggedRequest& logged);
 
-Rebuilt rebuild(const LoggedRequest& logged);
-
-// The metadata queue loses frames.
-void loseFrames(Request& request, const std::set<uint32_t>& frames);
-
-// The platform that rebuilt requests run on.
-Case platformOf(bool disabled);
+// Moves frames that the queue holds to the lost ones.
+void lose(Queue& queue, const std::set<uint32_t>& frames);
 
 }  // namespace replay

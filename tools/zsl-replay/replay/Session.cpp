@@ -76,16 +76,14 @@ const FrameList& Run::chosen() const {
     return outcome.selection.empty() ? selectList : outcome.selection.begin()->second;
 }
 
-Session::Session(const Case& platform, const std::string& plugin, std::string vendorDir)
-    : mVendorDir(std::move(vendorDir)) {
-    mPlatform.properties = platform.properties;
-    mPlatform.staticMetadata = platform.staticMetadata;
-    for (const auto& [key, value] : platform.properties) property_set(key.c_str(), value ? value->c_str() : nullptr);
-    for (const auto& [camera, tags] : platform.staticMetadata) {
+Session::Session(Case platform, std::string plugin, std::string vendorDir)
+    : mVendorDir(std::move(vendorDir)), mBuild(std::move(plugin)), mPlatform(std::move(platform)) {
+    for (const auto& [key, value] : mPlatform.properties) property_set(key.c_str(), value ? value->c_str() : nullptr);
+    for (const auto& [camera, tags] : mPlatform.staticMetadata) {
         StaticMetadataWraper::getInstance()->setStaticMetadata(camera, makeMetadata(tags));
     }
     openLog({});
-    mPlugin = std::make_unique<halcore::SelectorPlugin>(plugin);
+    mPlugin = std::make_unique<halcore::SelectorPlugin>(mBuild);
     desk::setLogSink([this](const desk::LogLine& line) {
         if (mRecording.trace) mRun.trace.push_back({TraceStep::kLog, line.message});
         mRun.log.push_back(line);

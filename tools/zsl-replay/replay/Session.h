@@ -48,9 +48,12 @@ struct Capture {
 // A freshly loaded plug-in with one selector. One at a time: the platform is the process's.
 class Session {
 public:
-    // `platform` gives properties and static metadata; its requests are not looked at. Throws halcore::PluginError.
-    Session(const Case& platform, const std::string& plugin, std::string vendorDir);
+    // `platform` has no requests. Throws halcore::PluginError.
+    Session(Case platform, std::string plugin, std::string vendorDir);
     ~Session();
+    bool isOf(const std::string& plugin, const Case& platform) const {
+        return mBuild == plugin && mPlatform.properties == platform.properties;
+    }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
@@ -62,7 +65,8 @@ public:
 
 private:
     std::string mVendorDir;
-    Case mPlatform;  // without requests
+    std::string mBuild;
+    Case mPlatform;
     std::unique_ptr<halcore::SelectorPlugin> mPlugin;
     Recording mRecording;
     Run mRun;  // under way

@@ -62,20 +62,18 @@ void SavedCase::add(const Finding& finding, const Case& platform) {
         mComments.push_back("left out: " + finding.request.name + ": " + obstacle);
         return;
     }
-    Case one = platform;
-    one.requests = {finding.request};
-    one.requests.front().expect = expectationOf(finding);
-    const Document document = documentOf(one);
     std::vector<std::string> comments = commentsOn(finding);
     if (!mPlatform) {
-        printHead(mOut.stream(), document, mComments);
+        printHead(mOut.stream(), platform, mComments);
     } else {
         comments.insert(comments.begin(), mComments.begin(), mComments.end());
     }
     mComments.clear();
     mPlatform.emplace(platform);
     mPlatform->requests.clear();
-    printRequests(mOut.stream(), document, {comments});
+    Request request = finding.request;
+    request.expect = expectationOf(finding);
+    printRequest(mOut.stream(), request, comments);
 }
 
 void SavedCase::finish() {

@@ -1,4 +1,7 @@
-#include "replay/Expect.h"
+#include "replay/Compare.h"
+
+#include <algorithm>
+#include <iterator>
 
 #include "account/LogLine.h"
 #include "capture/Text.h"
@@ -14,6 +17,13 @@ void compare(const std::string& what, const std::string& expected, const std::st
 }
 
 std::string text(bool flag) { return flag ? "true" : "false"; }
+
+std::string text(const zohal::ZSLSelectorResult& check) { return text(check.first) + ' ' + text(check.second); }
+
+std::string messageText(const std::string& logged) {
+    const auto message = splitMessage(logged);
+    return message ? std::string(message->text) : logged;
+}
 
 std::string text(const std::map<uint32_t, FrameList>& selection) {
     std::string all;
@@ -48,10 +58,9 @@ void compareChecks(const Request& request, const Run& run, Lines& out) {
     }
     for (const auto& [frame, expected] : *request.expect.checks) {
         const auto found = run.outcome.checks.find(frame);
-        compare("check of frame " + std::to_string(frame), text(expected.first) + ' ' + text(expected.second),
-                found == run.outcome.checks.end() ? "not checked"
-                                                  : text(found->second.first) + ' ' + text(found->second.second),
-                out);
+        compare("check of frame " + std::to_string(frame),
+                text(zohal::ZSLSelectorResult{expected.first, expected.second}),
+                found == run.outcome.checks.end() ? "not checked" : text(found->second), out);
     }
 }
 
@@ -67,9 +76,7 @@ bool isLine(const desk::LogLine& line, const std::string& expected) {
 }
 
 std::string shown(const std::vector<desk::LogLine>& log, size_t at) {
-    if (at >= log.size()) return "the end of the log";
-    const auto message = splitMessage(log[at].message);
-    return '"' + (message ? std::string(message->text) : log[at].message) + '"';
+    return at < log.size() ? '"' + messageText(log[at].message) + '"' : "the end of the log";
 }
 
 void compareLog(const Expectation& expect, const std::vector<desk::LogLine>& log, Lines& out) {
@@ -95,6 +102,48 @@ void compareLog(const Expectation& expect, const std::vector<desk::LogLine>& log
     }
 }
 
+// A log line without source line and addresses: those of a selector, which the frame check logs, no two runs share.
+std::string comparable(const TraceStep& step) {
+    const auto message = step.kind == TraceStep::kLog ? splitMessage(step.text) : std::nullopt;
+    if (!message) return step.text;
+    return std::string(message->function) + "() " +
+           std::string(message->text.substr(0, message->text.find(" this = 0x")));
+}
+
+bool isSame(const TraceStep& a, const TraceStep& b) {
+    return a.kind == b.kind && (a.text == b.text || comparable(a) == comparable(b));
+}
+
+std::string described(const std::vector<TraceStep>& trace, size_t at) {
+    if (at >= trace.size()) return "nothing more";
+    if (trace[at].kind == TraceStep::kCall) return "call " + trace[at].text;
+    return "log \"" + messageText(trace[at].text) + '"';
+}
+
+FrameList missingFrom(FrameList frames, FrameList others) {
+    std::sort(frames.begin(), frames.end());
+    std::sort(others.begin(), others.end());
+    FrameList missing;
+    std::set_difference(frames.begin(), frames.end(), others.begin(), others.end(), std::back_inserter(missing));
+    return missing;
+}
+
+// Answers that no list of frames and not always a log line shows.
+std::vector<std::string> differingAnswers(const Run& before, const Run& after) {
+    std::vector<std::string> answers;
+    const auto compare = [&answers](const std::string& what, const std::string& was, const std::string& now) {
+        if (was != now) answers.push_back(what + ": was " + was + ", now " + now);
+    };
+    compare("gate", text(before.outcome.needed), text(after.outcome.needed));
+    compare("result", text(before.result), text(after.result));
+    for (const auto& [frame, check] : after.outcome.checks) {
+        const auto found = before.outcome.checks.find(frame);
+        if (found == before.outcome.checks.end()) continue;  // as it was not chosen
+        compare("check of frame " + std::to_string(frame), text(found->second), text(check));
+    }
+    return answers;
+}
+
 }  // namespace
 
 Lines differencesFromExpected(const Finding& finding) {
@@ -108,6 +157,20 @@ Lines differencesFromExpected(const Finding& finding) {
     compareChecks(finding.request, finding.run, out);
     compareLog(expect, finding.run.log, out);
     return out;
+}
+
+Difference differenceOf(const Run& before, const Run& after) {
+    Difference difference;
+    difference.gained = missingFrom(after.chosen(), before.chosen());
+    difference.lost = missingFrom(before.chosen(), after.chosen());
+    difference.reordered = difference.gained.empty() && difference.lost.empty() && before.chosen() != after.chosen();
+    difference.answers = differingAnswers(before, after);
+    const size_t most = std::max(before.trace.size(), after.trace.size());
+    for (size_t i = 0; i < most && !difference.firstStep; ++i) {
+        const bool same = i < before.trace.size() && i < after.trace.size() && isSame(before.trace[i], after.trace[i]);
+        if (!same) difference.firstStep = {i + 1, described(before.trace, i), described(after.trace, i)};
+    }
+    return difference;
 }
 
 }  // namespace replay

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Runs every case file with the recorder in front: the report is the one without it, and what it records makes the same
+# selections, checks and log lines on the plain plug-in, as it expects itself.
+#   recorder.sh TOOL RECORDER CASES
+set -u
+tool=$1 recorder=$2 cases=$3
+work=$(mktemp -d /tmp/rec.XXXX)
+trap 'rm -rf "$work"' EXIT
+failed=0
+fail() { echo "$1"; failed=1; }
+
+# What came out, but for where a selector lies.
+outcome() { "$tool" "$@" --json | grep -oE '"(gate|selected)":[a-z]*|"(selection|checks)":\{[^}]*\}'; }
+lines() { "$tool" "$@" --log | grep -E ' [DI] Zo' | sed -E 's/^[^DI]* ([DI] Zo)/\1/; s/ this = .*//'; }
+
+for file in "$cases"/*.yaml; do
+    name=$(basename "$file" .yaml)
+    sed '/^requests:/q' "$file" | grep -q 'call:' && continue  # all of them are calls of strategies
+    folder=$work/$name
+    mkdir "$folder"
+    # Without the requests that call a strategy, which the recorder doesn't export; recorded into the folder.
+    awk -v folder="$folder" '
+        BEGIN { switch = "vendor.zohal.selector.motion.zsl.disable: false" }
+        function flush() { if (block !~ /call:/) printf "%s", block; block = "" }
+        /^properties:/ { if (match($0, /vendor.zohal[^},]*/)) switch = substr($0, RSTART, RLENGTH); next }
+        /^requests:/ { inside = 1; print "properties: {" switch ", vendor.zohal.selector.motion.record.dir: " folder "}"; print; next }
+        !inside { print; next }
+        /^- / { flush() }
+        { block = block $0 "\n" }
+        END { flush() }' "$file" >"$folder.yaml"
+    grep -q '^- ' "$folder.yaml" || continue
+
+    plain=$("$tool" "$folder.yaml")
+    recorded=$("$tool" --plugin "$recorder" "$folder.yaml")
+    [ "$plain" = "$recorded" ] || { fail "$name: another report with the recorder"; diff <(echo "$plain") <(echo "$recorded") | head -5; }
+    files=("$folder"/zsl-*-1.yaml)
+    [ -f "${files[0]}" ] || { fail "$name: nothing recorded"; continue; }
+    "$tool" "${files[0]}" >"$work/out" 2>&1 || { fail "$name: its record does not replay: ${files[0]}"; grep -E 'differs|expected' "$work/out" | head; }
+    grep -q recorded "$work/out" || fail "$name: the report does not say that it is a record"
+    diff <(outcome "$folder.yaml") <(outcome "${files[0]}") >"$work/out" || { fail "$name: the record has another outcome"; head -6 "$work/out"; }
+    diff <(lines "$folder.yaml") <(lines "${files[0]}") >"$work/out" || { fail "$name: the record has other lines"; head -6 "$work/out"; }
+done
+exit $failed
