@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <set>
 
 #include "account/Catalogue.h"
@@ -15,16 +14,19 @@ namespace {
 using Messages = std::multiset<std::string>;
 
 // The messages that a source file logs: what follows a log macro, up to its format string, whose literals may be
-// several.
+// several. No message holds a quotation mark.
 void scan(const std::string& source, Messages& found) {
-    static const std::regex call(
-        R"re(ZSL_LOG([DI])?\(\s*(?:zolog::k(Debug|Info),\s*caller,\s*)?((?:"(?:[^"\\]|\\.)*"\s*)+))re");
-    for (std::sregex_iterator at(source.begin(), source.end(), call), end; at != end; ++at) {
-        std::string format = (*at)[3];
-        format = std::regex_replace(format, std::regex("\"\\s*\""), "");
-        format = format.substr(1, format.rfind('"') - 1);
-        const bool isDebug = (*at)[1] == "D" || (*at)[2] == "Debug";
-        found.insert((isDebug ? "D " : "I ") + format);
+    for (size_t at = source.find("ZSL_LOG"); at != std::string::npos; at = source.find("ZSL_LOG", at + 1)) {
+        size_t quote = source.find('"', at);
+        const std::string macro = source.substr(at, quote - at);
+        const bool isDebug = macro.find("LOGD") != std::string::npos || macro.find("kDebug") != std::string::npos;
+        std::string format = isDebug ? "D " : "I ";
+        while (source[quote] == '"') {
+            const size_t end = source.find('"', quote + 1);
+            format.append(source, quote + 1, end - quote - 1);
+            quote = source.find_first_not_of(" \n", end + 1);
+        }
+        found.insert(format);
     }
 }
 

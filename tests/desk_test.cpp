@@ -169,7 +169,8 @@ TEST(Desk, TwoThreadsRunTwoSelectorsOnceTheAdapterIsLoaded) {
         for (int i = 0; i < 50; ++i) {
             const auto request = motionRequest();
             const zohal::ZSLFrameCheckInfo check{0, request.requestMetas[0], 1, 0, 0, 0, request.zslQueues, 0};
-            EXPECT_EQ(plugin.serve(request, halcore::Select::kAlways, check).selection, (zohal::SelectionResult{{1, {7}}}));
+            EXPECT_EQ(plugin.serve(request, halcore::Select::kAlways, check).selection,
+                      (zohal::SelectionResult{{1, {7}}}));
         }
     };
     gTries = 0;
@@ -233,7 +234,8 @@ TEST(Desk, FramesComeAndGoWhileASelectorReads) {
             int selected = 0;
             for (int i = 0; i < 20000 && selected < 500; ++i) {
                 const uint32_t before = camera.newest;
-                for (const auto& [id, frames] : plugin.serve(request, halcore::Select::kAlways, std::nullopt).selection) {
+                for (const auto& [id, frames] :
+                     plugin.serve(request, halcore::Select::kAlways, std::nullopt).selection) {
                     ++selected;
                     EXPECT_TRUE(std::is_sorted(frames.begin(), frames.end()));
                     EXPECT_TRUE(inBoth || std::adjacent_find(frames.begin(), frames.end()) == frames.end());
