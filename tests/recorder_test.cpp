@@ -3,6 +3,7 @@
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -122,7 +123,17 @@ protected:
         return text.str();
     }
     static int replay(const fs::path& file) {
-        return std::system((ZSL_REPLAY " " + file.native() + " >/dev/null 2>&1").c_str());
+        const pid_t child = fork();
+        if (child == 0) {
+            const int nowhere = open("/dev/null", O_WRONLY);
+            dup2(nowhere, STDOUT_FILENO);
+            dup2(nowhere, STDERR_FILENO);
+            execl(ZSL_REPLAY, ZSL_REPLAY, file.c_str(), nullptr);
+            _exit(127);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        return status;
     }
     static size_t count(const std::string& text, const char* part) {
         size_t found = 0;

@@ -79,8 +79,7 @@ public:
 
 private:
     void serve(const std::string& file) {
-        Totals ofFile(!mOptions.replay.against.empty());
-        mOfFile = &ofFile;
+        mOfFile = Totals(!mOptions.replay.against.empty());
         mProgress.beginFile();
         InputFile input(file);
         input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
@@ -90,8 +89,8 @@ private:
         if (isLog && served.requests == 0) noteEmptyLog(name);
         mAll.addFile();
         if (served.requests > 0) note(served);
-        if (!mOptions.json && mOptions.hasSeveralFiles() && ofFile.requests() > 0) {
-            writeStandardOutput(ofFile.line(name));
+        if (!mOptions.json && mOptions.hasSeveralFiles() && mOfFile.requests() > 0) {
+            writeStandardOutput(mOfFile.line(name));
         }
     }
 
@@ -129,7 +128,7 @@ private:
 
     void report(const Finding& finding) {
         mAll.add(finding);
-        mOfFile->add(finding);
+        mOfFile.add(finding);
         if (!finding.passes() && mStatus == 0) mStatus = 1;
         if (!mOptions.totals && mOptions.json) {
             writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
@@ -170,7 +169,7 @@ private:
     Replay mReplay;
     Progress mProgress;
     Totals mAll;
-    Totals* mOfFile = nullptr;
+    Totals mOfFile{false};
     TextOptions mText;
     size_t mReported = 0;  // one by one
     Served mServed;        // the most that a file holds, and all framework frames
@@ -258,7 +257,7 @@ void addOptions(CLI::App& app, Options& options) {
 void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
     for (const std::string& other : others) {
         if (app.count(option) > 0 && app.count(other) > 0) {
-            throw InputError(option + ": expected without " + other + ", found both");
+            throw InputError(std::string(option).append(": expected without ").append(other).append(", found both"));
         }
     }
 }
