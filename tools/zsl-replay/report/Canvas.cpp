@@ -25,6 +25,7 @@ std::string escaped(const std::string& text) {
 Canvas::Canvas() { mMarks << std::fixed << std::setprecision(1); }
 
 void Canvas::text(double x, double y, const std::string& text, const TextStyle& style) {
+    if (text.empty()) return;
     mMarks << "<text x=\"" << x << "\" y=\"" << y << "\" font-size=\"" << style.size << "\" text-anchor=\""
            << style.anchor << (style.bold ? "\" font-weight=\"bold\">" : "\">") << escaped(text) << "</text>\n";
 }
