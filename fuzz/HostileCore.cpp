@@ -41,7 +41,8 @@ struct State {
     size_t left = 0;
     uint64_t digest = 0xcbf29ce484222325;
     int openLibraries = 0;
-    int givenUp = 0;  // of these, by an exception of the adapter's
+    int givenUp = 0;      // of these, by an exception of the adapter's
+    bool thrown = false;  // on a whim, in the current call
 
     // Zeros follow the input's end: every answer drawn as 0 is a dull one.
     template <typename T = uint8_t>
@@ -67,48 +68,42 @@ struct State {
     }
 };
 
-State gNow;
 FrameList gHandedOut;
 uint64_t gCoreCallsToFault = 0;
 uint64_t gWritesToFault = 0;
-bool gThrown = false;  // on a whim, in the current call
 constexpr char kPlugin[] = "the plug-in behind the recorder";
 bool gHookTakes = false;
 std::unique_ptr<zohal::ZSLFrameEntry> gEntry;  // what was handed out last, the next time it is gone
 std::unique_ptr<uint8_t[]> gPayload;
 
-// With a recorder in front, what it does before the library is called and after that has answered leaves no trace: the
-// library and the core go on as without it.
+// With a recorder in front, the core answers it from a copy: what the recorder asks before the library is called and
+// after that has answered leaves no trace.
 bool gRecorded = false;
-State gAtCall, gAtAnswer;
-bool gThrownAtAnswer = false;
+State gLibrarys, gRecorders;
+State* gNow = &gLibrarys;
+
+// Whose turn it is.
+struct Turn {
+    explicit Turn(State& whose) : mBefore(gNow) { take(&whose); }
+    ~Turn() { take(mBefore); }
+
+private:
+    static void take(State* whose) {
+        gNow = whose;
+        hostile::gOutside = whose == &gRecorders;
+    }
+    State* const mBefore;
+};
 
 // A call of the core's that a recorder may pass on.
-struct Crossing {
-    Crossing() {
-        gAtCall = gAtAnswer = gNow;
-        gThrownAtAnswer = gThrown;
-        hostile::gOutside = gRecorded;
-    }
-    ~Crossing() {
-        if (!gRecorded) return;
-        hostile::gOutside = false;
-        gNow = gAtAnswer;
-        gThrown = gThrownAtAnswer;
-    }
+struct Crossing : Turn {
+    Crossing() : Turn(gRecorded ? gRecorders = gLibrarys : gLibrarys) {}
 };
 
 // The library's part of it.
-struct Inside {
-    Inside() {
-        gNow = gAtCall;
-        hostile::gOutside = false;
-    }
-    ~Inside() {
-        gAtAnswer = gNow;
-        gThrownAtAnswer = gThrown;
-        hostile::gOutside = true;
-    }
+struct Inside : Turn {
+    Inside() : Turn(gLibrarys) {}
+    ~Inside() { gRecorders = gLibrarys; }
 };
 
 struct BehindRecorder final : public MotionZSLSelector {
@@ -141,28 +136,28 @@ uint8_t mood() {
         ++hostile::gFaultsStruck;
         throw CoreFault();
     }
-    const auto drawn = gNow.draw();
+    const auto drawn = gNow->draw();
     if (drawn != 0xFF) return drawn;
-    gThrown = true;
+    gNow->thrown = true;
     throw CoreFault();
 }
 
 // What the adapter throws. The type's code is in the adapter's library.
 struct AdapterFault {
-    ~AdapterFault() { require(gNow.openLibraries > 0, "a library is open as long as an exception of its lives"); }
+    ~AdapterFault() { require(gNow->openLibraries > 0, "a library is open as long as an exception of its lives"); }
 };
 
 // Of every operation of the adapter; what throws out of the load leaves it half opened.
 uint8_t adapterMood(bool loading = false) try { return mood(); } catch (const CoreFault&) {
-    if (loading) ++gNow.givenUp;
+    if (loading) ++gNow->givenUp;
     throw AdapterFault();
 }
 
 struct HostileQueue final : public zohal::ZSLFrameQueue {
-    HostileQueue() : mType(gNow.draw() % 4), mId(gNow.number()), mFirst(gNow.draw<uint32_t>()) {
+    HostileQueue() : mType(gNow->draw() % 4), mId(gNow->number()), mFirst(gNow->draw<uint32_t>()) {
         for (FrameList& list : mLists) {
-            list.resize(gNow.draw() % 32U);
-            std::iota(list.begin(), list.end(), mFirst + gNow.draw() % 8U);
+            list.resize(gNow->draw() % 32U);
+            std::iota(list.begin(), list.end(), mFirst + gNow->draw() % 8U);
         }
     }
 
@@ -177,8 +172,8 @@ struct HostileQueue final : public zohal::ZSLFrameQueue {
         if (drawn % 4 == 3) return nullptr;
         gEntry = std::make_unique<zohal::ZSLFrameEntry>();
         const uint64_t time = mTime + mInterval * (zslFrame - mFirst);
-        gEntry->metaInfo.shutterTime = static_cast<int64_t>(drawn % 4 == 2 ? gNow.draw<uint64_t>() : time);
-        gEntry->perframeSensorMode = drawn < 0xF0 ? drawn / 4U : gNow.draw<uint32_t>();
+        gEntry->metaInfo.shutterTime = static_cast<int64_t>(drawn % 4 == 2 ? gNow->draw<uint64_t>() : time);
+        gEntry->perframeSensorMode = drawn < 0xF0 ? drawn / 4U : gNow->draw<uint32_t>();
         return gEntry.get();
     }
 
@@ -189,8 +184,8 @@ struct HostileQueue final : public zohal::ZSLFrameQueue {
         if (drawn % 8 == 1) list.clear();
         if (drawn % 8 == 2 && !list.empty()) list.erase(list.begin());
         if (drawn % 8 == 3) std::reverse(list.begin(), list.end());
-        if (drawn % 8 == 4) list.resize(drawn / 8U, gNow.draw<uint32_t>());
-        if (drawn % 8 == 5) std::generate(list.begin(), list.end(), [] { return gNow.draw<uint32_t>(); });
+        if (drawn % 8 == 4) list.resize(drawn / 8U, gNow->draw<uint32_t>());
+        if (drawn % 8 == 5) std::generate(list.begin(), list.end(), [] { return gNow->draw<uint32_t>(); });
         gHandedOut.insert(gHandedOut.end(), list.begin(), list.end());
         return list;
     }
@@ -199,8 +194,8 @@ struct HostileQueue final : public zohal::ZSLFrameQueue {
     const uint32_t mId;
     const uint32_t mFirst;
     FrameList mLists[3];
-    const uint64_t mTime = gNow.draw<uint64_t>();
-    const uint64_t mInterval = gNow.draw<uint32_t>();
+    const uint64_t mTime = gNow->draw<uint64_t>();
+    const uint64_t mInterval = gNow->draw<uint32_t>();
 };
 
 // Answers whatever the tag.
@@ -213,8 +208,8 @@ struct HostileMetadata final : public ZoMetadata {
         entry.data.u8 = reinterpret_cast<const uint8_t*>(uintptr_t{0xDEAD0001});  // stale
         if (drawn % 4 == 0) return entry;
 
-        entry.type = gNow.draw() % 8;
-        entry.count = drawn % 4 == 1 ? 1 : drawn % 4 == 2 ? gNow.draw() : gNow.draw<uint64_t>();
+        entry.type = gNow->draw() % 8;
+        entry.count = drawn % 4 == 1 ? 1 : drawn % 4 == 2 ? gNow->draw() : gNow->draw<uint64_t>();
         entry.data.u8 = nullptr;
         const size_t misalignment = drawn / 4 % 4;
         if (misalignment == 3) return entry;
@@ -223,10 +218,10 @@ struct HostileMetadata final : public ZoMetadata {
         gPayload = std::make_unique<uint8_t[]>(misalignment + size);
         uint8_t* const payload = gPayload.get() + misalignment;
         entry.data.u8 = payload;
-        if (size != 0) *payload = gNow.draw();
+        if (size != 0) *payload = gNow->draw();
         for (int words = drawn / 16 % 4; words > 0; --words) {
-            const size_t place = gNow.draw() * sizeof(uint32_t);
-            const uint32_t word = gNow.number();
+            const size_t place = gNow->draw() * sizeof(uint32_t);
+            const uint32_t word = gNow->number();
             if (place + sizeof(word) <= size) std::memcpy(payload + place, &word, sizeof(word));
         }
         return entry;
@@ -240,7 +235,7 @@ struct HostilePlatform final : public CameraAdapter, public adapter::PlatformInf
     }
     int GetMotionInfo(uint32_t* info) override {
         const auto drawn = adapterMood();
-        if (drawn % 2 == 1) *info = gNow.draw<uint32_t>();
+        if (drawn % 2 == 1) *info = gNow->draw<uint32_t>();
         return drawn;
     }
     const std::shared_ptr<adapter::PlatformInfoHolder> holder{this, [](void*) {}};
@@ -276,11 +271,11 @@ class Session {
 public:
     explicit Session(hostile::Fault fault) : mFault(fault) {
         if (gRecorded) mRecorder = recorder::openRecorder(&createZSLSelector);
-        for (int count = gNow.draw() % 4; count > 0; --count) mQueues.push_back(std::make_shared<HostileQueue>());
+        for (int count = gNow->draw() % 4; count > 0; --count) mQueues.push_back(std::make_shared<HostileQueue>());
         for (int count = 3; count > 0; --count) mMetas.push_back(std::make_shared<HostileMetadata>());
         create();
         create();
-        for (int requests = 1 + gNow.draw() % 4; requests > 0; --requests) serve();
+        for (int requests = 1 + gNow->draw() % 4; requests > 0; --requests) serve();
     }
     ~Session() {  // a recorder writes its last request then
         const Crossing crossing;
@@ -290,13 +285,13 @@ public:
 private:
     void serve() {
         mInfo = {};
-        mInfo.fwkFrame = gNow.number();
-        for (int count = gNow.draw() % 3; count > 0; --count) mInfo.usedZslFrames.push_back(gNow.number());
-        mInfo.reqtMasterId = gNow.number();
-        for (int count = gNow.draw() % 6; count > 0; --count) mInfo.zslQueues.push_back(anyOf(mQueues));
-        for (int count = gNow.draw() % 12; count > 0; --count) mInfo.requestMetas.push_back(anyOf(mMetas));
-        for (int count = gNow.draw() % 8; count > 0; --count) {
-            const auto drawn = gNow.draw();
+        mInfo.fwkFrame = gNow->number();
+        for (int count = gNow->draw() % 3; count > 0; --count) mInfo.usedZslFrames.push_back(gNow->number());
+        mInfo.reqtMasterId = gNow->number();
+        for (int count = gNow->draw() % 6; count > 0; --count) mInfo.zslQueues.push_back(anyOf(mQueues));
+        for (int count = gNow->draw() % 12; count > 0; --count) mInfo.requestMetas.push_back(anyOf(mMetas));
+        for (int count = gNow->draw() % 8; count > 0; --count) {
+            const auto drawn = gNow->draw();
             mServing = drawn / 128;
             step(drawn % 16);
         }
@@ -304,7 +299,7 @@ private:
 
     template <typename T>
     std::shared_ptr<T> anyOf(const std::vector<std::shared_ptr<T>>& handles) {
-        const size_t index = gNow.draw() % 8;
+        const size_t index = gNow->draw() % 8;
         return index < handles.size() ? handles[index] : nullptr;
     }
 
@@ -321,7 +316,7 @@ private:
         if (kind < 6) return callStrategy(kind);
         if (kind < 8) return check(kind == 6);
         if (kind % 2 == 0)
-            return attempt([this] { gNow.add(cross(&zohal::ZSLSelectorBase::isSelectorNeeded, mInfo)); });
+            return attempt([this] { gNow->add(cross(&zohal::ZSLSelectorBase::isSelectorNeeded, mInfo)); });
         attempt([this] { select(); });
     }
 
@@ -343,7 +338,7 @@ private:
     void select() {
         const zohal::SelectionResult result = cross(&zohal::ZSLSelectorBase::selectZSLFrames, mInfo);
         for (const auto& [id, list] : result) {
-            gNow.add(id);
+            gNow->add(id);
             addOwnFrames(list, {});
         }
         for (const auto& queue : mInfo.zslQueues) {
@@ -353,21 +348,21 @@ private:
 
     void callStrategy(size_t kind) {
         auto queue = std::shared_ptr<zohal::ZSLFrameQueue>(anyOf(mQueues));
-        const auto zsdTs = gNow.draw<int64_t>();
-        const auto last = gNow.draw<int32_t>();
-        const FrameList before(gNow.draw() % 5, 4);
+        const auto zsdTs = gNow->draw<int64_t>();
+        const auto last = gNow->draw<int32_t>();
+        const FrameList before(gNow->draw() % 5, 4);
         attempt([&] {
             FrameList list = before;
             MotionZSLSelector& motion = *mMotionSelectors[mServing];
-            gNow.add(kind == 5
-                         ? motion.selectZSLFramesForZeroShutterDelay(mInfo.fwkFrame, mInfo, queue, list, zsdTs, last)
-                         : (motion.*kStrategies[kind])(mInfo.fwkFrame, mInfo, queue, list, zsdTs, last));
+            gNow->add(kind == 5
+                          ? motion.selectZSLFramesForZeroShutterDelay(mInfo.fwkFrame, mInfo, queue, list, zsdTs, last)
+                          : (motion.*kStrategies[kind])(mInfo.fwkFrame, mInfo, queue, list, zsdTs, last));
             addOwnFrames(list, before);
         });
     }
 
     void addOwnFrames(const FrameList& list, const FrameList& before) {
-        gNow.add(list);
+        gNow->add(list);
         gHandedOut.insert(gHandedOut.end(), before.begin(), before.end());
         for (const uint32_t frame : list) {
             const bool known = std::find(gHandedOut.begin(), gHandedOut.end(), frame) != gHandedOut.end();
@@ -377,7 +372,7 @@ private:
 
     void check(bool extension) {
         zohal::ZSLFrameCheckInfo info{};
-        info.checkFrameNum = gNow.number();
+        info.checkFrameNum = gNow->number();
         info.requestMeta = anyOf(mMetas);
         info.zslQueues = mInfo.zslQueues;
         // A check that fails after it has found the policy mask keeps it, and would ask for less the next time.
@@ -388,20 +383,20 @@ private:
                                                         ? cross(&zohal::ZSLSelectorBase::checkFrame, info)
                                                         : selector().ZSLSelectorBase::checkDesiredSensorMode(info);
             require(result.second == (extension ? result.first : true), "the second flag follows from the check");
-            gNow.add(result.first);
+            gNow->add(result.first);
         });
     }
 
     // Makes a call as often as faults strike, from the same state each time, and once without.
     template <typename Call>
     void attempt(Call&& call) {
-        const State before = gNow;
+        const State before = *gNow;
         const auto fields = fieldsOf(AdapterClient::getInstance());
         const std::tuple<void*, CameraAdapter*, int32_t> fieldsBefore = fields;
         const int64_t live = hostile::gLiveAllocations;
         const long references = countReferences();
         for (uint64_t nth = 1, struck = hostile::gFaultsStruck;; ++nth) {
-            gThrown = false;
+            gNow->thrown = false;
             gHandedOut.clear();
             gCoreCallsToFault = mFault == hostile::Fault::kCoreCall ? nth : 0;
             hostile::gAllocationsToFault = mFault == hostile::Fault::kAllocation ? nth : 0;
@@ -417,14 +412,15 @@ private:
             // What strikes the recorder is nobody's business, but for the entry, which may fail for want of memory.
             const bool mayThrow = mStruckOutside && mMotionSelectors.size() < 2;
             const bool mayPass = gRecorded && mFault == hostile::Fault::kAllocation;  // while it notes an answer
-            require(threw == ((faulty && !mStruckOutside) || gThrown) || mayThrow || (mayPass && !threw && !gThrown),
+            require(threw == ((faulty && !mStruckOutside) || gNow->thrown) || mayThrow ||
+                        (mayPass && !threw && !gNow->thrown),
                     "exceptions pass, and none comes from the library");
             require(!threw || gRecorded || hostile::gLiveAllocations == live, "a failed call leaks nothing");
             require(countReferences() == references, "no handle is kept");
-            require(gNow.openLibraries == gNow.givenUp + std::get<int32_t&>(fields),
+            require(gNow->openLibraries == gNow->givenUp + std::get<int32_t&>(fields),
                     "only a loaded adapter library stays open, and one that threw");
             if (!faulty) return;
-            gNow = before;
+            *gNow = before;
             fieldsOf(AdapterClient::getInstance()) = fieldsBefore;
         }
     }
@@ -464,19 +460,18 @@ __attribute__((format(printf, 2, 0))) void addMessage(const char* from, const ch
     char text[2048];
     std::vsnprintf(text, sizeof(text), format, arguments);
     if (char* const address = std::strstr(text, "this = ")) *address = '\0';
-    gNow.add(from);
-    gNow.add(text);
+    gNow->add(from);
+    gNow->add(text);
 }
 
 }  // namespace
 
 uint64_t hostile::play(const uint8_t* data, size_t size, Fault fault, bool recorded) {
     gRecorded = recorded;
-    gNow = State();
     gHandedOut.reserve(4096);
     fieldsOf(AdapterClient::getInstance()) = std::tuple(nullptr, nullptr, 0);
-    gNow = State{data, size};
-    const auto settings = gNow.draw();
+    gLibrarys = State{data, size};
+    const auto settings = gNow->draw();
     zodebug::gZoCamLogLevel = 2 + settings % 4;
     zodebug::gZoCamOfflineLogLevel = 2 + settings / 4 % 4;
     zodebug::gZoCamLogGroup = (settings & 0x10) == 0 ? 0x40 : ~0x40U;
@@ -486,7 +481,7 @@ uint64_t hostile::play(const uint8_t* data, size_t size, Fault fault, bool recor
     const int64_t live = gLiveAllocations;
     { const Session session(fault); }
     require(gLiveAllocations == live, "a session leaks nothing");
-    return gNow.digest;
+    return gNow->digest;
 }
 
 // The platform.
@@ -494,11 +489,11 @@ uint64_t hostile::play(const uint8_t* data, size_t size, Fault fault, bool recor
 zohal::ZSLFrameQueue::~ZSLFrameQueue() = default;
 
 camera_metadata_ro_entry_t ZoMetadata::find(uint32_t tag) const {
-    gNow.add(tag);
+    gNow->add(tag);
     return static_cast<const HostileMetadata*>(this)->answer();
 }
 camera_metadata_ro_entry_t ZoMetadata::find(const char* name) const {
-    gNow.add(name);
+    gNow->add(name);
     return static_cast<const HostileMetadata*>(this)->answer();
 }
 
@@ -510,21 +505,21 @@ std::shared_ptr<ZoMetadata> StaticMetadataWraper::getStaticMetadata(uint32_t /*l
 
 void* dlopen(const char* path, int flags) noexcept {
     if (std::strcmp(path, kPlugin) == 0) return &gMade;
-    if (hostile::gOutside) return gNow.openLibraries > 0 ? (++gNow.openLibraries, &gPlatform) : nullptr;
-    gNow.add(path);
-    gNow.add(static_cast<uint32_t>(flags));
-    if (gNow.draw() % 4 == 0) return nullptr;
-    ++gNow.openLibraries;
+    if (hostile::gOutside) return gNow->openLibraries > 0 ? (++gNow->openLibraries, &gPlatform) : nullptr;
+    gNow->add(path);
+    gNow->add(static_cast<uint32_t>(flags));
+    if (gNow->draw() % 4 == 0) return nullptr;
+    ++gNow->openLibraries;
     return &gPlatform;
 }
 void* dlsym(void* handle, const char* name) noexcept {
     if (handle == &gMade) return reinterpret_cast<void*>(&createBehindRecorder);
-    gNow.add(name);
-    return gNow.draw() % 8 == 7 ? nullptr : reinterpret_cast<void*>(&getAdapterInstance);
+    gNow->add(name);
+    return gNow->draw() % 8 == 7 ? nullptr : reinterpret_cast<void*>(&getAdapterInstance);
 }
 int dlclose(void* handle) noexcept {
     if (handle == &gMade) return 0;
-    require(handle == &gPlatform && gNow.openLibraries-- > 0, "what is closed is open");
+    require(handle == &gPlatform && gNow->openLibraries-- > 0, "what is closed is open");
     return 0;
 }
 
@@ -552,16 +547,16 @@ int hostile_unlink(const char* /*path*/) { return 0; }
 }
 
 int8_t property_get_bool(const char* /*key*/, int8_t /*default_value*/) { return 0; }
-nsecs_t systemTime(int /*clock*/) { return gNow.number(); }
+nsecs_t systemTime(int /*clock*/) { return gNow->number(); }
 
 int __android_log_print(int priority, const char* tag, const char* format, ...) {
-    gNow.add(static_cast<uint32_t>(priority));
-    const State before = gNow;  // the format starts with a source line
+    gNow->add(static_cast<uint32_t>(priority));
+    const State before = *gNow;  // the format starts with a source line
     va_list arguments;
     va_start(arguments, format);
     addMessage(tag, format, arguments);
     va_end(arguments);
-    gNow = before;
+    *gNow = before;
     return -1;
 }
 
@@ -574,8 +569,8 @@ const char* Log::zoaGroupToString(unsigned int /*group*/) { return "group"; }
 
 int Log::catchLogEncryptLog(unsigned int group, const char* fileName, int /*line*/, const char* function, char level,
                             const char* format, ...) {
-    gNow.add(group + static_cast<uint8_t>(level));
-    gNow.add(fileName);
+    gNow->add(group + static_cast<uint8_t>(level));
+    gNow->add(fileName);
     va_list arguments;
     va_start(arguments, format);
     addMessage(function, format, arguments);
@@ -585,9 +580,9 @@ int Log::catchLogEncryptLog(unsigned int group, const char* fileName, int /*line
 
 void Log::logSystem(unsigned int group, const char* level, const char* fileName, const char* function, int /*line*/,
                     const char* format, ...) {
-    gNow.add(group);
-    gNow.add(level);
-    gNow.add(fileName);
+    gNow->add(group);
+    gNow->add(level);
+    gNow->add(fileName);
     va_list arguments;
     va_start(arguments, format);
     addMessage(function, format, arguments);

@@ -14,15 +14,9 @@ struct Motion : MotionZSLSelector {
 
 Metadata metadata(ZoMetadata tags) { return std::make_shared<ZoMetadata>(std::move(tags)); }
 
-Metadata capture(int64_t anchorNs) {
-    return metadata({{{"nexaro.mfnr.anchorTimeStamp", values<int64_t>({anchorNs})},
-                      {"nexaro.ai.zosd.motionCaptureType", values<uint32_t>({1})}}});
-}
-
-using ShutterTimes = std::map<uint32_t, int64_t>;
 std::shared_ptr<FrameQueue> queue(const char* name, int32_t type, uint32_t id, const Frames& consumer,
-                                  const Frames& producer, const ShutterTimes& shutterTimesNs) {
-    auto made = std::make_shared<FrameQueue>(name, type, id, consumer, producer);
+                                  const std::map<uint32_t, int64_t>& shutterTimesNs) {
+    auto made = std::make_shared<FrameQueue>(name, type, id, consumer);
     for (const auto& [zslFrame, ns] : shutterTimesNs) made->frames[zslFrame].metaInfo.shutterTime = ns;
     return made;
 }
@@ -68,10 +62,11 @@ TEST_F(ForeignCore, LibrarySelectorsHaveTheContractsLayoutAndOneOwner) {
 
 TEST_F(ForeignCore, OneRequestCallsTheCoreInOrderAndKeepsNothing) {
     zodebug::gZoCamLogGroup = 0;
-    const auto a = queue("a", 0, 1, {}, {}, {{100, 0}});
-    const auto b = queue("b", 1, 2, {100}, {}, {{100, 1}});
-    const auto c = queue("c", 1, 0x80000003, {}, {}, {{100, 0}});
-    const Metadata meta = capture(0);
+    const auto a = queue("a", 0, 1, {}, {{100, 0}});
+    const auto b = queue("b", 1, 2, {100}, {{100, 1}});
+    const auto c = queue("c", 1, 0x80000003, {}, {{100, 0}});
+    const Metadata meta = metadata({{{"nexaro.mfnr.anchorTimeStamp", values<int64_t>({0})},
+                                     {"nexaro.ai.zosd.motionCaptureType", values<uint32_t>({1})}}});
     Motion motion;
     const auto result = motion.selectZSLFrames({1, {}, 0, {a, b, c}, {meta}});
     EXPECT_EQ(result, (zohal::SelectionResult{{1, {100}}, {2, {100}}, {0x80000003, {100}}}));
@@ -84,35 +79,9 @@ TEST_F(ForeignCore, OneRequestCallsTheCoreInOrderAndKeepsNothing) {
     EXPECT_EQ(a.use_count() + b.use_count() + c.use_count() + meta.use_count(), 4);
 }
 
-TEST_F(ForeignCore, RequestsSelectTheirFramesAndHostileOnesDoNoHarm) {
-    const auto meta =
-        queue("meta", 1, 0x80000003, {100, 101, 102}, {105, 0x80000006},
-              {{100, 60001000}, {101, 60001033}, {102, INT64_MIN}, {105, 60001166}, {0x80000006, INT64_MAX}});
-    const Metadata at1180 = capture(1180);
-    at1180->tags["nexaro.camera.zoseamlesspolicy.result"] = {1, 52, "", false};
-    const struct {
-        const char* name;
-        Request request;
-        zohal::SelectionResult expected;
-    } rows[] = {
-        {"plain", {1, {}, 0, {meta}, {at1180, at1180, at1180}}, {{0x80000003, {102, 105, 0x80000006}}}},
-        {"used frames", {1, {200, 105}, 0, {meta}, {at1180, nullptr}}, {{0x80000003, {0x80000006, 0x80000006}}}},
-        {"null queues", {1, {}, 0, {nullptr, nullptr}, {at1180}}, {}},
-        {"null queues around", {1, {}, 0, {nullptr, meta, nullptr}, {at1180}}, {{0x80000003, {0x80000006}}}},
-        {"null metadata", {1, {}, 0, {meta}, {nullptr}}, {{0x80000003, {100, 101, 102}}}},
-        {"no metadata", {1, {102}, 0, {meta}, {}}, {{0x80000003, {}}}}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(Motion().selectZSLFrames(row.request), row.expected) << row.name;
-        EXPECT_FALSE(Motion().isSelectorNeeded(row.request)) << row.name;
-    }
-    Queue none;
-    Frames list;
-    EXPECT_FALSE(Motion().selectZSLFramesForZeroShutterDelay(1, {1, {}, 0, {}, {nullptr}}, none, list, 0, 0));
-}
-
 TEST_F(ForeignCore, OtherSelectorsCanBeBuiltOnTheExportedClasses) {
     ZSLSelectorExt ext;
-    const auto a = queue("a", 1, 1, {}, {}, {}), b = queue("b", 1, 2, {}, {}, {});
+    const auto a = queue("a", 1, 1, {}, {}), b = queue("b", 1, 2, {}, {});
     EXPECT_FALSE(ext.isSelectorNeeded({1, {}, 0, {a}, {}}));
     EXPECT_TRUE(ext.selectZSLFrames({1, {}, 0, {a}, {}}).empty());
     const Flags accepted = static_cast<zohal::ZSLSelectorBase&>(ext).checkFrame({});
@@ -158,8 +127,8 @@ TEST_F(ForeignCore, ChannelsOpenSeparatelyAndArgumentsAreLazy) {
                 {"online above info", 5, 0x40, 0, 0, 0, 0, {0, 0, 0, 0, 0}},
                 {"both", 0, ~0u, 0, ~0u, 1, 0, {3, 3, 3, 3, 9}},
                 {"both, taken", 3, 0x40, 3, 0x40, 1, 1, {3, 0, 3, 2, 6}}};
-    Queue meta = queue("meta", 1, 1, {100}, {}, {{100, 1}});
-    const Queue other = queue("other", 0, 2, {}, {}, {});
+    Queue meta = queue("meta", 1, 1, {100}, {{100, 1}});
+    const Queue other = queue("other", 0, 2, {}, {});
     for (const auto& row : rows) {
         gWorld = {};
         gWorld.hookTakes = row.hookTakes;

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <map>
 #include <memory>
 #include <numeric>
@@ -80,13 +79,12 @@ TEST(Desk, SwitchIsReadAtEachLoad) {
     }
 }
 
-// What throws stays open, for its exception lives on.
-TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailureThatIsNoException) {
+TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailure) {
     const struct {
         bool reload;  // the plug-in first
         const char* adapter;
         const char* motion;  // what the desk's adapter answers
-        const char* seen;    // how the gate's message ends, or what was thrown; tries, calls of Init(), open libraries
+        const char* seen;    // how the gate's message ends; tries, calls of Init(), open libraries
     } gates[] = {{true, DESK_ADAPTER, "0x300", "motionStrategy: 3, isMotionBanding: 1; 1 1 1"},
                  {false, DESK_ADAPTER, "0x500", "motionStrategy: 5, isMotionBanding: 0; 0 0 1"},
                  {false, DESK_ADAPTER, "empty", "motionStrategy: 5, isMotionBanding: 0; 0 0 1"},
@@ -98,16 +96,9 @@ TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailureThatIsNoException) {
                  {true, ENTRYLESS, "", "motionStrategy: 0, isMotionBanding: 0; 2 0 0"},
                  {false, ENTRYLESS, "", "motionStrategy: 0, isMotionBanding: 0; 1 0 0"},
                  {true, DESK_ADAPTER, "unavailable", "motionStrategy: 0, isMotionBanding: 0; 2 0 0"},
-                 {false, DESK_ADAPTER, "unavailable", "motionStrategy: 0, isMotionBanding: 0; 1 0 0"},
-                 {true, THROWING_ADAPTER, "", "GetInstance failed; 1 0 1"},
-                 {false, "", "", "motionStrategy: 0, isMotionBanding: 0; 2 0 1"},
-                 {false, THROWING_ADAPTER, "", "Init failed; 1 1 2"},
-                 {true, "", "", "motionStrategy: 0, isMotionBanding: 0; 2 0 2"},
-                 {false, THROWING_ADAPTER, "", "motionStrategy: 4, isMotionBanding: 1; 1 1 3"},
-                 {false, THROWING_ADAPTER, "", "motionStrategy: 4, isMotionBanding: 1; 0 0 3"}};
+                 {false, DESK_ADAPTER, "unavailable", "motionStrategy: 0, isMotionBanding: 0; 1 0 0"}};
     std::optional<halcore::SelectorPlugin> plugin;
     std::string seen;
-    int givenUp = 0;  // openings, each by an exception
     zodebug::gZoCamLogGroup = 0x40;
     desk::setLogSink([&seen](const desk::LogLine& line) { seen = line.message; });
     property_set(kSwitch, "0");
@@ -115,7 +106,7 @@ TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailureThatIsNoException) {
         SCOPED_TRACE("row " + std::to_string(&gate - gates));
         if (gate.reload) {
             plugin.reset();
-            EXPECT_EQ(gOpen, givenUp);
+            EXPECT_EQ(gOpen, 0);
             EXPECT_FALSE(loaded(PLUGIN) || loaded(DESK_ADAPTER));
             plugin.emplace(PLUGIN);
         }
@@ -123,23 +114,12 @@ TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailureThatIsNoException) {
         gTries = 0;
         property_set("desk.adapter.motion", gate.motion);
         property_set("desk.adapter.init", "0");
-        seen.clear();
-        std::exception_ptr thrown;  // outlives the call, as it may in a core
-        try {
-            plugin->selector().isSelectorNeeded(motionRequest());
-            seen.erase(0, seen.find("motionStrategy"));
-        } catch (const std::exception& exception) {
-            thrown = std::current_exception();
-            seen = exception.what();
-            ++givenUp;
-        }
-        thrown = nullptr;
+        plugin->selector().isSelectorNeeded(motionRequest());
+        seen.erase(0, seen.find("motionStrategy"));
         char inits[PROPERTY_VALUE_MAX];
         property_get("desk.adapter.init", inits, "");
         EXPECT_EQ(seen + "; " + std::to_string(gTries) + ' ' + inits + ' ' + std::to_string(gOpen), gate.seen);
     }
-    plugin.reset();
-    EXPECT_EQ(gOpen, givenUp);
 }
 
 TEST(Desk, AndroidLogCutsAndPrintsAsADeviceDoes) {
@@ -180,73 +160,46 @@ TEST(Desk, TwoThreadsRunTwoSelectorsOnceTheAdapterIsLoaded) {
     EXPECT_EQ(gTries, 0);
 }
 
-// A queue of a few dozen frames, the newest of them in production, that moves on as a camera's does. A frame is in
-// neither list for a moment while it goes from the producers to the consumers, or in both.
-struct Camera {
-    halcore::FrameQueue& queue;
-    const bool inBoth;
-    std::atomic<uint32_t> newest = 0;
-    std::atomic<bool> stop = false;
+std::vector<uint32_t> numbers(uint32_t begin, uint32_t end) {
+    std::vector<uint32_t> list(end - begin);
+    std::iota(list.begin(), list.end(), begin);
+    return list;
+}
 
-    static std::vector<uint32_t> numbers(uint32_t begin, uint32_t end) {
-        std::vector<uint32_t> list(end - begin);
-        std::iota(list.begin(), list.end(), begin);
-        return list;
-    }
-    void run() {
-        for (uint32_t frame = 32; !stop; ++frame) {
-            queue.addFrame(frame, {{nullptr, {}, frame, {}}, 0});
-            newest = frame;
-            if (inBoth) queue.setFrameList(zohal::kConsumerList, numbers(frame - 24, frame - 3));
-            queue.setFrameList(zohal::kProducerList, numbers(frame - 3, frame + 1));
-            if (!inBoth) queue.setFrameList(zohal::kConsumerList, numbers(frame - 24, frame - 3));
-            queue.setFrameList(zohal::kAllFrames, numbers(frame - 24, frame + 1));
-            if (frame > 32 + 24) queue.dropFrame(frame - 24);
-        }
-    }
-};
-
-// Only a core that has a frame in both lists may see it chosen twice.
+// A frame is in neither list for a moment while it goes from the producers to the consumers: only a core that has it in
+// both may see it chosen twice.
 TEST(Desk, FramesComeAndGoWhileASelectorReads) {
-    const struct {
-        const char* name;
-        const char* motion;
-        uint8_t hdr, sensorMode;
-    } modes[] = {{"plain", "0x0", 0, 0}, {"banding", "0x300", 0, 0}, {"binning", "0x0", 1, 0}, {"LBMF", "0x0", 1, 8}};
     property_set(kSwitch, "0");
     gAdapter = DESK_ADAPTER;
     halcore::SelectorPlugin plugin(PLUGIN);
-    for (const auto& mode : modes) {
-        for (const bool inBoth : {false, true}) {
-            SCOPED_TRACE(std::string(mode.name) + (inBoth ? ", in both lists" : ", in neither"));
-            property_set("desk.adapter.motion", mode.motion);
-            auto request = motionRequest();
-            request.requestMetas.resize(4);
-            request.requestMetas[0]->set("nexaro.hdr.enabled", TYPE_BYTE, 1, {mode.hdr});
-            std::vector<uint8_t> policy(52);
-            policy[40] = mode.sensorMode;
-            request.requestMetas[0]->set("nexaro.camera.zoseamlesspolicy.result", TYPE_BYTE, 52, policy);
-            const auto queue = std::make_shared<halcore::FrameQueue>(1, zohal::kMetaQueue, "meta");
-            request.zslQueues = {queue, queue};
-            Camera camera{*queue, inBoth};
-            std::thread cameraThread(&Camera::run, &camera);
-            while (camera.newest < 60) std::this_thread::yield();  // until every list has its frames
-            int selected = 0;
-            for (int i = 0; i < 20000 && selected < 500; ++i) {
-                const uint32_t before = camera.newest;
-                for (const auto& [id, frames] :
-                     plugin.serve(request, halcore::Select::kAlways, std::nullopt).selection) {
-                    ++selected;
-                    EXPECT_TRUE(std::is_sorted(frames.begin(), frames.end()));
-                    EXPECT_TRUE(inBoth || std::adjacent_find(frames.begin(), frames.end()) == frames.end());
-                    EXPECT_TRUE(frames.empty() || (frames.front() + 25 >= before && frames.back() <= camera.newest));
-                }
+    const auto queue = std::make_shared<halcore::FrameQueue>(1, zohal::kMetaQueue, "meta");
+    std::atomic<uint32_t> newest = 0;
+    std::atomic<bool> stop = false;
+    std::thread camera([&] {
+        for (uint32_t frame = 32; !stop; newest = frame++) {
+            queue->addFrame(frame, {{nullptr, {}, frame, {}}, 0});
+            queue->setFrameList(zohal::kProducerList, numbers(frame - 3, frame + 1));
+            queue->setFrameList(zohal::kConsumerList, numbers(frame - 24, frame - 3));
+            if (frame > 32 + 24) queue->dropFrame(frame - 24);
+        }
+    });
+    while (newest < 60) std::this_thread::yield();  // until the lists have their frames
+    auto request = motionRequest();
+    request.zslQueues = {queue};
+    request.requestMetas.resize(4);
+    for (const char* motion : {"0x0", "0x300"}) {
+        property_set("desk.adapter.motion", motion);
+        for (int i = 0; i < 500; ++i) {
+            const uint32_t before = newest;
+            for (const auto& [id, frames] : plugin.serve(request, halcore::Select::kAlways, std::nullopt).selection) {
+                EXPECT_TRUE(std::is_sorted(frames.begin(), frames.end()));
+                EXPECT_EQ(std::adjacent_find(frames.begin(), frames.end()), frames.end());
+                EXPECT_TRUE(frames.empty() || (frames.front() + 25 >= before && frames.back() <= newest + 1));
             }
-            camera.stop = true;
-            cameraThread.join();
-            EXPECT_GE(selected, 500);
         }
     }
+    stop = true;
+    camera.join();
 }
 
 }  // namespace
