@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -15,6 +16,7 @@
 
 namespace replay {
 
+struct Value;
 using FrameList = std::vector<uint32_t>;
 
 constexpr char kSwitchProperty[] = "vendor.zohal.selector.motion.zsl.disable";
@@ -94,6 +96,7 @@ struct Request {
     std::optional<halcore::StrategyCall> call;
     Check check;
     Expectation expect;
+    std::shared_ptr<const Value> written;  // as a case file asks it; null for one rebuilt from a log
 
     // The queue that frames are selected from, the first of its kind; null when there is none.
     const Queue* metaQueue() const;
@@ -103,6 +106,7 @@ struct Case {
     std::string file;
     std::map<std::string, std::optional<std::string>> properties = {{kSwitchProperty, "false"}};  // absent: not set
     std::map<uint32_t, Tags> staticMetadata;                                                      // by camera
+    std::shared_ptr<const Value> writtenStaticMetadata;  // as a case file gives it; null where there is none
     std::vector<Request> requests;
     bool recorded = false;  // a recorder wrote it: nothing in it is assumed
     std::string cutOff;     // of a recorded file: what is left out at its end, as a crash has cut it off; else empty

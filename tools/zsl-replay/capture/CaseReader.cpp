@@ -22,15 +22,17 @@ AdapterAnswer readAdapter(const Value& in, const AdapterAnswer& before) {
     return text;
 }
 
-halcore::StrategyCall readCall(const Value& in, FrameBudget& budget) {
-    in.asMap({"strategy", "frame", "zsdTs", "last", "list"});
+halcore::StrategyCall readCall(const Value& in, FrameReader& frames) {
+    in.map({"strategy", "frame", "zsdTs", "last", "list"});
     halcore::StrategyCall call;
     const std::vector<std::string>& known = halcore::SelectorPlugin::strategies();
-    call.strategy = known[in["strategy"].oneOf(known, "a strategy: ")];
-    if (in["frame"]) call.fwkFrame = in["frame"].number<uint32_t>();
-    readNumber(in["zsdTs"], call.zsdTs);
-    if (in["last"]) call.lastZslFrame = static_cast<int32_t>(in["last"].number<int64_t>(INT32_MIN, UINT32_MAX));
-    if (in["list"]) call.selectList = readFrameList(in["list"], budget);
+    call.strategy = known[in.at("strategy").oneOf(known, "a strategy: ")];
+    in.read("frame", call.fwkFrame);
+    in.read("zsdTs", call.zsdTs);
+    if (const Value* const last = in.find("last")) {
+        call.lastZslFrame = static_cast<int32_t>(last->number<int64_t>(INT32_MIN, UINT32_MAX));
+    }
+    if (const Value* const list = in.find("list")) call.selectList = frames.list(*list);
     return call;
 }
 
@@ -40,134 +42,134 @@ std::pair<bool, bool> readCheckResult(const Value& in) {
         const bool passed = in.oneOf({"pass", "fail"}, "two flags, or one of ") == 0;
         return {passed, passed};
     }
-    const auto flags = in.elements("two flags");
+    const Value::List& flags = in.list("two flags");
     if (flags.size() != 2) in.fail("two flags");
     return {flags[0].boolean(), flags[1].boolean()};
 }
 
 std::vector<std::string> readLines(const Value& in) {
     std::vector<std::string> lines;
-    for (const Value& each : in.elements("a list of messages")) lines.push_back(each.text("a message"));
+    for (const Value& each : in.list("a list of messages")) lines.push_back(each.text("a message"));
     return lines;
 }
 
-// What can't come out of a request can't be expected of it.
-Expectation readExpectation(const Value& in, const Request& request, FrameBudget& budget) {
-    if (request.call) {
-        in.asMap({"selection", "result", "anchor", "log", "logHas"});
+void readSelection(const Value& in, const Request& request, FrameReader& frames, Expectation& expect) {
+    if (in.isMap() && in.find("first") == nullptr) {
+        auto& selection = expect.selection.emplace();
+        for (const auto& [queue, list] : in.map()) selection[queue.number<uint32_t>()] = frames.list(list);
     } else {
-        in.asMap({"gate", "selection", "target", "anchor", "checks", "log", "logHas"});
+        if (!request.call && request.queues.empty()) in.fail("queues that can get such a list", "none");
+        expect.selectionOfAll = frames.list(in);
+    }
+}
+
+// What can't come out of a request can't be expected of it.
+Expectation readExpectation(const Value& in, const Request& request, FrameReader& frames) {
+    if (request.call) {
+        in.map({"selection", "result", "anchor", "log", "logHas"});
+    } else {
+        in.map({"gate", "selection", "target", "anchor", "checks", "log", "logHas"});
     }
     Expectation expect;
-    if (in["gate"]) expect.gate = in["gate"].boolean();
-    if (in["result"]) expect.result = in["result"].boolean();
-    if (in["target"]) expect.targetNs = in["target"].number<int64_t>();
-    if (in["anchor"]) expect.anchor = in["anchor"].number<uint32_t>();
-    if (in["log"]) expect.log = readLines(in["log"]);
-    if (in["logHas"]) expect.logHas = readLines(in["logHas"]);
-    if (in["checks"]) {
+    in.read("gate", expect.gate);
+    in.read("result", expect.result);
+    in.read("target", expect.targetNs);
+    in.read("anchor", expect.anchor);
+    if (const Value* const log = in.find("log")) expect.log = readLines(*log);
+    if (const Value* const some = in.find("logHas")) expect.logHas = readLines(*some);
+    if (const Value* const checks = in.find("checks")) {
         expect.checks.emplace();
-        in["checks"].asMap().forEach([&](const Value& key, const Value& value) {
-            (*expect.checks)[key.number<uint32_t>()] = readCheckResult(value);
-        });
+        for (const auto& [frame, result] : checks->map()) {
+            (*expect.checks)[frame.number<uint32_t>()] = readCheckResult(result);
+        }
     }
-    const Value selection = in["selection"];
-    if (selection && selection.isMap() && !selection["first"]) {
-        expect.selection.emplace();
-        selection.asMap().forEach([&](const Value& key, const Value& value) {
-            (*expect.selection)[key.number<uint32_t>()] = readFrameList(value, budget);
-        });
-    } else if (selection) {
-        if (!request.call && request.queues.empty()) selection.fail("queues that can get such a list", "none");
-        expect.selectionOfAll = readFrameList(selection, budget);
-    }
+    if (const Value* const selection = in.find("selection")) readSelection(*selection, request, frames, expect);
     return expect;
 }
 
 int64_t newestShutterTime(const Request& request) {
     int64_t newest = 0;
     if (const Queue* meta = request.metaQueue()) {
-        for (const auto* frames : {&meta->held, &meta->lost}) {
-            for (const auto& [frame, data] : *frames) newest = std::max(newest, data.shutterTimeNs);
+        for (const auto* held : {&meta->held, &meta->lost}) {
+            for (const auto& [frame, data] : *held) newest = std::max(newest, data.shutterTimeNs);
         }
     }
     return newest;
 }
 
-halcore::Select readSelect(const Value& in) {
-    return static_cast<halcore::Select>(in.oneOf({"gated", "always", "never"}, "one of "));
-}
-
-Check readCheck(const Value& in, FrameBudget& budget) {
-    in.asMap({"camera", "role", "frames", "of", "metadata"});
+Check readCheck(const Value& in, FrameReader& frames) {
+    in.map({"camera", "role", "frames", "of", "metadata"});
     Check check;
-    readNumber(in["camera"], check.camera);
-    readNumber(in["role"], check.role);
-    readNumber(in["frames"], check.aiHlFrames);
-    if (in["of"]) check.of = readFrameList(in["of"], budget);
-    if (in["metadata"]) check.metadata = readTags(in["metadata"]);
+    in.read("camera", check.camera);
+    in.read("role", check.role);
+    in.read("frames", check.aiHlFrames);
+    if (const Value* const of = in.find("of")) check.of = frames.list(*of);
+    if (const Value* const metadata = in.find("metadata")) check.metadata = readTags(*metadata);
     return check;
 }
 
-Request readRequest(const Value& in, size_t position, const AdapterAnswer& before, FrameBudget& budget) {
-    Request request;
-    request.name = in["name"] ? in["name"].text("a name") : "request " + std::to_string(position + 1);
-    request.fwkFrame = static_cast<uint32_t>(position + 1);
-    readNumber(in["frame"], request.fwkFrame);
-    if (in["used"]) request.used = readFrameList(in["used"], budget);
-    readNumber(in["master"], request.master);
-    if (in["need"]) request.need = in["need"].number<uint32_t>(0, kMostNeeded);
-    if (in["metadata"]) request.metadata = readTags(in["metadata"]);
-    request.adapter = in["adapter"] ? readAdapter(in["adapter"], before) : before;
-    if (in["select"]) request.select = readSelect(in["select"]);
-    if (in["queues"]) request.queues = readQueues(in["queues"], budget);
-    if (in["call"]) request.call = readCall(in["call"], budget);
-    if (in["check"]) request.check = readCheck(in["check"], budget);
-    if (in["expect"]) request.expect = readExpectation(in["expect"], request, budget);
-    request.clockNs = newestShutterTime(request);
-    readNumber(in["clock"], request.clockNs);
-    return request;
-}
-
-void readProperties(const Value& in, Case& result) {
-    in.asMap().forEach([&](const Value& key, const Value& value) {
-        auto& property = result.properties[key.text("a property")];
-        property = value.isNull() ? std::nullopt : std::optional(value.text("a property's value"));
-    });
-}
-
-void readRequests(const Node& root, Case& result) {
-    const Value list = Value(root)["requests"];
-    if (result.recorded && (!list || list.isNull())) return;  // a crash came before the first was whole
-    const NodePtr defaults = find(root, "defaults");
-    const Value::Words keys = {"name",   "frame", "used",   "master", "need",  "metadata", "adapter",
-                               "select", "clock", "queues", "call",   "check", "expect"};
-    if (defaults != nullptr) Value(defaults).asMap(keys);
-    FrameBudget budget;
-    for (const Value& own : list.elements("a list of requests")) {
-        Node request = own.asMap(keys).node();
-        if (defaults != nullptr) merge(request, *defaults);
-        const AdapterAnswer before = result.requests.empty() ? "absent" : result.requests.back().adapter;
-        result.requests.push_back(readRequest(Value(request), result.requests.size(), before, budget));
+// What was asked, with what the request has by its place in the file.
+std::shared_ptr<const Value> complete(const Request& request, const Value& in) {
+    Value written = Value::Map{{"name", request.name}, {"frame", request.fwkFrame}, {"adapter", request.adapter}};
+    for (const auto& [key, value] : in.map()) {
+        if (key.text() != "expect") written[key.text()] = value;
     }
+    return std::make_shared<const Value>(std::move(written));
+}
+
+Request readRequest(const Value& in, size_t position, const AdapterAnswer& before, FrameReader& frames) {
+    in.map({"name", "frame", "used", "master", "need", "metadata", "adapter", "select", "clock", "queues", "call",
+            "check", "expect"});
+    Request request;
+    request.name = "request " + std::to_string(position + 1);
+    request.fwkFrame = static_cast<uint32_t>(position + 1);
+    in.read("name", request.name);
+    in.read("frame", request.fwkFrame);
+    in.read("master", request.master);
+    if (const Value* const used = in.find("used")) request.used = frames.list(*used);
+    if (const Value* const need = in.find("need")) request.need = need->number<uint32_t>(0, kMostNeeded);
+    if (const Value* const metadata = in.find("metadata")) request.metadata = readTags(*metadata);
+    const Value* const adapter = in.find("adapter");
+    request.adapter = adapter != nullptr ? readAdapter(*adapter, before) : before;
+    if (const Value* const select = in.find("select")) {
+        request.select = static_cast<halcore::Select>(select->oneOf({"gated", "always", "never"}, "one of "));
+    }
+    if (const Value* const queues = in.find("queues")) request.queues = frames.queues(*queues);
+    if (const Value* const call = in.find("call")) request.call = readCall(*call, frames);
+    if (const Value* const check = in.find("check")) request.check = readCheck(*check, frames);
+    if (const Value* const expect = in.find("expect")) request.expect = readExpectation(*expect, request, frames);
+    request.clockNs = newestShutterTime(request);
+    in.read("clock", request.clockNs);
+    request.written = complete(request, in);
+    return request;
 }
 
 }  // namespace
 
-Case readNodes(const Document& document) {
+Case readValue(const Value& root) {
     Case result;
-    result.file = document.file;
-    result.cutOff = document.cutOff;
-    Value in(document.root);
-    in.asMap({"recorded", "properties", "staticMetadata", "defaults", "requests"});
-    if (in["recorded"]) result.recorded = in["recorded"].number<uint32_t>(1, 1) == 1;
-    if (in["properties"]) readProperties(in["properties"], result);
-    if (in["staticMetadata"]) {
-        in["staticMetadata"].asMap().forEach([&](const Value& key, const Value& value) {
-            result.staticMetadata[key.number<uint32_t>()] = readTags(value).value_or(Tags());
-        });
+    root.map({"recorded", "properties", "staticMetadata", "defaults", "requests"});
+    if (const Value* const recorded = root.find("recorded")) result.recorded = recorded->number<uint32_t>(1, 1) == 1;
+    if (const Value* const properties = root.find("properties")) {
+        for (const auto& [key, value] : properties->map()) {
+            auto& property = result.properties[key.text("a property")];
+            property = value.isNull() ? std::nullopt : std::optional(value.text("a property's value"));
+        }
     }
-    readRequests(*document.root, result);
+    if (const Value* const cameras = root.find("staticMetadata")) {
+        for (const auto& [camera, tags] : cameras->map()) {
+            result.staticMetadata[camera.number<uint32_t>()] = readTags(tags).value_or(Tags());
+        }
+        result.writtenStaticMetadata = std::make_shared<const Value>(*cameras);
+    }
+    const Value* const requests = root.find("requests");
+    // Of a recorded file a crash may have come before the first was whole.
+    if (result.recorded && (requests == nullptr || requests->isNull())) return result;
+    FrameReader frames;
+    for (const Value& each : root.at("requests").list("a list of requests")) {
+        const AdapterAnswer before = result.requests.empty() ? "absent" : result.requests.back().adapter;
+        result.requests.push_back(readRequest(each, result.requests.size(), before, frames));
+    }
     return result;
 }
 

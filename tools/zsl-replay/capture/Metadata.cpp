@@ -1,7 +1,5 @@
 #include "capture/Metadata.h"
 
-#include <yaml-cpp/yaml.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -35,9 +33,6 @@ const std::vector<std::pair<std::string, uint8_t>> kKnownTags = {
 constexpr const char* kTypes[] = {"byte", "int32", "float", "int64", "double", "rational"};
 constexpr size_t kTypeCount = sizeof(kTypes) / sizeof(kTypes[0]);
 
-// Of a type that camera metadata does not know, bytes.
-size_t elementSize(uint8_t type) { return std::max<size_t>(zohal::elementSize(type), 1); }
-
 std::optional<uint8_t> typeOf(const std::string& tag) {
     for (const auto& [name, type] : kKnownTags) {
         if (tag == name) return type;
@@ -45,44 +40,37 @@ std::optional<uint8_t> typeOf(const std::string& tag) {
     return std::nullopt;
 }
 
-template <typename T>
-void append(TagValue& value, T element) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(&element);
-    value.payload.insert(value.payload.end(), bytes, bytes + sizeof(T));
-    ++value.count;
+void append(TagValue& value, int64_t number, size_t size) {
+    const auto* const low = reinterpret_cast<const uint8_t*>(&number);  // the low bytes come first
+    value.payload.insert(value.payload.end(), low, low + size);
 }
 
-// One element; of a rational the 64 bits.
+// Numbers of a whole type; of another, which has no exact ones, the bytes.
 void readElement(const Value& in, TagValue& value) {
-    switch (value.type) {
-        case TYPE_FLOAT:
-            return append(value, static_cast<float>(in.real()));
-        case TYPE_DOUBLE:
-            return append(value, in.real());
-        case TYPE_INT32:
-            return append(value, static_cast<uint32_t>(in.number<int64_t>(INT32_MIN, UINT32_MAX)));
-        case TYPE_INT64:
-        case TYPE_RATIONAL:
-            return append(value, in.number<int64_t>());
-        default:
-            return append(value, in.number<uint8_t>());
+    if (value.type == TYPE_INT64) {
+        append(value, in.number<int64_t>(), sizeof(int64_t));
+    } else if (value.type == TYPE_INT32) {
+        append(value, in.number<int64_t>(INT32_MIN, UINT32_MAX), sizeof(int32_t));
+    } else {
+        append(value, in.number<uint8_t>(), 1);
     }
 }
 
 TagValue readElements(uint8_t type, const Value& in) {
     TagValue value{type, 0, {}};
-    if (!in.isList()) {
-        readElement(in, value);
+    if (in.isList()) {
+        for (const Value& each : in.list("values")) readElement(each, value);
     } else {
-        for (const Value& each : in.elements("values")) readElement(each, value);
+        readElement(in, value);
     }
+    value.count = value.payload.size() / std::max<size_t>(zohal::elementSize(type), 1);  // of an unknown type bytes
     return value;
 }
 
 TagValue readPolicy(const Value& in) {
     std::vector<std::pair<uint32_t, uint32_t>> records;
-    for (const Value& each : in.elements("[sensor id, sensor mode] of each record")) {
-        const auto pair = each.elements("[sensor id, sensor mode]");
+    for (const Value& each : in.list("[sensor id, sensor mode] of each record")) {
+        const Value::List& pair = each.list("[sensor id, sensor mode]");
         if (pair.size() != 2) each.fail("[sensor id, sensor mode]");
         records.emplace_back(pair[0].number<uint32_t>(), pair[1].number<uint32_t>());
     }
@@ -100,11 +88,12 @@ uint8_t readType(const Value& in) {
 
 // {type, values, count}: the count may be less than there are values, or any at all when there are none (no data).
 TagValue readTyped(const Value& in) {
-    in.asMap({"type", "values", "count"});
-    const uint8_t type = readType(in["type"]);
-    TagValue value = in["values"] ? readElements(type, in["values"]) : TagValue{type, 0, {}};
-    const uint64_t most = value.count > 0 ? value.count : UINT64_MAX;
-    if (in["count"]) value.count = in["count"].number<uint64_t>(0, most);
+    in.map({"type", "values", "count"});
+    const Value* const values = in.find("values");
+    const Value* const count = in.find("count");
+    TagValue value = readElements(readType(in.at("type")), values != nullptr ? *values : Value::List());
+    const uint64_t most = value.payload.empty() ? UINT64_MAX : value.count;
+    if (count != nullptr) value.count = count->number<uint64_t>(0, most);
     return value;
 }
 
@@ -124,59 +113,18 @@ T elementAt(const TagValue& value, size_t at) {
     return element;
 }
 
-void writeElement(YAML::Emitter& out, const TagValue& value, size_t at) {
-    switch (value.type) {
-        case TYPE_FLOAT:
-            out << elementAt<float>(value, at);
-            break;
-        case TYPE_DOUBLE:
-            out << elementAt<double>(value, at);
-            break;
-        case TYPE_INT32:
-            out << elementAt<int32_t>(value, at);
-            break;
-        case TYPE_INT64:
-        case TYPE_RATIONAL:
-            out << elementAt<int64_t>(value, at);
-            break;
-        default:
-            out << int{value.payload[at]};
-    }
-}
-
-void writeElements(YAML::Emitter& out, const TagValue& value) {
-    out << YAML::Flow << YAML::BeginSeq;
-    for (size_t at = 0; at < value.payload.size(); at += elementSize(value.type)) writeElement(out, value, at);
-    out << YAML::EndSeq;
-}
-
-std::vector<std::pair<uint32_t, uint32_t>> policyRecords(const TagValue& value) {
-    std::vector<std::pair<uint32_t, uint32_t>> records;
-    for (size_t at = 0; at + kPolicyRecordSize <= value.payload.size(); at += kPolicyRecordSize) {
-        records.emplace_back(elementAt<uint32_t>(value, at), elementAt<uint32_t>(value, at + kPolicyModeOffset));
-    }
-    return records;
-}
-
-void writeValue(YAML::Emitter& out, const std::string& tag, const TagValue& value) {
-    const auto records = policyRecords(value);
-    const bool isWhole = value.count == value.payload.size() / elementSize(value.type);
-    if (tag == kSeamlessPolicy && value.type == TYPE_BYTE && isWhole &&
-        value.payload == seamlessPolicy(records).payload) {
-        out << YAML::Flow << YAML::BeginSeq;
-        for (const auto& [id, mode] : records) out << std::vector<uint32_t>{id, mode};
-        out << YAML::EndSeq;
-    } else if (tag != kSeamlessPolicy && typeOf(tag) == value.type && isWhole) {
-        value.count == 1 ? writeElement(out, value, 0) : writeElements(out, value);
-    } else {
-        out << YAML::Flow << YAML::BeginMap << YAML::Key << "type" << YAML::Value;
-        value.type < kTypeCount ? out << kTypes[value.type] : out << int{value.type};
-        if (!value.payload.empty()) {
-            out << YAML::Key << "values" << YAML::Value;
-            writeElements(out, value);
+Value valueOf(const std::string& tag, const TagValue& value) {
+    Value::List elements;
+    if (tag == kSeamlessPolicy) {
+        for (size_t at = 0; at + kPolicyRecordSize <= value.payload.size(); at += kPolicyRecordSize) {
+            elements.push_back(
+                FrameList{elementAt<uint32_t>(value, at), elementAt<uint32_t>(value, at + kPolicyModeOffset)});
         }
-        out << YAML::Key << "count" << YAML::Value << value.count << YAML::EndMap;
+        return elements;
     }
+    if (value.type == TYPE_INT64) return elementAt<int64_t>(value, 0);
+    if (value.type == TYPE_INT32) return elementAt<int32_t>(value, 0);
+    return elementAt<uint8_t>(value, 0);
 }
 
 }  // namespace
@@ -184,25 +132,18 @@ void writeValue(YAML::Emitter& out, const std::string& tag, const TagValue& valu
 std::optional<Tags> readTags(const Value& in) {
     if (in.isNull()) return std::nullopt;
     Tags tags;
-    in.asMap().forEach([&](const Value& key, const Value& value) {
+    for (const auto& [key, value] : in.map()) {
         const std::string& tag = key.text("a tag");
         tags[tag] = readValue(tag, key, value);
-    });
+    }
     return tags;
 }
 
-void writeTags(YAML::Emitter& out, const std::string& key, const std::optional<Tags>& tags) {
-    out << YAML::Key << key << YAML::Value;
-    if (!tags) {
-        out << YAML::Null;
-        return;
-    }
-    out << YAML::BeginMap;
-    for (const auto& [tag, value] : *tags) {
-        out << YAML::Key << tag << YAML::Value;
-        writeValue(out, tag, value);
-    }
-    out << YAML::EndMap;
+Value valueOf(const std::optional<Tags>& tags) {
+    if (!tags) return {};
+    Value::Map entries;
+    for (const auto& [tag, value] : *tags) entries.emplace_back(tag, valueOf(tag, value));
+    return entries;
 }
 
 std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags) {
@@ -219,9 +160,8 @@ std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags) {
 }
 
 TagValue tagValue(const std::string& tag, int64_t number) {
-    TagValue value{*typeOf(tag), 0, {}};
-    append(value, number);
-    value.payload.resize(elementSize(value.type));  // the low bytes come first
+    TagValue value{*typeOf(tag), 1, {}};
+    append(value, number, zohal::elementSize(value.type));
     return value;
 }
 

@@ -6,23 +6,18 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "capture/Case.h"
 #include "capture/Value.h"
 #include "metadatautils/ZoMetadata.h"
-
-namespace YAML {
-class Emitter;
-}
 
 namespace replay {
 
 // Tags by name; nothing for a null.
 std::optional<Tags> readTags(const Value& in);
 
-// The same under a key, as a case file gives it.
-void writeTags(YAML::Emitter& out, const std::string& key, const std::optional<Tags>& tags);
+// The same as a case file gives it, where each tag is of the type that the selector reads.
+Value valueOf(const std::optional<Tags>& tags);
 
 // A metadata object with these tags; null for nothing.
 std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags);

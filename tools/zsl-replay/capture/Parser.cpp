@@ -1,6 +1,5 @@
 // YAML text into a document, in one pass.
 
-#include <yaml-cpp/depthguard.h>
 #include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
@@ -17,39 +16,63 @@ namespace {
 
 // A value takes some hundred bytes: a guard against small files whose aliases and merge keys multiply.
 constexpr size_t kMostValues = 4'000'000;
-constexpr int kDeepest = 200;
-constexpr char kShallow[] = "lists and maps at most 200 deep";
+constexpr size_t kDeepest = 200;
+constexpr size_t kLongestKey = 200;  // bytes: one that is printed, with escapes, can still be read
 
 Place placeOf(const YAML::Mark& mark) { return {std::max(mark.line, 0) + 1, std::max(mark.column, 0) + 1}; }
 
-// Builds nodes as the parser meets them.
+struct Extent {
+    size_t values;  // that memory is taken for
+    size_t depth;   // of lists and maps within each other
+};
+
+Extent extentOf(const Value& value) {
+    if (value.isNull()) return {1, 0};
+    if (value.isText()) return {1 + value.text().size() / sizeof(Value), 0};
+    Extent all{1, 0};
+    const auto add = [&all](const Value& part) {
+        const Extent extent = extentOf(part);
+        all = {all.values + extent.values, std::max(all.depth, extent.depth)};
+    };
+    if (value.isList()) {
+        for (const Value& element : value.list()) add(element);
+    } else {
+        for (const auto& [key, part] : value.map()) {
+            add(key);
+            add(part);
+        }
+    }
+    return {all.values, all.depth + 1};
+}
+
+// Builds values as the parser meets them.
 class Builder : public YAML::EventHandler {
 public:
-    NodePtr root;
+    std::optional<Value> root;
 
     void OnDocumentStart(const YAML::Mark& mark) override {
         if (root) throw PlacedError(placeOf(mark), "one document", "another");
     }
     void OnDocumentEnd() override {}
-    void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override { add({placeOf(mark), 0, {}}, anchor); }
+    void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override { add(Value(), mark, anchor); }
     void OnScalar(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor, const std::string& text) override {
-        add({placeOf(mark), 0, text}, anchor);
+        add(text, mark, anchor);
     }
     void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
                          YAML::EmitterStyle::value) override {
-        mOpen.push_back({{placeOf(mark), 0, Node::List()}, anchor, nullptr});
+        open(Value::List(), mark, anchor);
     }
     void OnMapStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
                     YAML::EmitterStyle::value) override {
-        mOpen.push_back({{placeOf(mark), 0, Node::Map()}, anchor, nullptr});
+        open(Value::Map(), mark, anchor);
     }
     void OnSequenceEnd() override {
         Open done = std::move(mOpen.back());
         mOpen.pop_back();
-        add(std::move(done.node), done.anchor);
+        put(std::move(done.value), done.anchor);
     }
     void OnMapEnd() override {
-        finish(mOpen.back().node);
+        finishMap(mOpen.back().value);
         OnSequenceEnd();
     }
     void OnAlias(const YAML::Mark& mark, YAML::anchor_t anchor) override {
@@ -57,68 +80,90 @@ public:
         if (found == mAnchors.end()) {
             throw PlacedError(placeOf(mark), "an alias of what is complete", "one of what it stands in");
         }
-        put(found->second);
+        count(found->second);
+        put(found->second, 0);
     }
 
 private:
     struct Open {
-        Node node;
+        Value value;
         YAML::anchor_t anchor;
-        NodePtr key;  // of a map, while its value is to come
+        Value key;  // of a map, while its value is to come; else null
     };
 
-    void add(Node node, YAML::anchor_t anchor) {
-        const auto added = std::make_shared<Node>(std::move(node));
-        if (anchor != 0) mAnchors[anchor] = added;
-        put(added);
+    void open(Value value, const YAML::Mark& mark, YAML::anchor_t anchor) {
+        value.place = placeOf(mark);
+        count(value);
+        mOpen.push_back({std::move(value), anchor, Value()});
     }
 
-    void count(const Place& place, size_t values) {
-        mValues += values;
-        if (mValues > kMostValues)
-            throw PlacedError(place, "at most " + std::to_string(kMostValues) + " values", "more");
+    void add(Value value, const YAML::Mark& mark, YAML::anchor_t anchor) {
+        value.place = placeOf(mark);
+        count(value);
+        put(std::move(value), anchor);
     }
 
-    void put(const NodePtr& node) {
-        count(node->place, 1);
+    // Refuses what memory, or the stack where it is read, would not bear.
+    void count(const Value& value) {
+        const Extent extent = extentOf(value);
+        mValues += extent.values;
+        if (mValues > kMostValues) value.fail("at most " + std::to_string(kMostValues) + " values", "more");
+        if (mOpen.size() + extent.depth > kDeepest) value.fail("lists and maps at most 200 deep", "more");
+    }
+
+    void put(Value value, YAML::anchor_t anchor) {
+        if (anchor != 0) {
+            count(value);
+            mAnchors[anchor] = value;
+        }
         if (mOpen.empty()) {
-            root = node;
+            root = std::move(value);
             return;
         }
         Open& in = mOpen.back();
-        in.node.depth = std::max(in.node.depth, node->depth + 1);
-        if (in.node.depth > kDeepest) throw PlacedError(node->place, kShallow, "more");
-        if (auto* list = std::get_if<Node::List>(&in.node.data)) {
-            list->push_back(node);
-        } else if (in.key != nullptr) {
-            std::get<Node::Map>(in.node.data).emplace_back(std::move(in.key), node);
-        } else if (node->text() != nullptr) {
-            in.key = node;
+        if (auto* const list = std::get_if<Value::List>(&in.value.data)) {
+            list->push_back(std::move(value));
+        } else if (!in.key.isNull()) {
+            std::get<Value::Map>(in.value.data).emplace_back(std::exchange(in.key, Value()), std::move(value));
+        } else if (value.isText() && value.text().size() <= kLongestKey) {
+            in.key = std::move(value);
         } else {
-            Value(node).fail("a key");
+            value.fail("a key of at most 200 bytes");
         }
     }
 
     // Puts the map that "<<" names in its place: its keys behind the map's own, which win.
-    void finish(Node& node) {
-        Node::Map& entries = std::get<Node::Map>(node.data);
+    void finishMap(Value& map) {
+        auto& entries = std::get<Value::Map>(map.data);
         std::unordered_set<std::string_view> keys;
         for (const auto& [key, value] : entries) {
-            if (!keys.insert(*key->text()).second) Value(key).fail("every key once");
+            if (!keys.insert(key.text()).second) key.fail("every key once");
         }
-        const NodePtr merged = find(node, "<<");
-        if (merged == nullptr) return;
-        if (merged->map() == nullptr) Value(merged).fail("a map to merge");
-        count(node.place, merged->map()->size());
-        entries.erase(
-            std::find_if(entries.begin(), entries.end(), [](const auto& e) { return *e.first->text() == "<<"; }));
-        merge(node, *merged);
+        if (map.find("<<") == nullptr) return;
+        const auto merged =
+            std::find_if(entries.begin(), entries.end(), [](const auto& entry) { return entry.first.text() == "<<"; });
+        const Value others = std::move(merged->second);
+        if (!others.isMap()) others.fail("a map to merge");
+        entries.erase(merged);
+        map.merge(others);
     }
 
     std::vector<Open> mOpen;
-    std::map<YAML::anchor_t, NodePtr> mAnchors;
+    std::map<YAML::anchor_t, Value> mAnchors;
     size_t mValues = 0;
 };
+
+// Every request gets a copy of what the requests share.
+void spreadDefaults(Value& root) {
+    if (root.find("defaults") == nullptr || root.find("requests") == nullptr) return;
+    const Value defaults = std::exchange(root["defaults"], Value(Value::Map()));
+    auto* const requests = std::get_if<Value::List>(&root["requests"].data);
+    if (requests == nullptr) return;
+    if (requests->size() * extentOf(defaults).values > kMostValues) defaults.fail("less for so many requests", "more");
+    for (Value& request : *requests) {
+        if (request.isMap()) request.merge(defaults);
+    }
+}
 
 // Ends a recorded file behind the last request that is whole. What is cut off is a crash's, and no error: it is told.
 std::string cutRecorded(std::string& text) {
@@ -133,26 +178,32 @@ std::string cutRecorded(std::string& text) {
            " on a request that is cut off: it is left out";
 }
 
-InputError inFile(const std::string& file, const PlacedError& error) {
-    return InputError(printable(file) + ':' + std::to_string(error.place.line) + ':' +
-                      std::to_string(error.place.column) + ": " + error.what());
+// Says in which file it is that `read` finds wrong.
+template <typename Read>
+auto inFile(const std::string& file, Read read) {
+    try {
+        return read();
+    } catch (const PlacedError& error) {
+        throw InputError(printable(file) + ':' + std::to_string(error.place.line) + ':' +
+                         std::to_string(error.place.column) + ": " + error.what());
+    }
 }
 
 }  // namespace
 
-NodePtr parseYaml(const std::string& text) {
+Value parseYaml(const std::string& text) {
     std::istringstream stream(text);
     Builder builder;
     try {
         YAML::Parser parser(stream);
         parser.HandleNextDocument(builder);
-        if (builder.root != nullptr) parser.HandleNextDocument(builder);  // which says so where there is a second
-    } catch (const YAML::DeepRecursion& error) {
-        throw PlacedError(placeOf(error.mark), kShallow, "more");
+        if (builder.root) parser.HandleNextDocument(builder);  // which says so where there is a second
     } catch (const YAML::ParserException& error) {
         throw PlacedError(placeOf(error.mark), "YAML", printable(error.msg));
     }
-    return builder.root != nullptr ? builder.root : std::make_shared<Node>(Node{{1, 1}, 0, {}});
+    Value nothing;
+    nothing.place = {1, 1};
+    return builder.root ? std::move(*builder.root) : nothing;
 }
 
 Document parseDocument(const std::string& file, std::string text) {
@@ -160,20 +211,17 @@ Document parseDocument(const std::string& file, std::string text) {
         throw InputError(printable(file) + ": expected a case file of at most 16 MiB, or a log, found more");
     }
     const bool isRecorded = text.compare(0, 12, "recorded: 1\n") == 0;
-    const std::string cutOff = isRecorded ? cutRecorded(text) : "";
-    try {
-        return {file, parseYaml(text), cutOff};
-    } catch (const PlacedError& error) {
-        throw inFile(file, error);
-    }
+    Document document = {file, {}, isRecorded ? cutRecorded(text) : ""};
+    document.root = inFile(file, [&text] { return parseYaml(text); });
+    inFile(file, [&document] { spreadDefaults(document.root); });
+    return document;
 }
 
 Case readCase(const Document& document) {
-    try {
-        return readNodes(document);
-    } catch (const PlacedError& error) {
-        throw inFile(document.file, error);
-    }
+    Case result = inFile(document.file, [&document] { return readValue(document.root); });
+    result.file = document.file;
+    result.cutOff = document.cutOff;
+    return result;
 }
 
 }  // namespace replay

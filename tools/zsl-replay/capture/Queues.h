@@ -9,24 +9,25 @@
 
 namespace replay {
 
-// What is left of the frames that one file may name: a small file's runs, aliases and queues without lists of their own
-// could fill all memory.
-class FrameBudget {
+// Reads those of one file, and no more frames than a file may name: a small one's runs, aliases and queues without
+// lists of their own could fill all memory.
+class FrameReader {
 public:
-    // Throws PlacedError at `where`.
-    void take(size_t frames, const Value& where) {
-        if (frames > mLeft) where.fail("at most " + std::to_string(kMostFrames) + " frames in a file", "more");
-        mLeft -= frames;
-    }
+    // A run {first, count}, or a list of numbers and runs.
+    FrameList list(const Value& in);
+
+    // The queues of a request, what they leave out filled in.
+    std::vector<Queue> queues(const Value& in);
 
 private:
+    FrameList run(const Value& in);
+    void addHeld(const Value& in, Queue& queue);
+    Queue queue(const Value& in, size_t position);
+    void copyFrames(const Queue& meta, const Value& in, Queue& queue);
+    void lose(const Value& in, Queue& queue);
+    void take(size_t frames, const Value& where);
+
     size_t mLeft = kMostFrames;
 };
-
-// A run {first, count, step, except}, or a list of numbers and runs.
-FrameList readFrameList(const Value& in, FrameBudget& budget);
-
-// The queues of a request, what they leave out filled in.
-std::vector<Queue> readQueues(const Value& in, FrameBudget& budget);
 
 }  // namespace replay
