@@ -47,7 +47,7 @@ expect "adapter gone again" '<stdin>:3:13: expected an adapter that stays once i
 expect "nothing half run" "<stdin>:3:11: expected $whole32, found \"x\"" 'requests:\n- {}\n- {frame: x}\n'
 expect "too deep" '<stdin>:1:201: expected lists and maps at most 200 deep, found more' \
   "$(printf '[%.0s' {1..900}; printf ']%.0s' {1..900})"
-expect "what a queue holds" '<stdin>:2:41: expected frames that the queue holds (1 2 4), found 950' \
+expect "what a queue holds" '<stdin>:2:41: expected frames that the queue holds (1 to 4), found 950' \
   'requests:\n- {queues: [{consumer: [1, 2, 4], lost: [950]}]}\n'
 expect "no adapter" \
   '<stdin>:2:13: expected a motion word from 0 to 0xFFFFFFFF, or absent, empty or unavailable, found "bogus"' \
@@ -62,8 +62,8 @@ logcat='expected a log in logcat'"'"'s threadtime format, found another of its f
 expect "brief" "<stdin>: $logcat" \
   '--------- beginning of main\nD/ZoCamHAL( 1234): ZSL MotionZSLSelector.cpp:77 isSelectorNeeded()x\n'
 expect "long" "<stdin>: $logcat" '[ 11-22 01:02:03.004  1234: 1234 D/ZoCamHAL ]\nx\n'
-expect "gzip" '<stdin>: expected a case file or a log, found gzip; try: zcat | zsl-replay -' '\x1f\x8b\x08rest'
-expect "UTF-16" '<stdin>: expected a case file or a log, found UTF-16; try: iconv -f UTF-16 -t UTF-8 | zsl-replay -' \
+expect "gzip" '<stdin>: expected a case file or a log, found gzip; try: zcat FILE | zsl-replay -' '\x1f\x8b\x08rest'
+expect "UTF-16" '<stdin>: expected a case file or a log, found UTF-16; try: iconv -f UTF-16 -t UTF-8 FILE | zsl-replay -' \
   '\xff\xfer\x00e\x00'
 expect "no plug-in" \
   'cannot load the plug-in: /none.so: cannot open shared object file: No such file or directory' 'requests: [{}]\n' \

@@ -7,28 +7,23 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "capture/Value.h"
 #include "hal_core/SelectorPlugin.h"
 
 namespace replay {
 
-struct Value;
 using FrameList = std::vector<uint32_t>;
+
+inline const Value::Words kSelectWords = {"gated", "always", "never"};  // by halcore::Select
 
 constexpr char kSwitchProperty[] = "vendor.zohal.selector.motion.zsl.disable";
 constexpr int64_t kDefaultIntervalNs = 33'333'333;  // 30 fps
 constexpr uint32_t kMostFrames = 1'000'000;         // that one file names; guards against slips of the hand
 constexpr uint32_t kMostNeeded = 100'000;           // of one request
-
-// Something in the input that can't be run; what() is ready to print.
-class InputError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 struct FrameData {
     int64_t shutterTimeNs = 0;
@@ -49,13 +44,7 @@ struct Queue {
     FrameList deliveryOrder() const;
 };
 
-// A metadata value in the platform's own form.
-struct TagValue {
-    uint8_t type = 0;
-    size_t count = 0;
-    std::vector<uint8_t> payload;
-};
-using Tags = std::map<std::string, TagValue>;
+using Tags = std::map<std::string, Value>;  // as a case file gives them, and such as can be read
 
 // What must come out of a request; what is absent is not looked at.
 struct Expectation {
@@ -106,7 +95,6 @@ struct Case {
     std::string file;
     std::map<std::string, std::optional<std::string>> properties = {{kSwitchProperty, "false"}};  // absent: not set
     std::map<uint32_t, Tags> staticMetadata;                                                      // by camera
-    std::shared_ptr<const Value> writtenStaticMetadata;  // as a case file gives it; null where there is none
     std::vector<Request> requests;
     bool recorded = false;  // a recorder wrote it: nothing in it is assumed
     std::string cutOff;     // of a recorded file: what is left out at its end, as a crash has cut it off; else empty

@@ -1,7 +1,6 @@
 #include "capture/Metadata.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "api/MetadataValue.h"
 
@@ -29,9 +28,7 @@ const std::vector<std::pair<std::string, uint8_t>> kKnownTags = {
     {"com.nexaro.ext.control.policy.sensorMode", TYPE_INT32},
 };
 
-// By the platform's numbers.
-constexpr const char* kTypes[] = {"byte", "int32", "float", "int64", "double", "rational"};
-constexpr size_t kTypeCount = sizeof(kTypes) / sizeof(kTypes[0]);
+const Value::Words kTypes = {"byte", "int32", "float", "int64", "double", "rational"};  // by the platform's numbers
 
 std::optional<uint8_t> typeOf(const std::string& tag) {
     for (const auto& [name, type] : kKnownTags) {
@@ -40,91 +37,67 @@ std::optional<uint8_t> typeOf(const std::string& tag) {
     return std::nullopt;
 }
 
-void append(TagValue& value, int64_t number, size_t size) {
-    const auto* const low = reinterpret_cast<const uint8_t*>(&number);  // the low bytes come first
-    value.payload.insert(value.payload.end(), low, low + size);
+// In the platform's own form.
+struct Entry {
+    uint8_t type = 0;
+    size_t count = 0;
+    std::vector<uint8_t> payload;
+};
+
+template <typename T>
+void append(Entry& entry, T number) {
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(&number);
+    entry.payload.insert(entry.payload.end(), bytes, bytes + sizeof(T));
+}
+
+// A record of the seamless policy, [sensor id, sensor mode]. All else in it is 0.
+void appendRecord(Entry& entry, const Value& in) {
+    constexpr size_t kPadding[] = {kPolicyModeOffset - sizeof(uint32_t),
+                                   kPolicyRecordSize - kPolicyModeOffset - sizeof(uint32_t)};
+    if (in.list("[sensor id, sensor mode]").size() != 2) in.fail("[sensor id, sensor mode]");
+    for (size_t i = 0; i < 2; ++i) {
+        append(entry, in.list()[i].number<uint32_t>());
+        entry.payload.resize(entry.payload.size() + kPadding[i]);
+    }
 }
 
 // Numbers of a whole type; of another, which has no exact ones, the bytes.
-void readElement(const Value& in, TagValue& value) {
-    if (value.type == TYPE_INT64) {
-        append(value, in.number<int64_t>(), sizeof(int64_t));
-    } else if (value.type == TYPE_INT32) {
-        append(value, in.number<int64_t>(INT32_MIN, UINT32_MAX), sizeof(int32_t));
+void appendElement(Entry& entry, const Value& in) {
+    if (entry.type == TYPE_INT64) {
+        append(entry, in.number<int64_t>());
+    } else if (entry.type == TYPE_INT32) {
+        append(entry, static_cast<uint32_t>(in.number<int64_t>(INT32_MIN, UINT32_MAX)));
     } else {
-        append(value, in.number<uint8_t>(), 1);
+        append(entry, in.number<uint8_t>());
     }
 }
 
-TagValue readElements(uint8_t type, const Value& in) {
-    TagValue value{type, 0, {}};
-    if (in.isList()) {
-        for (const Value& each : in.list("values")) readElement(each, value);
-    } else {
-        readElement(in, value);
-    }
-    value.count = value.payload.size() / std::max<size_t>(zohal::elementSize(type), 1);  // of an unknown type bytes
-    return value;
-}
-
-TagValue readPolicy(const Value& in) {
-    std::vector<std::pair<uint32_t, uint32_t>> records;
-    for (const Value& each : in.list("[sensor id, sensor mode] of each record")) {
-        const Value::List& pair = each.list("[sensor id, sensor mode]");
-        if (pair.size() != 2) each.fail("[sensor id, sensor mode]");
-        records.emplace_back(pair[0].number<uint32_t>(), pair[1].number<uint32_t>());
-    }
-    return seamlessPolicy(records);
-}
-
-uint8_t readType(const Value& in) {
-    constexpr char kPossible[] =
-        "a type: byte, int32, float, int64, double, rational, or the number of another from 0 to 255";
-    const std::string& text = in.text(kPossible);
-    auto type = static_cast<uint8_t>(std::find(kTypes, kTypes + kTypeCount, text) - kTypes);
-    if (type == kTypeCount && !parseNumber(text, type)) in.fail(kPossible);
-    return type;
+// One element, or a list.
+Entry readElements(uint8_t type, const Value& in, void (*append)(Entry& entry, const Value& in)) {
+    Entry entry{type, 0, {}};
+    for (const Value& each : in.isList() ? in.list() : Value::List{in}) append(entry, each);
+    entry.count = entry.payload.size() / std::max<size_t>(zohal::elementSize(type), 1);  // of an unknown type bytes
+    return entry;
 }
 
 // {type, values, count}: the count may be less than there are values, or any at all when there are none (no data).
-TagValue readTyped(const Value& in) {
+Entry readTyped(const Value& in) {
     in.map({"type", "values", "count"});
-    const Value* const values = in.find("values");
-    const Value* const count = in.find("count");
-    TagValue value = readElements(readType(in.at("type")), values != nullptr ? *values : Value::List());
-    const uint64_t most = value.payload.empty() ? UINT64_MAX : value.count;
-    if (count != nullptr) value.count = count->number<uint64_t>(0, most);
-    return value;
-}
-
-TagValue readValue(const std::string& tag, const Value& key, const Value& in) {
-    if (in.isMap()) return readTyped(in);
-    if (tag == kSeamlessPolicy) return readPolicy(in);
-    if (const auto type = typeOf(tag)) return readElements(*type, in);
-    std::string names;
-    for (const auto& [name, type] : kKnownTags) names += (names.empty() ? "" : ", ") + name;
-    key.fail("a tag that the selector reads (" + names + "), or {type: ..., values: [...]} as the value");
-}
-
-template <typename T>
-T elementAt(const TagValue& value, size_t at) {
-    T element;
-    std::memcpy(&element, value.payload.data() + at, sizeof(T));
-    return element;
-}
-
-Value valueOf(const std::string& tag, const TagValue& value) {
-    Value::List elements;
-    if (tag == kSeamlessPolicy) {
-        for (size_t at = 0; at + kPolicyRecordSize <= value.payload.size(); at += kPolicyRecordSize) {
-            elements.push_back(
-                FrameList{elementAt<uint32_t>(value, at), elementAt<uint32_t>(value, at + kPolicyModeOffset)});
-        }
-        return elements;
+    const Value& given = in.at("type");
+    uint8_t type = 0;
+    if (!given.isText() || !parseNumber(given.text(), type)) {
+        type = static_cast<uint8_t>(given.oneOf(kTypes, "the number of a type from 0 to 255, or "));
     }
-    if (value.type == TYPE_INT64) return elementAt<int64_t>(value, 0);
-    if (value.type == TYPE_INT32) return elementAt<int32_t>(value, 0);
-    return elementAt<uint8_t>(value, 0);
+    const Value* const values = in.find("values");
+    Entry entry = readElements(type, values != nullptr ? *values : Value::List(), appendElement);
+    const uint64_t most = entry.payload.empty() ? UINT64_MAX : entry.count;
+    if (const Value* const count = in.find("count")) entry.count = count->number<uint64_t>(0, most);
+    return entry;
+}
+
+Entry readEntry(const std::string& tag, const Value& in) {
+    if (in.isMap()) return readTyped(in);
+    return readElements(typeOf(tag).value_or(TYPE_BYTE), in, tag == kSeamlessPolicy ? appendRecord : appendElement);
 }
 
 }  // namespace
@@ -133,47 +106,42 @@ std::optional<Tags> readTags(const Value& in) {
     if (in.isNull()) return std::nullopt;
     Tags tags;
     for (const auto& [key, value] : in.map()) {
-        const std::string& tag = key.text("a tag");
-        tags[tag] = readValue(tag, key, value);
+        if (!value.isMap() && !typeOf(key.text())) {
+            std::string names;
+            for (const auto& [name, type] : kKnownTags) names += (names.empty() ? "" : ", ") + name;
+            key.fail("a tag that the selector reads (" + names + "), or {type: ..., values: [...]} as the value");
+        }
+        readEntry(key.text(), value);
+        tags[key.text()] = value;
     }
     return tags;
-}
-
-Value valueOf(const std::optional<Tags>& tags) {
-    if (!tags) return {};
-    Value::Map entries;
-    for (const auto& [tag, value] : *tags) entries.emplace_back(tag, valueOf(tag, value));
-    return entries;
 }
 
 std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags) {
     if (!tags) return nullptr;
     auto metadata = std::make_shared<ZoMetadata>();
-    for (const auto& [name, value] : *tags) {
-        if (name == kEnableZsl) {
-            metadata->set(kEnableZslId, value.type, value.count, value.payload);
+    for (const auto& [tag, value] : *tags) {
+        const Entry entry = readEntry(tag, value);
+        if (tag == kEnableZsl) {
+            metadata->set(kEnableZslId, entry.type, entry.count, entry.payload);
         } else {
-            metadata->set(name, value.type, value.count, value.payload);
+            metadata->set(tag, entry.type, entry.count, entry.payload);
         }
     }
     return metadata;
 }
 
-TagValue tagValue(const std::string& tag, int64_t number) {
-    TagValue value{*typeOf(tag), 1, {}};
-    append(value, number, zohal::elementSize(value.type));
-    return value;
+Value tagValue(const std::string& tag, int64_t number) {
+    const auto type = typeOf(tag);
+    if (type == TYPE_BYTE) return static_cast<uint8_t>(number);
+    if (type == TYPE_INT32) return static_cast<int32_t>(number);
+    return number;
 }
 
-TagValue seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndMode) {
-    TagValue value{TYPE_BYTE, 0, std::vector<uint8_t>(idAndMode.size() * kPolicyRecordSize)};
-    for (size_t i = 0; i < idAndMode.size(); ++i) {
-        uint8_t* record = value.payload.data() + i * kPolicyRecordSize;
-        std::memcpy(record, &idAndMode[i].first, sizeof(uint32_t));
-        std::memcpy(record + kPolicyModeOffset, &idAndMode[i].second, sizeof(uint32_t));
-    }
-    value.count = value.payload.size();
-    return value;
+Value seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndMode) {
+    Value::List records;
+    for (const auto& [id, mode] : idAndMode) records.push_back(FrameList{id, mode});
+    return records;
 }
 
 }  // namespace replay

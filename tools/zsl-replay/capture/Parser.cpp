@@ -21,28 +21,19 @@ constexpr size_t kLongestKey = 200;  // bytes: one that is printed, with escapes
 
 Place placeOf(const YAML::Mark& mark) { return {std::max(mark.line, 0) + 1, std::max(mark.column, 0) + 1}; }
 
-struct Extent {
-    size_t values;  // that memory is taken for
-    size_t depth;   // of lists and maps within each other
-};
-
-Extent extentOf(const Value& value) {
-    if (value.isNull()) return {1, 0};
-    if (value.isText()) return {1 + value.text().size() / sizeof(Value), 0};
-    Extent all{1, 0};
-    const auto add = [&all](const Value& part) {
-        const Extent extent = extentOf(part);
-        all = {all.values + extent.values, std::max(all.depth, extent.depth)};
-    };
-    if (value.isList()) {
-        for (const Value& element : value.list()) add(element);
-    } else {
+// Adds up how many values memory is taken for; how deep lists and maps stand in each other.
+size_t measure(const Value& value, size_t& values) {
+    size_t depth = 0;
+    const auto add = [&](const Value& part) { depth = std::max(depth, measure(part, values)); };
+    values += 1 + (value.isText() ? value.text().size() / sizeof(Value) : 0);
+    if (value.isList()) std::for_each(value.list().begin(), value.list().end(), add);
+    if (value.isMap()) {
         for (const auto& [key, part] : value.map()) {
             add(key);
             add(part);
         }
     }
-    return {all.values, all.depth + 1};
+    return value.isList() || value.isMap() ? depth + 1 : 0;
 }
 
 // Builds values as the parser meets them.
@@ -105,10 +96,9 @@ private:
 
     // Refuses what memory, or the stack where it is read, would not bear.
     void count(const Value& value) {
-        const Extent extent = extentOf(value);
-        mValues += extent.values;
+        const size_t depth = mOpen.size() + measure(value, mValues);
         if (mValues > kMostValues) value.fail("at most " + std::to_string(kMostValues) + " values", "more");
-        if (mOpen.size() + extent.depth > kDeepest) value.fail("lists and maps at most 200 deep", "more");
+        if (depth > kDeepest) value.fail("lists and maps at most 200 deep", "more");
     }
 
     void put(Value value, YAML::anchor_t anchor) {
@@ -159,7 +149,9 @@ void spreadDefaults(Value& root) {
     const Value defaults = std::exchange(root["defaults"], Value(Value::Map()));
     auto* const requests = std::get_if<Value::List>(&root["requests"].data);
     if (requests == nullptr) return;
-    if (requests->size() * extentOf(defaults).values > kMostValues) defaults.fail("less for so many requests", "more");
+    size_t values = 0;
+    measure(defaults, values);
+    if (requests->size() * values > kMostValues) defaults.fail("less for so many requests", "more");
     for (Value& request : *requests) {
         if (request.isMap()) request.merge(defaults);
     }
