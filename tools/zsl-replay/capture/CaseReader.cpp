@@ -93,40 +93,32 @@ void readHeld(const Value& in, Budget& budget, Queue& queue) {
     }
 }
 
-// A queue that names lists only holds every frame in them: as the metadata queue has it, else at 30 fps.
-void holdListed(Queue& queue, const Queue* metaQueue) {
-    for (const FrameList& list : {queue.consumer, queue.producer, queue.all}) {
-        for (const uint32_t frame : list) {
-            FrameData data{frame * kDefaultIntervalNs, 0, true};
-            if (metaQueue != nullptr && metaQueue->held.count(frame) > 0) data = metaQueue->held.at(frame);
-            queue.held.emplace(frame, data);
-        }
-    }
-}
-
-// What the queue says itself.
-Queue readQueue(const Value& in, size_t position, Budget& budget) {
-    in.map({"id", "type", "name", "consumer", "producer", "all", "frames", "lost"});
-    Queue queue;
-    queue.id = static_cast<uint32_t>(position + 1);
-    queue.type = position == 0 ? zohal::kMetaQueue : 0;
-    in.read("id", queue.id);
-    in.read("type", queue.type);
-    queue.name = queue.type == zohal::kMetaQueue        ? "meta"
-                 : queue.type == zohal::kFrameInfoQueue ? "frameinfo"
-                                                        : "queue";
-    in.read("name", queue.name);
+// What the queue says of its frames. One that names none has those of the metadata queue; one that names lists only
+// holds every frame in them, as the metadata queue has it, else at 30 fps.
+void readFramesOf(const Value& in, const Queue* meta, Budget& budget, Queue& queue) {
     const Value* const consumer = in.find("consumer");
     const Value* const producer = in.find("producer");
     const Value* const all = in.find("all");
-    if (const Value* const frames = in.find("frames")) readHeld(*frames, budget, queue);
+    const Value* const frames = in.find("frames");
+    if (meta != nullptr && consumer == nullptr && producer == nullptr && all == nullptr && frames == nullptr) {
+        budget.take(std::max(meta->all.size(), meta->held.size()), in);
+        queue = {queue.id, queue.type, queue.name, meta->consumer, meta->producer, meta->all, meta->held, {}};
+        return;
+    }
+    if (frames != nullptr) readHeld(*frames, budget, queue);
     if (consumer != nullptr) queue.consumer = readFrames(*consumer, budget);
     if (producer != nullptr) queue.producer = readFrames(*producer, budget);
     if (consumer == nullptr && producer == nullptr) {
         for (const auto& [frame, data] : queue.held) queue.consumer.push_back(frame);
     }
     queue.all = all != nullptr ? readFrames(*all, budget) : queue.deliveryOrder();
-    return queue;
+    if (frames != nullptr) return;
+    for (const FrameList& list : {queue.consumer, queue.producer, queue.all}) {
+        for (const uint32_t frame : list) {
+            const bool isMetas = meta != nullptr && meta->held.count(frame) > 0;
+            queue.held.emplace(frame, isMetas ? meta->held.at(frame) : FrameData{frame * kDefaultIntervalNs, 0, true});
+        }
+    }
 }
 
 void loseFrames(const Value& in, Budget& budget, Queue& queue) {
@@ -144,25 +136,27 @@ void loseFrames(const Value& in, Budget& budget, Queue& queue) {
 // The queues of a request, what they leave out filled in.
 std::vector<Queue> readQueues(const Value& in, Budget& budget) {
     const Value::List& given = in.list("a list of queues");
-    std::vector<Queue> queues;
-    for (size_t i = 0; i < given.size(); ++i) queues.push_back(readQueue(given[i], i, budget));
-
-    const auto names = [&given](size_t i, const char* key) { return given[i].find(key) != nullptr; };
-    const auto isMeta = [](const Queue& queue) { return queue.type == zohal::kMetaQueue; };
-    const auto found = std::find_if(queues.begin(), queues.end(), isMeta);
-    Queue* const meta = found != queues.end() ? &*found : nullptr;
-    if (meta != nullptr && !names(found - queues.begin(), "frames")) holdListed(*meta, nullptr);
-    for (size_t i = 0; i < queues.size(); ++i) {
+    std::vector<Queue> queues(given.size());
+    size_t meta = given.size();
+    for (size_t i = given.size(); i-- > 0;) {
         Queue& queue = queues[i];
-        if (names(i, "frames")) continue;
-        if (meta == nullptr || names(i, "consumer") || names(i, "producer") || names(i, "all")) {
-            holdListed(queue, meta);
-        } else {
-            budget.take(std::max(meta->all.size(), meta->held.size()), given[i]);
-            queue = {queue.id, queue.type, queue.name, meta->consumer, meta->producer, meta->all, meta->held, {}};
-        }
+        given[i].map({"id", "type", "name", "consumer", "producer", "all", "frames", "lost"});
+        queue.id = static_cast<uint32_t>(i + 1);
+        queue.type = i == 0 ? zohal::kMetaQueue : 0;
+        given[i].read("id", queue.id);
+        given[i].read("type", queue.type);
+        queue.name = queue.type == zohal::kMetaQueue        ? "meta"
+                     : queue.type == zohal::kFrameInfoQueue ? "frameinfo"
+                                                            : "queue";
+        given[i].read("name", queue.name);
+        if (queue.type == zohal::kMetaQueue) meta = i;
     }
-    for (size_t i = 0; i < queues.size(); ++i) {
+    const bool hasMeta = meta < given.size();
+    if (hasMeta) readFramesOf(given[meta], nullptr, budget, queues[meta]);
+    for (size_t i = 0; i < given.size(); ++i) {
+        if (i != meta) readFramesOf(given[i], hasMeta ? &queues[meta] : nullptr, budget, queues[i]);
+    }
+    for (size_t i = 0; i < given.size(); ++i) {
         if (const Value* const lost = given[i].find("lost")) loseFrames(*lost, budget, queues[i]);
     }
     return queues;

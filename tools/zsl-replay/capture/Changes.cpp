@@ -11,24 +11,22 @@ namespace {
 constexpr int kLongestPath = 32;  // keys and indices
 
 // A change stands nowhere in a file.
-[[noreturn]] void fail(const std::string& expected, const std::string& found) {
-    throw PlacedError({}, expected, printable(found));
+[[noreturn]] void fail(const std::string& expected, std::string_view found) {
+    throw PlacedError({}, expected, '"' + printable(found) + '"');
 }
 
-[[noreturn]] void failPath(std::string_view found) {
-    fail("the path of a request's key", '"' + std::string(found) + '"');
-}
+constexpr char kPath[] = "the path of a request's key";
 
 // Takes "[index]" off a path: that element, or one behind the last.
 Value& element(Value& in, std::string_view& path) {
     const size_t close = path.find(']');
     size_t index = 0;
-    if (close == std::string_view::npos || !parseNumber(path.substr(1, close - 1), index)) failPath(path);
+    if (close == std::string_view::npos || !parseNumber(path.substr(1, close - 1), index)) fail(kPath, path);
     if (in.isNull()) in.data = Value::List();
     auto* const list = std::get_if<Value::List>(&in.data);
-    if (list == nullptr) failPath(path);
+    if (list == nullptr) fail(kPath, path);
     if (index > list->size()) {
-        fail("an index of a list of " + std::to_string(list->size()), '"' + std::string(path) + '"');
+        fail("an index of a list of " + std::to_string(list->size()), path);
     }
     if (index == list->size()) list->emplace_back();
     path.remove_prefix(close + 1);
@@ -40,7 +38,7 @@ Value& valueAt(Value& request, std::string_view path) {
     Value* in = &request;
     std::string_view key;
     for (int steps = 0; !path.empty(); ++steps) {
-        if (steps == kLongestPath) failPath(path);
+        if (steps == kLongestPath) fail(kPath, path);
         if (path[0] == '[') {
             in = &element(*in, path);
             continue;
@@ -48,7 +46,7 @@ Value& valueAt(Value& request, std::string_view path) {
         if (path[0] == '.') path.remove_prefix(1);
         key = path.substr(0, key == "metadata" ? path.size() : path.find_first_of(".["));
         if (in->isNull()) in->data = Value::Map();
-        if (key.empty() || !in->isMap()) failPath(path);
+        if (key.empty() || !in->isMap()) fail(kPath, path);
         in = &(*in)[key];
         path.remove_prefix(key.size());
     }
@@ -59,16 +57,16 @@ Value& valueAt(Value& request, std::string_view path) {
 // every request, or in request N (from 1) when it starts with "N:"; a list's next index appends. The value is YAML.
 void applySetting(Value::List& requests, std::string_view setting) {
     const size_t equals = setting.find('=');
-    if (equals == std::string::npos) fail("KEY=VALUE", "no \"=\"");
+    if (equals == std::string::npos) fail("KEY=VALUE", setting);
     std::string_view path = setting.substr(0, equals);
     const size_t colon = path.find(':');
     size_t only = 0;
     const bool isNumbered = colon != std::string::npos && parseNumber(path.substr(0, colon), only);
     if (isNumbered && (only < 1 || only > requests.size())) {
-        fail("a request from 1 to " + std::to_string(requests.size()), std::string(path.substr(0, colon)));
+        fail("a request from 1 to " + std::to_string(requests.size()), path.substr(0, colon));
     }
     if (isNumbered) path.remove_prefix(colon + 1);
-    if (path.empty()) failPath(path);
+    if (path.empty()) fail(kPath, path);
     const Value value = parseYaml(std::string(setting.substr(equals + 1)));
     for (size_t i = 0; i < requests.size(); ++i) {
         if (!isNumbered || i + 1 == only) valueAt(requests[i], path) = value;
@@ -82,7 +80,7 @@ void applyDrop(Value::List& requests, const Case& theCase, const std::string& dr
     uint32_t id = 0;
     const bool one = at != std::string::npos;
     if (!parseNumber(drop.substr(0, at), frame) || (one && !parseNumber(drop.substr(at + 1), id))) {
-        fail("FRAME or FRAME@QUEUE", '"' + drop + '"');
+        fail("FRAME or FRAME@QUEUE", drop);
     }
     bool isHeld = false;
     for (size_t i = 0; i < requests.size(); ++i) {
@@ -95,10 +93,7 @@ void applyDrop(Value::List& requests, const Case& theCase, const std::string& dr
             valueAt(requests[i], "queues[" + std::to_string(q) + "].lost") = lost;
         }
     }
-    if (!isHeld) {
-        fail("a frame that " + (one ? "queue " + std::to_string(id) : std::string("a queue")) + " holds",
-             std::to_string(frame));
-    }
+    if (!isHeld) fail(one ? "a frame that this queue holds" : "a frame that a queue holds", drop);
 }
 
 }  // namespace

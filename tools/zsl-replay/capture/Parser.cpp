@@ -36,109 +36,100 @@ size_t measure(const Value& value, size_t& values) {
     return value.isList() || value.isMap() ? depth + 1 : 0;
 }
 
+// The map of keys and values that follow each other. What "<<" names comes behind the map's own keys, which win.
+Value mapOf(Value::List parts) {
+    Value map = Value::Map();
+    Value merged = Value::Map();
+    std::unordered_set<std::string> keys;
+    for (size_t i = 0; i + 1 < parts.size(); i += 2) {
+        const Value& key = parts[i];
+        if (!key.isText() || key.text().size() > kLongestKey) key.fail("a key of at most 200 bytes");
+        if (!keys.insert(key.text()).second) key.fail("every key once");
+        if (key.text() == "<<") {
+            merged = std::move(parts[i + 1]);
+        } else {
+            std::get<Value::Map>(map.data).emplace_back(std::move(parts[i]), std::move(parts[i + 1]));
+        }
+    }
+    map.merge(merged);
+    return map;
+}
+
 // Builds values as the parser meets them.
 class Builder : public YAML::EventHandler {
 public:
-    std::optional<Value> root;
+    // Null where there is no document.
+    Value document() {
+        if (mOpen.front().parts.empty()) add({}, {1, 1}, 0);
+        return std::move(mOpen.front().parts.front());
+    }
 
     void OnDocumentStart(const YAML::Mark& mark) override {
-        if (root) throw PlacedError(placeOf(mark), "one document", "another");
+        if (!mOpen.front().parts.empty()) throw PlacedError(placeOf(mark), "one document", "another");
     }
     void OnDocumentEnd() override {}
-    void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override { add(Value(), mark, anchor); }
+    void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override { add({}, placeOf(mark), anchor); }
     void OnScalar(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor, const std::string& text) override {
-        add(text, mark, anchor);
+        add(text, placeOf(mark), anchor);
     }
     void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
                          YAML::EmitterStyle::value) override {
-        open(Value::List(), mark, anchor);
+        open(mark, anchor);
     }
     void OnMapStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
                     YAML::EmitterStyle::value) override {
-        open(Value::Map(), mark, anchor);
+        open(mark, anchor);
     }
-    void OnSequenceEnd() override {
-        Open done = std::move(mOpen.back());
-        mOpen.pop_back();
-        put(std::move(done.value), done.anchor);
-    }
-    void OnMapEnd() override {
-        finishMap(mOpen.back().value);
-        OnSequenceEnd();
-    }
+    void OnSequenceEnd() override { close(std::move(mOpen.back().parts)); }
+    void OnMapEnd() override { close(mapOf(std::move(mOpen.back().parts))); }
     void OnAlias(const YAML::Mark& mark, YAML::anchor_t anchor) override {
         const auto found = mAnchors.find(anchor);
         if (found == mAnchors.end()) {
             throw PlacedError(placeOf(mark), "an alias of what is complete", "one of what it stands in");
         }
-        count(found->second);
-        put(found->second, 0);
+        add(copyOf(found->second), found->second.place, 0);
     }
 
 private:
+    // A list or map that is not complete.
     struct Open {
-        Value value;
-        YAML::anchor_t anchor;
-        Value key;  // of a map, while its value is to come; else null
+        Place place;
+        YAML::anchor_t anchor = 0;
+        Value::List parts;  // of a map keys and values in turn
     };
 
-    void open(Value value, const YAML::Mark& mark, YAML::anchor_t anchor) {
-        value.place = placeOf(mark);
-        count(value);
-        mOpen.push_back({std::move(value), anchor, Value()});
+    void open(const YAML::Mark& mark, YAML::anchor_t anchor) {
+        mOpen.push_back({placeOf(mark), anchor, {}});
+        limit(placeOf(mark), 0);
     }
 
-    void add(Value value, const YAML::Mark& mark, YAML::anchor_t anchor) {
-        value.place = placeOf(mark);
-        count(value);
-        put(std::move(value), anchor);
+    void close(Value value) {
+        const Open done = std::move(mOpen.back());
+        mOpen.pop_back();
+        add(std::move(value), done.place, done.anchor);
+    }
+
+    void add(Value value, const Place& place, YAML::anchor_t anchor) {
+        value.place = place;
+        ++mValues;
+        limit(place, 0);
+        if (anchor != 0) mAnchors[anchor] = copyOf(value);
+        mOpen.back().parts.push_back(std::move(value));
+    }
+
+    Value copyOf(const Value& value) {
+        limit(value.place, measure(value, mValues));
+        return value;
     }
 
     // Refuses what memory, or the stack where it is read, would not bear.
-    void count(const Value& value) {
-        const size_t depth = mOpen.size() + measure(value, mValues);
-        if (mValues > kMostValues) value.fail("at most " + std::to_string(kMostValues) + " values", "more");
-        if (depth > kDeepest) value.fail("lists and maps at most 200 deep", "more");
+    void limit(const Place& place, size_t depth) const {
+        if (mValues > kMostValues)
+            throw PlacedError(place, "at most " + std::to_string(kMostValues) + " values", "more");
+        if (mOpen.size() - 1 + depth > kDeepest) throw PlacedError(place, "lists and maps at most 200 deep", "more");
     }
 
-    void put(Value value, YAML::anchor_t anchor) {
-        if (anchor != 0) {
-            count(value);
-            mAnchors[anchor] = value;
-        }
-        if (mOpen.empty()) {
-            root = std::move(value);
-            return;
-        }
-        Open& in = mOpen.back();
-        if (auto* const list = std::get_if<Value::List>(&in.value.data)) {
-            list->push_back(std::move(value));
-        } else if (!in.key.isNull()) {
-            std::get<Value::Map>(in.value.data).emplace_back(std::exchange(in.key, Value()), std::move(value));
-        } else if (value.isText() && value.text().size() <= kLongestKey) {
-            in.key = std::move(value);
-        } else {
-            value.fail("a key of at most 200 bytes");
-        }
-    }
-
-    // Puts the map that "<<" names in its place: its keys behind the map's own, which win.
-    void finishMap(Value& map) {
-        auto& entries = std::get<Value::Map>(map.data);
-        std::unordered_set<std::string_view> keys;
-        for (const auto& [key, value] : entries) {
-            if (!keys.insert(key.text()).second) key.fail("every key once");
-        }
-        if (map.find("<<") == nullptr) return;
-        const auto merged =
-            std::find_if(entries.begin(), entries.end(), [](const auto& entry) { return entry.first.text() == "<<"; });
-        const Value others = std::move(merged->second);
-        if (!others.isMap()) others.fail("a map to merge");
-        entries.erase(merged);
-        map.merge(others);
-    }
-
-    std::vector<Open> mOpen;
+    std::vector<Open> mOpen{1};  // the first is the list of documents
     std::map<YAML::anchor_t, Value> mAnchors;
     size_t mValues = 0;
 };
@@ -147,12 +138,12 @@ private:
 void spreadDefaults(Value& root) {
     if (root.find("defaults") == nullptr || root.find("requests") == nullptr) return;
     const Value defaults = std::exchange(root["defaults"], Value(Value::Map()));
-    auto* const requests = std::get_if<Value::List>(&root["requests"].data);
-    if (requests == nullptr) return;
+    Value& requests = root["requests"];
+    if (!requests.isList()) return;
     size_t values = 0;
     measure(defaults, values);
-    if (requests->size() * values > kMostValues) defaults.fail("less for so many requests", "more");
-    for (Value& request : *requests) {
+    if (requests.list().size() * values > kMostValues) defaults.fail("less for so many requests", "more");
+    for (Value& request : std::get<Value::List>(requests.data)) {
         if (request.isMap()) request.merge(defaults);
     }
 }
@@ -188,14 +179,12 @@ Value parseYaml(const std::string& text) {
     Builder builder;
     try {
         YAML::Parser parser(stream);
-        parser.HandleNextDocument(builder);
-        if (builder.root) parser.HandleNextDocument(builder);  // which says so where there is a second
+        while (parser.HandleNextDocument(builder)) {
+        }
     } catch (const YAML::ParserException& error) {
         throw PlacedError(placeOf(error.mark), "YAML", printable(error.msg));
     }
-    Value nothing;
-    nothing.place = {1, 1};
-    return builder.root ? std::move(*builder.root) : nothing;
+    return builder.document();
 }
 
 Document parseDocument(const std::string& file, std::string text) {
@@ -204,8 +193,10 @@ Document parseDocument(const std::string& file, std::string text) {
     }
     const bool isRecorded = text.compare(0, 12, "recorded: 1\n") == 0;
     Document document = {file, {}, isRecorded ? cutRecorded(text) : ""};
-    document.root = inFile(file, [&text] { return parseYaml(text); });
-    inFile(file, [&document] { spreadDefaults(document.root); });
+    inFile(file, [&] {
+        document.root = parseYaml(text);
+        spreadDefaults(document.root);
+    });
     return document;
 }
 
