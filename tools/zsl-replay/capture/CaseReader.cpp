@@ -21,6 +21,8 @@ struct Budget {
     }
 };
 
+bool isMetaQueue(const Queue& queue) { return queue.type == zohal::kMetaQueue; }
+
 // Frame numbers wrap as on a device.
 FrameList readRun(const Value& in, Budget& budget) {
     const auto first = in.at("first").number<uint32_t>();
@@ -133,28 +135,30 @@ void loseFrames(const Value& in, Budget& budget, Queue& queue) {
     }
 }
 
-// The queues of a request, what they leave out filled in.
+Queue readIdentity(const Value& in, size_t position) {
+    in.map({"id", "type", "name", "consumer", "producer", "all", "frames", "lost"});
+    Queue queue;
+    queue.id = static_cast<uint32_t>(position + 1);
+    queue.type = position == 0 ? zohal::kMetaQueue : 0;
+    in.read("id", queue.id);
+    in.read("type", queue.type);
+    queue.name = queue.type == zohal::kMetaQueue        ? "meta"
+                 : queue.type == zohal::kFrameInfoQueue ? "frameinfo"
+                                                        : "queue";
+    in.read("name", queue.name);
+    return queue;
+}
+
+// The metadata queue, which others may refer to, comes first.
 std::vector<Queue> readQueues(const Value& in, Budget& budget) {
     const Value::List& given = in.list("a list of queues");
-    std::vector<Queue> queues(given.size());
-    size_t meta = given.size();
-    for (size_t i = given.size(); i-- > 0;) {
-        Queue& queue = queues[i];
-        given[i].map({"id", "type", "name", "consumer", "producer", "all", "frames", "lost"});
-        queue.id = static_cast<uint32_t>(i + 1);
-        queue.type = i == 0 ? zohal::kMetaQueue : 0;
-        given[i].read("id", queue.id);
-        given[i].read("type", queue.type);
-        queue.name = queue.type == zohal::kMetaQueue        ? "meta"
-                     : queue.type == zohal::kFrameInfoQueue ? "frameinfo"
-                                                            : "queue";
-        given[i].read("name", queue.name);
-        if (queue.type == zohal::kMetaQueue) meta = i;
-    }
-    const bool hasMeta = meta < given.size();
-    if (hasMeta) readFramesOf(given[meta], nullptr, budget, queues[meta]);
+    std::vector<Queue> queues;
+    for (size_t i = 0; i < given.size(); ++i) queues.push_back(readIdentity(given[i], i));
+    const auto meta = std::find_if(queues.begin(), queues.end(), isMetaQueue);
+    const Queue* const metaQueue = meta != queues.end() ? &*meta : nullptr;
+    if (metaQueue != nullptr) readFramesOf(given[meta - queues.begin()], nullptr, budget, *meta);
     for (size_t i = 0; i < given.size(); ++i) {
-        if (i != meta) readFramesOf(given[i], hasMeta ? &queues[meta] : nullptr, budget, queues[i]);
+        if (&queues[i] != metaQueue) readFramesOf(given[i], metaQueue, budget, queues[i]);
     }
     for (size_t i = 0; i < given.size(); ++i) {
         if (const Value* const lost = given[i].find("lost")) loseFrames(*lost, budget, queues[i]);
@@ -325,8 +329,7 @@ FrameList Queue::deliveryOrder() const {
 }
 
 const Queue* Request::metaQueue() const {
-    const auto isMeta = [](const Queue& queue) { return queue.type == zohal::kMetaQueue; };
-    const auto meta = std::find_if(queues.begin(), queues.end(), isMeta);
+    const auto meta = std::find_if(queues.begin(), queues.end(), isMetaQueue);
     return meta != queues.end() ? &*meta : nullptr;
 }
 

@@ -9,13 +9,12 @@ namespace replay {
 namespace {
 
 constexpr int kLongestPath = 32;  // keys and indices
+constexpr char kPath[] = "the path of a request's key";
 
 // A change stands nowhere in a file.
 [[noreturn]] void fail(const std::string& expected, std::string_view found) {
     throw PlacedError({}, expected, '"' + printable(found) + '"');
 }
-
-constexpr char kPath[] = "the path of a request's key";
 
 // Takes "[index]" off a path: that element, or one behind the last.
 Value& element(Value& in, std::string_view& path) {
@@ -25,9 +24,7 @@ Value& element(Value& in, std::string_view& path) {
     if (in.isNull()) in.data = Value::List();
     auto* const list = std::get_if<Value::List>(&in.data);
     if (list == nullptr) fail(kPath, path);
-    if (index > list->size()) {
-        fail("an index of a list of " + std::to_string(list->size()), path);
-    }
+    if (index > list->size()) fail("an index of a list of " + std::to_string(list->size()), path);
     if (index == list->size()) list->emplace_back();
     path.remove_prefix(close + 1);
     return (*list)[index];
