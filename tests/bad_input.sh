@@ -32,7 +32,7 @@ expect "unknown key of a queue" \
   'requests:\n- {queues: [{ids: 3}]}\n'
 expect "key twice" '<stdin>:2:14: expected every key once, found "frame"' 'requests:\n- {frame: 1, frame: 2}\n'
 expect "no list" '<stdin>:2:24: expected a list of frames, found "5"' 'requests:\n- {queues: [{consumer: 5}]}\n'
-expect "missing key" "<stdin>:2:25: expected $whole32, found no \"first\"" \
+expect "missing key" '<stdin>:2:25: expected the key "first", found none' \
   'requests:\n- {queues: [{consumer: [{count: 3}]}]}\n'
 expect "negative" "<stdin>:2:11: expected $whole32, found \"-1\"" 'requests:\n- {frame: -1}\n'
 expect "33 bits" "<stdin>:2:11: expected $whole32, found \"0x100000000\"" 'requests:\n- {frame: 0x100000000}\n'
@@ -45,8 +45,9 @@ expect "a byte of 9 bits" '<stdin>:2:35: expected a whole number from 0 to 255, 
 expect "adapter gone again" '<stdin>:3:13: expected an adapter that stays once it is there, found "absent"' \
   'requests:\n- {adapter: 1}\n- {adapter: absent}\n'
 expect "nothing half run" "<stdin>:3:11: expected $whole32, found \"x\"" 'requests:\n- {}\n- {frame: x}\n'
-expect "too deep" '<stdin>:1:1: expected lists and maps at most 200 deep, found more' "$(printf '[%.0s' {1..900})"
-expect "what a queue holds" '<stdin>:2:41: expected frames that the queue holds (1 2 4), found 950' \
+expect "too deep" '<stdin>:1:201: expected lists and maps at most 200 deep, found more' \
+  "$(printf '[%.0s' {1..900}; printf ']%.0s' {1..900})"
+expect "what a queue holds" '<stdin>:2:41: expected frames that the queue holds (1 to 4), found 950' \
   'requests:\n- {queues: [{consumer: [1, 2, 4], lost: [950]}]}\n'
 expect "no adapter" \
   '<stdin>:2:13: expected a motion word from 0 to 0xFFFFFFFF, or absent, empty or unavailable, found "bogus"' \
@@ -61,8 +62,8 @@ logcat='expected a log in logcat'"'"'s threadtime format, found another of its f
 expect "brief" "<stdin>: $logcat" \
   '--------- beginning of main\nD/ZoCamHAL( 1234): ZSL MotionZSLSelector.cpp:77 isSelectorNeeded()x\n'
 expect "long" "<stdin>: $logcat" '[ 11-22 01:02:03.004  1234: 1234 D/ZoCamHAL ]\nx\n'
-expect "gzip" '<stdin>: expected a case file or a log, found gzip; try: zcat | zsl-replay -' '\x1f\x8b\x08rest'
-expect "UTF-16" '<stdin>: expected a case file or a log, found UTF-16; try: iconv -f UTF-16 -t UTF-8 | zsl-replay -' \
+expect "gzip" '<stdin>: expected a case file or a log, found gzip; try: zcat FILE | zsl-replay -' '\x1f\x8b\x08rest'
+expect "UTF-16" '<stdin>: expected a case file or a log, found UTF-16; try: iconv -f UTF-16 -t UTF-8 FILE | zsl-replay -' \
   '\xff\xfer\x00e\x00'
 expect "no plug-in" \
   'cannot load the plug-in: /none.so: cannot open shared object file: No such file or directory' 'requests: [{}]\n' \

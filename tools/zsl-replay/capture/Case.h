@@ -5,28 +5,25 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "capture/Value.h"
 #include "hal_core/SelectorPlugin.h"
 
 namespace replay {
 
 using FrameList = std::vector<uint32_t>;
 
+inline const Value::Words kSelectWords = {"gated", "always", "never"};  // by halcore::Select
+
 constexpr char kSwitchProperty[] = "vendor.zohal.selector.motion.zsl.disable";
 constexpr int64_t kDefaultIntervalNs = 33'333'333;  // 30 fps
 constexpr uint32_t kMostFrames = 1'000'000;         // that one file names; guards against slips of the hand
 constexpr uint32_t kMostNeeded = 100'000;           // of one request
-
-// Something in the input that can't be run; what() is ready to print.
-class InputError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 struct FrameData {
     int64_t shutterTimeNs = 0;
@@ -47,13 +44,7 @@ struct Queue {
     FrameList deliveryOrder() const;
 };
 
-// A metadata value in the platform's own form.
-struct TagValue {
-    uint8_t type = 0;
-    size_t count = 0;
-    std::vector<uint8_t> payload;
-};
-using Tags = std::map<std::string, TagValue>;
+using Tags = std::map<std::string, Value>;  // as a case file gives them, and such as can be read
 
 // What must come out of a request; what is absent is not looked at.
 struct Expectation {
@@ -94,6 +85,7 @@ struct Request {
     std::optional<halcore::StrategyCall> call;
     Check check;
     Expectation expect;
+    std::shared_ptr<const Value> written;  // as a case file asks it; null for one rebuilt from a log
 
     // The queue that frames are selected from, the first of its kind; null when there is none.
     const Queue* metaQueue() const;

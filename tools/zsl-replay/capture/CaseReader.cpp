@@ -1,36 +1,191 @@
 // A document into a case.
 
 #include <algorithm>
+#include <numeric>
 
 #include "capture/Document.h"
 #include "capture/Metadata.h"
-#include "capture/Queues.h"
 
 namespace replay {
 
 namespace {
 
+// What is left of the frames that one file may name: a small file's runs, aliases and queues without lists of their own
+// could fill all memory.
+struct Budget {
+    size_t frames = kMostFrames;
+
+    void take(size_t count, const Value& where) {
+        if (count > frames) where.fail("at most " + std::to_string(kMostFrames) + " frames in a file", "more");
+        frames -= count;
+    }
+};
+
+bool isMetaQueue(const Queue& queue) { return queue.type == zohal::kMetaQueue; }
+
+// Frame numbers wrap as on a device.
+FrameList readRun(const Value& in, Budget& budget) {
+    const auto first = in.at("first").number<uint32_t>();
+    const auto count = in.at("count").number<uint32_t>();
+    budget.take(count, in.at("count"));
+    FrameList frames(count);
+    std::iota(frames.begin(), frames.end(), first);
+    return frames;
+}
+
+// A run {first, count}, or a list of numbers and runs.
+FrameList readFrames(const Value& in, Budget& budget) {
+    if (in.isMap()) {
+        in.map({"first", "count"});
+        return readRun(in, budget);
+    }
+    FrameList frames;
+    for (const Value& each : in.list("a list of frames")) {
+        if (each.isMap()) {
+            const FrameList run = readFrames(each, budget);
+            frames.insert(frames.end(), run.begin(), run.end());
+        } else {
+            budget.take(1, each);
+            frames.push_back(each.number<uint32_t>());
+        }
+    }
+    return frames;
+}
+
+void addFrame(Queue& queue, uint32_t frame, const FrameData& data, const Value& where) {
+    if (!queue.held.emplace(frame, data).second) where.fail("every frame of a queue once", std::to_string(frame));
+}
+
+// {shutter, mode}, or a shutter time alone.
+FrameData readFrameData(const Value& in) {
+    FrameData data;
+    const Value* const shutter = in.isMap() ? in.find("shutter") : &in;
+    data.assumed = shutter == nullptr;
+    if (shutter != nullptr) data.shutterTimeNs = shutter->number<int64_t>();
+    in.read("mode", data.sensorMode);
+    return data;
+}
+
+// Frames by number, a run from a first time on, or a list of such.
+void readHeld(const Value& in, Budget& budget, Queue& queue) {
+    if (in.isList()) {
+        for (const Value& each : in.list()) readHeld(each, budget, queue);
+        return;
+    }
+    if (!in.isMap()) in.fail("frames: a run, or shutter times by frame");
+    if (in.find("first") == nullptr) {
+        for (const auto& [key, value] : in.map()) {
+            if (value.isMap()) value.map({"shutter", "mode"});
+            budget.take(1, key);
+            addFrame(queue, key.number<uint32_t>(), readFrameData(value), key);
+        }
+        return;
+    }
+    in.map({"first", "count", "shutter", "interval", "mode"});
+    int64_t intervalNs = kDefaultIntervalNs;
+    in.read("interval", intervalNs);
+    const FrameList frames = readRun(in, budget);
+    FrameData data = readFrameData(in);
+    auto timeNs = static_cast<uint64_t>(data.shutterTimeNs);  // wraps
+    if (data.assumed && !frames.empty()) timeNs = frames.front() * static_cast<uint64_t>(intervalNs);
+    for (const uint32_t frame : frames) {
+        data.shutterTimeNs = static_cast<int64_t>(timeNs);
+        addFrame(queue, frame, data, in.at("first"));
+        timeNs += static_cast<uint64_t>(intervalNs);
+    }
+}
+
+// What the queue says of its frames. One that names none has those of the metadata queue; one that names lists only
+// holds every frame in them, as the metadata queue has it, else at 30 fps.
+void readFramesOf(const Value& in, const Queue* meta, Budget& budget, Queue& queue) {
+    const Value* const consumer = in.find("consumer");
+    const Value* const producer = in.find("producer");
+    const Value* const all = in.find("all");
+    const Value* const frames = in.find("frames");
+    if (meta != nullptr && consumer == nullptr && producer == nullptr && all == nullptr && frames == nullptr) {
+        budget.take(std::max(meta->all.size(), meta->held.size()), in);
+        queue = {queue.id, queue.type, queue.name, meta->consumer, meta->producer, meta->all, meta->held, {}};
+        return;
+    }
+    if (frames != nullptr) readHeld(*frames, budget, queue);
+    if (consumer != nullptr) queue.consumer = readFrames(*consumer, budget);
+    if (producer != nullptr) queue.producer = readFrames(*producer, budget);
+    if (consumer == nullptr && producer == nullptr) {
+        for (const auto& [frame, data] : queue.held) queue.consumer.push_back(frame);
+    }
+    queue.all = all != nullptr ? readFrames(*all, budget) : queue.deliveryOrder();
+    if (frames != nullptr) return;
+    for (const FrameList& list : {queue.consumer, queue.producer, queue.all}) {
+        for (const uint32_t frame : list) {
+            const bool isMetas = meta != nullptr && meta->held.count(frame) > 0;
+            queue.held.emplace(frame, isMetas ? meta->held.at(frame) : FrameData{frame * kDefaultIntervalNs, 0, true});
+        }
+    }
+}
+
+void loseFrames(const Value& in, Budget& budget, Queue& queue) {
+    for (const uint32_t frame : readFrames(in, budget)) {
+        auto node = queue.held.extract(frame);
+        if (node.empty()) {
+            const auto& [first, last] = std::pair(queue.held.begin(), queue.held.rbegin());
+            const std::string held = queue.held.empty() ? "none" : join({first->first}) + " to " + join({last->first});
+            in.fail("frames that the queue holds (" + held + ')', std::to_string(frame));
+        }
+        queue.lost.insert(std::move(node));
+    }
+}
+
+Queue readIdentity(const Value& in, size_t position) {
+    in.map({"id", "type", "name", "consumer", "producer", "all", "frames", "lost"});
+    Queue queue;
+    queue.id = static_cast<uint32_t>(position + 1);
+    queue.type = position == 0 ? zohal::kMetaQueue : 0;
+    in.read("id", queue.id);
+    in.read("type", queue.type);
+    queue.name = queue.type == zohal::kMetaQueue        ? "meta"
+                 : queue.type == zohal::kFrameInfoQueue ? "frameinfo"
+                                                        : "queue";
+    in.read("name", queue.name);
+    return queue;
+}
+
+// The metadata queue, which others may refer to, comes first.
+std::vector<Queue> readQueues(const Value& in, Budget& budget) {
+    const Value::List& given = in.list("a list of queues");
+    std::vector<Queue> queues;
+    for (size_t i = 0; i < given.size(); ++i) queues.push_back(readIdentity(given[i], i));
+    const auto meta = std::find_if(queues.begin(), queues.end(), isMetaQueue);
+    const Queue* const metaQueue = meta != queues.end() ? &*meta : nullptr;
+    if (metaQueue != nullptr) readFramesOf(given[meta - queues.begin()], nullptr, budget, *meta);
+    for (size_t i = 0; i < given.size(); ++i) {
+        if (&queues[i] != metaQueue) readFramesOf(given[i], metaQueue, budget, queues[i]);
+    }
+    for (size_t i = 0; i < given.size(); ++i) {
+        if (const Value* const lost = given[i].find("lost")) loseFrames(*lost, budget, queues[i]);
+    }
+    return queues;
+}
+
 AdapterAnswer readAdapter(const Value& in, const AdapterAnswer& before) {
     constexpr char kPossible[] = "a motion word from 0 to 0xFFFFFFFF, or absent, empty or unavailable";
     const std::string& text = in.text(kPossible);
-    if (text == "absent") {
-        if (before != "absent") in.fail("an adapter that stays once it is there");
-        return text;
-    }
     uint32_t word = 0;
-    if (text != "empty" && text != "unavailable" && !parseNumber(text, word)) in.fail(kPossible);
+    if (text == "absent" && before != "absent") in.fail("an adapter that stays once it is there");
+    if (text != "absent" && text != "empty" && text != "unavailable" && !parseNumber(text, word)) in.fail(kPossible);
     return text;
 }
 
-halcore::StrategyCall readCall(const Value& in, FrameBudget& budget) {
-    in.asMap({"strategy", "frame", "zsdTs", "last", "list"});
+halcore::StrategyCall readCall(const Value& in, Budget& budget) {
+    in.map({"strategy", "frame", "zsdTs", "last", "list"});
     halcore::StrategyCall call;
     const std::vector<std::string>& known = halcore::SelectorPlugin::strategies();
-    call.strategy = known[in["strategy"].oneOf(known, "a strategy: ")];
-    if (in["frame"]) call.fwkFrame = in["frame"].number<uint32_t>();
-    readNumber(in["zsdTs"], call.zsdTs);
-    if (in["last"]) call.lastZslFrame = static_cast<int32_t>(in["last"].number<int64_t>(INT32_MIN, UINT32_MAX));
-    if (in["list"]) call.selectList = readFrameList(in["list"], budget);
+    call.strategy = known[in.at("strategy").oneOf(known, "a strategy: ")];
+    in.read("frame", call.fwkFrame);
+    in.read("zsdTs", call.zsdTs);
+    if (const Value* const last = in.find("last")) {
+        call.lastZslFrame = static_cast<int32_t>(last->number<int64_t>(INT32_MIN, UINT32_MAX));
+    }
+    if (const Value* const list = in.find("list")) call.selectList = readFrames(*list, budget);
     return call;
 }
 
@@ -40,135 +195,142 @@ std::pair<bool, bool> readCheckResult(const Value& in) {
         const bool passed = in.oneOf({"pass", "fail"}, "two flags, or one of ") == 0;
         return {passed, passed};
     }
-    const auto flags = in.elements("two flags");
-    if (flags.size() != 2) in.fail("two flags");
-    return {flags[0].boolean(), flags[1].boolean()};
+    if (in.list().size() != 2) in.fail("two flags");
+    return {in.list()[0].boolean(), in.list()[1].boolean()};
 }
 
 std::vector<std::string> readLines(const Value& in) {
     std::vector<std::string> lines;
-    for (const Value& each : in.elements("a list of messages")) lines.push_back(each.text("a message"));
+    for (const Value& each : in.list("a list of messages")) lines.push_back(each.text("a message"));
     return lines;
 }
 
 // What can't come out of a request can't be expected of it.
-Expectation readExpectation(const Value& in, const Request& request, FrameBudget& budget) {
+Expectation readExpectation(const Value& in, const Request& request, Budget& budget) {
     if (request.call) {
-        in.asMap({"selection", "result", "anchor", "log", "logHas"});
+        in.map({"selection", "result", "anchor", "log", "logHas"});
     } else {
-        in.asMap({"gate", "selection", "target", "anchor", "checks", "log", "logHas"});
+        in.map({"gate", "selection", "target", "anchor", "checks", "log", "logHas"});
     }
     Expectation expect;
-    if (in["gate"]) expect.gate = in["gate"].boolean();
-    if (in["result"]) expect.result = in["result"].boolean();
-    if (in["target"]) expect.targetNs = in["target"].number<int64_t>();
-    if (in["anchor"]) expect.anchor = in["anchor"].number<uint32_t>();
-    if (in["log"]) expect.log = readLines(in["log"]);
-    if (in["logHas"]) expect.logHas = readLines(in["logHas"]);
-    if (in["checks"]) {
+    in.read("gate", expect.gate);
+    in.read("result", expect.result);
+    in.read("target", expect.targetNs);
+    in.read("anchor", expect.anchor);
+    if (const Value* const log = in.find("log")) expect.log = readLines(*log);
+    if (const Value* const some = in.find("logHas")) expect.logHas = readLines(*some);
+    if (const Value* const checks = in.find("checks")) {
         expect.checks.emplace();
-        in["checks"].asMap().forEach([&](const Value& key, const Value& value) {
-            (*expect.checks)[key.number<uint32_t>()] = readCheckResult(value);
-        });
+        for (const auto& [frame, flags] : checks->map()) {
+            expect.checks->insert_or_assign(frame.number<uint32_t>(), readCheckResult(flags));
+        }
     }
-    const Value selection = in["selection"];
-    if (selection && selection.isMap() && !selection["first"]) {
+    const Value* const selection = in.find("selection");
+    if (selection != nullptr && selection->isMap() && selection->find("first") == nullptr) {
         expect.selection.emplace();
-        selection.asMap().forEach([&](const Value& key, const Value& value) {
-            (*expect.selection)[key.number<uint32_t>()] = readFrameList(value, budget);
-        });
-    } else if (selection) {
-        if (!request.call && request.queues.empty()) selection.fail("queues that can get such a list", "none");
-        expect.selectionOfAll = readFrameList(selection, budget);
+        for (const auto& [queue, frames] : selection->map()) {
+            expect.selection->insert_or_assign(queue.number<uint32_t>(), readFrames(frames, budget));
+        }
+    } else if (selection != nullptr) {
+        if (!request.call && request.queues.empty()) selection->fail("queues that can get such a list", "none");
+        expect.selectionOfAll = readFrames(*selection, budget);
     }
     return expect;
 }
 
 int64_t newestShutterTime(const Request& request) {
     int64_t newest = 0;
-    if (const Queue* meta = request.metaQueue()) {
-        for (const auto* frames : {&meta->held, &meta->lost}) {
-            for (const auto& [frame, data] : *frames) newest = std::max(newest, data.shutterTimeNs);
-        }
+    if (const Queue* const meta = request.metaQueue()) {
+        for (const auto& [frame, data] : meta->held) newest = std::max(newest, data.shutterTimeNs);
+        for (const auto& [frame, data] : meta->lost) newest = std::max(newest, data.shutterTimeNs);
     }
     return newest;
 }
 
-halcore::Select readSelect(const Value& in) {
-    return static_cast<halcore::Select>(in.oneOf({"gated", "always", "never"}, "one of "));
-}
-
-Check readCheck(const Value& in, FrameBudget& budget) {
-    in.asMap({"camera", "role", "frames", "of", "metadata"});
+Check readCheck(const Value& in, Budget& budget) {
+    in.map({"camera", "role", "frames", "of", "metadata"});
     Check check;
-    readNumber(in["camera"], check.camera);
-    readNumber(in["role"], check.role);
-    readNumber(in["frames"], check.aiHlFrames);
-    if (in["of"]) check.of = readFrameList(in["of"], budget);
-    if (in["metadata"]) check.metadata = readTags(in["metadata"]);
+    in.read("camera", check.camera);
+    in.read("role", check.role);
+    in.read("frames", check.aiHlFrames);
+    if (const Value* const of = in.find("of")) check.of = readFrames(*of, budget);
+    if (const Value* const metadata = in.find("metadata")) check.metadata = readTags(*metadata);
     return check;
 }
 
-Request readRequest(const Value& in, size_t position, const AdapterAnswer& before, FrameBudget& budget) {
-    Request request;
-    request.name = in["name"] ? in["name"].text("a name") : "request " + std::to_string(position + 1);
-    request.fwkFrame = static_cast<uint32_t>(position + 1);
-    readNumber(in["frame"], request.fwkFrame);
-    if (in["used"]) request.used = readFrameList(in["used"], budget);
-    readNumber(in["master"], request.master);
-    if (in["need"]) request.need = in["need"].number<uint32_t>(0, kMostNeeded);
-    if (in["metadata"]) request.metadata = readTags(in["metadata"]);
-    request.adapter = in["adapter"] ? readAdapter(in["adapter"], before) : before;
-    if (in["select"]) request.select = readSelect(in["select"]);
-    if (in["queues"]) request.queues = readQueues(in["queues"], budget);
-    if (in["call"]) request.call = readCall(in["call"], budget);
-    if (in["check"]) request.check = readCheck(in["check"], budget);
-    if (in["expect"]) request.expect = readExpectation(in["expect"], request, budget);
-    request.clockNs = newestShutterTime(request);
-    readNumber(in["clock"], request.clockNs);
-    return request;
-}
-
-void readProperties(const Value& in, Case& result) {
-    in.asMap().forEach([&](const Value& key, const Value& value) {
-        auto& property = result.properties[key.text("a property")];
-        property = value.isNull() ? std::nullopt : std::optional(value.text("a property's value"));
-    });
-}
-
-void readRequests(const Node& root, Case& result) {
-    const Value list = Value(root)["requests"];
-    if (result.recorded && (!list || list.isNull())) return;  // a crash came before the first was whole
-    const NodePtr defaults = find(root, "defaults");
-    const Value::Words keys = {"name",   "frame", "used",   "master", "need",  "metadata", "adapter",
-                               "select", "clock", "queues", "call",   "check", "expect"};
-    if (defaults != nullptr) Value(defaults).asMap(keys);
-    FrameBudget budget;
-    for (const Value& own : list.elements("a list of requests")) {
-        Node request = own.asMap(keys).node();
-        if (defaults != nullptr) merge(request, *defaults);
-        const AdapterAnswer before = result.requests.empty() ? "absent" : result.requests.back().adapter;
-        result.requests.push_back(readRequest(Value(request), result.requests.size(), before, budget));
+// What was asked, with what the request has by its place in the file.
+std::shared_ptr<const Value> complete(const Request& request, const Value& in) {
+    Value written = Value::Map{{"name", request.name}, {"frame", request.fwkFrame}, {"adapter", request.adapter}};
+    for (const auto& [key, value] : in.map()) {
+        if (key.text() != "expect") written[key.text()] = value;
     }
+    return std::make_shared<const Value>(std::move(written));
+}
+
+Request readRequest(const Value& in, size_t position, const AdapterAnswer& before, Budget& budget) {
+    in.map({"name", "frame", "used", "master", "need", "metadata", "adapter", "select", "clock", "queues", "call",
+            "check", "expect"});
+    Request request;
+    request.name = "request " + std::to_string(position + 1);
+    request.fwkFrame = static_cast<uint32_t>(position + 1);
+    request.adapter = before;
+    in.read("name", request.name);
+    in.read("frame", request.fwkFrame);
+    in.read("master", request.master);
+    if (const Value* const used = in.find("used")) request.used = readFrames(*used, budget);
+    if (const Value* const need = in.find("need")) request.need = need->number<uint32_t>(0, kMostNeeded);
+    if (const Value* const metadata = in.find("metadata")) request.metadata = readTags(*metadata);
+    if (const Value* const adapter = in.find("adapter")) request.adapter = readAdapter(*adapter, before);
+    if (const Value* const select = in.find("select")) {
+        request.select = static_cast<halcore::Select>(select->oneOf(kSelectWords, "one of "));
+    }
+    if (const Value* const queues = in.find("queues")) request.queues = readQueues(*queues, budget);
+    if (const Value* const call = in.find("call")) request.call = readCall(*call, budget);
+    if (const Value* const check = in.find("check")) request.check = readCheck(*check, budget);
+    if (const Value* const expect = in.find("expect")) request.expect = readExpectation(*expect, request, budget);
+    request.clockNs = newestShutterTime(request);
+    in.read("clock", request.clockNs);
+    request.written = complete(request, in);
+    return request;
 }
 
 }  // namespace
 
-Case readNodes(const Document& document) {
+Case readValue(const Value& root) {
     Case result;
-    result.file = document.file;
-    result.cutOff = document.cutOff;
-    Value in(document.root);
-    in.asMap({"recorded", "properties", "staticMetadata", "defaults", "requests"});
-    if (in["recorded"]) result.recorded = in["recorded"].number<uint32_t>(1, 1) == 1;
-    if (in["properties"]) readProperties(in["properties"], result);
-    if (in["staticMetadata"]) {
-        in["staticMetadata"].asMap().forEach([&](const Value& key, const Value& value) {
-            result.staticMetadata[key.number<uint32_t>()] = readTags(value).value_or(Tags());
-        });
+    root.map({"recorded", "properties", "staticMetadata", "defaults", "requests"});
+    if (const Value* const recorded = root.find("recorded")) result.recorded = recorded->number<uint32_t>(1, 1) == 1;
+    if (const Value* const properties = root.find("properties")) {
+        for (const auto& [key, value] : properties->map()) {
+            auto& property = result.properties[key.text()];
+            property = value.isNull() ? std::nullopt : std::optional(value.text("a property's value"));
+        }
     }
-    readRequests(*document.root, result);
+    if (const Value* const cameras = root.find("staticMetadata")) {
+        for (const auto& [camera, tags] : cameras->map()) {
+            result.staticMetadata[camera.number<uint32_t>()] = readTags(tags).value_or(Tags());
+        }
+    }
+    const Value* const requests = root.find("requests");
+    // Of a recorded file a crash may have come before the first was whole.
+    if (result.recorded && (requests == nullptr || requests->isNull())) return result;
+    Budget budget;
+    for (const Value& each : root.at("requests").list("a list of requests")) {
+        const AdapterAnswer before = result.requests.empty() ? "absent" : result.requests.back().adapter;
+        result.requests.push_back(readRequest(each, result.requests.size(), before, budget));
+    }
     return result;
+}
+
+FrameList Queue::deliveryOrder() const {
+    FrameList order = consumer;
+    order.insert(order.end(), producer.begin(), producer.end());
+    return order;
+}
+
+const Queue* Request::metaQueue() const {
+    const auto meta = std::find_if(queues.begin(), queues.end(), isMetaQueue);
+    return meta != queues.end() ? &*meta : nullptr;
 }
 
 }  // namespace replay

@@ -1,5 +1,4 @@
-// Changes of a document from the command line. Nothing is written to: what lies along the path is copied, all else
-// shared.
+// Changes of a document from the command line.
 
 #include <algorithm>
 
@@ -9,129 +8,89 @@ namespace replay {
 
 namespace {
 
-constexpr std::ptrdiff_t kLongestPath = 32;  // keys and indices
+constexpr int kLongestPath = 32;  // keys and indices
+constexpr char kPath[] = "the path of a request's key";
 
 // A change stands nowhere in a file.
-[[noreturn]] void fail(const std::string& expected, const std::string& found) {
-    throw PlacedError({}, expected, printable(found));
+[[noreturn]] void fail(const std::string& expected, std::string_view found) {
+    throw PlacedError({}, expected, '"' + printable(found) + '"');
 }
 
-[[noreturn]] void failPath(std::string_view found) {
-    fail("the path of a request's key", '"' + std::string(found) + '"');
-}
-
-NodePtr changed(const NodePtr& in, std::string_view path, const NodePtr& value);
-
-// `in`, of which nothing is an empty one, as a list or map of its own to be changed.
-template <typename T>
-std::shared_ptr<Node> copyAs(const NodePtr& in, std::string_view path) {
-    auto out = in != nullptr ? std::make_shared<Node>(*in) : std::make_shared<Node>();
-    if (out->data.index() == 0) out->data = T();
-    if (!std::holds_alternative<T>(out->data)) failPath(path);
-    return out;
-}
-
-NodePtr changedList(const NodePtr& in, std::string_view path, const NodePtr& value) {
+// Takes "[index]" off a path: that element, or one behind the last.
+Value& element(Value& in, std::string_view& path) {
     const size_t close = path.find(']');
     size_t index = 0;
-    if (close == std::string_view::npos || !parseNumber(path.substr(1, close - 1), index)) failPath(path);
-    const auto out = copyAs<Node::List>(in, path);
-    auto& list = std::get<Node::List>(out->data);
-    if (index > list.size()) {
-        fail("an index of a list of " + std::to_string(list.size()), '"' + std::string(path) + '"');
+    if (close == std::string_view::npos || !parseNumber(path.substr(1, close - 1), index)) fail(kPath, path);
+    if (in.isNull()) in.data = Value::List();
+    auto* const list = std::get_if<Value::List>(&in.data);
+    if (list == nullptr) fail(kPath, path);
+    if (index > list->size()) fail("an index of a list of " + std::to_string(list->size()), path);
+    if (index == list->size()) list->emplace_back();
+    path.remove_prefix(close + 1);
+    return (*list)[index];
+}
+
+// What a path such as "queues[1].lost" names, put there where it is missing. Below "metadata" the rest is a tag's name.
+Value& valueAt(Value& request, std::string_view path) {
+    Value* in = &request;
+    std::string_view key;
+    for (int steps = 0; !path.empty(); ++steps) {
+        if (steps == kLongestPath) fail(kPath, path);
+        if (path[0] == '[') {
+            in = &element(*in, path);
+            continue;
+        }
+        if (path[0] == '.') path.remove_prefix(1);
+        key = path.substr(0, key == "metadata" ? path.size() : path.find_first_of(".["));
+        if (in->isNull()) in->data = Value::Map();
+        if (key.empty() || !in->isMap()) fail(kPath, path);
+        in = &(*in)[key];
+        path.remove_prefix(key.size());
     }
-    if (index == list.size()) list.emplace_back();
-    list[index] = changed(list[index], path.substr(close + 1), value);
-    return out;
-}
-
-NodePtr changedMap(const NodePtr& in, std::string_view key, std::string_view rest, const NodePtr& value) {
-    if (key.empty()) failPath(rest);
-    const auto out = copyAs<Node::Map>(in, key);
-    auto& map = std::get<Node::Map>(out->data);
-    auto at = std::find_if(map.begin(), map.end(), [key](const auto& entry) { return *entry.first->text() == key; });
-    if (at == map.end()) at = map.insert(at, {std::make_shared<Node>(Node{{}, 0, std::string(key)}), nullptr});
-    // Below metadata the rest of a path is a tag's name.
-    const bool isTag = key == "metadata" && rest.size() > 1 && rest[0] == '.';
-    at->second = isTag ? changedMap(at->second, rest.substr(1), "", value) : changed(at->second, rest, value);
-    return out;
-}
-
-NodePtr changed(const NodePtr& in, std::string_view path, const NodePtr& value) {
-    if (path.empty()) return value;
-    if (path[0] == '[') return changedList(in, path, value);
-    if (path[0] == '.') path.remove_prefix(1);
-    const size_t end = std::min(path.find_first_of(".["), path.size());
-    return changedMap(in, path.substr(0, end), path.substr(end), value);
-}
-
-// One request; what the requests share it gets for its own.
-NodePtr changedRequest(const Node& root, const NodePtr& request, std::string_view path, const NodePtr& value) {
-    const auto own = std::make_shared<Node>(*request);
-    if (const NodePtr defaults = find(root, "defaults")) merge(*own, *defaults);
-    return changed(own, path, value);
-}
-
-Node::List requestsOf(const Node& root) {
-    const NodePtr requests = find(root, "requests");
-    return requests != nullptr && requests->list() != nullptr ? *requests->list() : Node::List();
-}
-
-NodePtr withRequests(const NodePtr& root, Node::List requests) {
-    return changed(root, "requests", std::make_shared<Node>(Node{{}, 0, std::move(requests)}));
+    return *in;
 }
 
 // KEY=VALUE: the key is the path of a request's key, such as "queues[1].lost" or "metadata.nexaro.hdr.enabled", in
 // every request, or in request N (from 1) when it starts with "N:"; a list's next index appends. The value is YAML.
-NodePtr withSetting(const NodePtr& root, const std::string& setting) {
+void applySetting(Value::List& requests, std::string_view setting) {
     const size_t equals = setting.find('=');
-    if (equals == std::string::npos) fail("KEY=VALUE", "no \"=\"");
-    std::string path = setting.substr(0, equals);
-    Node::List requests = requestsOf(*root);
-    size_t only = 0;
+    if (equals == std::string::npos) fail("KEY=VALUE", setting);
+    std::string_view path = setting.substr(0, equals);
     const size_t colon = path.find(':');
+    size_t only = 0;
     const bool isNumbered = colon != std::string::npos && parseNumber(path.substr(0, colon), only);
     if (isNumbered && (only < 1 || only > requests.size())) {
         fail("a request from 1 to " + std::to_string(requests.size()), path.substr(0, colon));
     }
-    if (isNumbered) path.erase(0, colon + 1);
-    if (std::count_if(path.begin(), path.end(), [](char c) { return c == '.' || c == '['; }) > kLongestPath) {
-        failPath(path);
-    }
-    const NodePtr value = parseYaml(setting.substr(equals + 1));
+    if (isNumbered) path.remove_prefix(colon + 1);
+    if (path.empty()) fail(kPath, path);
+    const Value value = parseYaml(std::string(setting.substr(equals + 1)));
     for (size_t i = 0; i < requests.size(); ++i) {
-        if (!isNumbered || i + 1 == only) requests[i] = changedRequest(*root, requests[i], path, value);
+        if (!isNumbered || i + 1 == only) valueAt(requests[i], path) = value;
     }
-    return withRequests(root, std::move(requests));
 }
 
-// FRAME[@QUEUE]: the queue with that id, or every queue, has lost the frame. `theCase` is what the document reads as.
-NodePtr withoutFrame(const NodePtr& root, const Case& theCase, const std::string& drop) {
+// FRAME[@QUEUE]: the queue with that id, or every queue, has lost the frame. `theCase` is what the requests read as.
+void applyDrop(Value::List& requests, const Case& theCase, const std::string& drop) {
     const size_t at = drop.find('@');
     uint32_t frame = 0;
     uint32_t id = 0;
     const bool one = at != std::string::npos;
     if (!parseNumber(drop.substr(0, at), frame) || (one && !parseNumber(drop.substr(at + 1), id))) {
-        fail("FRAME or FRAME@QUEUE", '"' + drop + '"');
+        fail("FRAME or FRAME@QUEUE", drop);
     }
-    Node::List requests = requestsOf(*root);
     bool isHeld = false;
     for (size_t i = 0; i < requests.size(); ++i) {
         const std::vector<Queue>& queues = theCase.requests[i].queues;
         for (size_t q = 0; q < queues.size(); ++q) {
             if ((one && queues[q].id != id) || queues[q].held.count(frame) == 0) continue;
             isHeld = true;
-            std::string lost = std::to_string(frame);
-            for (const auto& [number, data] : queues[q].lost) lost += ", " + std::to_string(number);
-            const std::string path = "queues[" + std::to_string(q) + "].lost";
-            requests[i] = changedRequest(*root, requests[i], path, parseYaml('[' + lost + ']'));
+            FrameList lost = {frame};
+            for (const auto& [number, data] : queues[q].lost) lost.push_back(number);
+            valueAt(requests[i], "queues[" + std::to_string(q) + "].lost") = lost;
         }
     }
-    if (!isHeld) {
-        fail("a frame that " + (one ? "queue " + std::to_string(id) : std::string("a queue")) + " holds",
-             std::to_string(frame));
-    }
-    return withRequests(root, std::move(requests));
+    if (!isHeld) fail(one ? "a frame that this queue holds" : "a frame that a queue holds", drop);
 }
 
 }  // namespace
@@ -143,23 +102,25 @@ std::string Changes::words() const {
     return text;
 }
 
-Document withChanges(const Document& document, const Changes& changes) {
-    Document result = document;
-    const auto apply = [&result](const std::string& change, const auto& changedRoot) {
+Document withChanges(Document document, const Changes& changes) {
+    Value& given = document.root["requests"];
+    if (given.isNull()) given = Value::List();
+    auto& requests = std::get<Value::List>(given.data);
+    const auto attempt = [&](const std::string& change, const auto& apply) {
         try {
-            result.root = changedRoot();
-            readNodes(result);
+            apply();
+            readValue(document.root);
         } catch (const PlacedError& error) {
             throw InputError(printable(change) + ": " + error.what());
         }
     };
     for (const std::string& setting : changes.settings) {
-        apply("--set " + setting, [&] { return withSetting(result.root, setting); });
+        attempt("--set " + setting, [&] { applySetting(requests, setting); });
     }
     for (const std::string& drop : changes.drops) {
-        apply("--drop " + drop, [&] { return withoutFrame(result.root, readNodes(result), drop); });
+        attempt("--drop " + drop, [&] { applyDrop(requests, readValue(document.root), drop); });
     }
-    return result;
+    return document;
 }
 
 }  // namespace replay

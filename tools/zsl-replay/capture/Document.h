@@ -1,4 +1,5 @@
-// A case file as data that knows where it was written. YAML is parsed once, into this; a variant is a changed document.
+// A case file as data that knows where it was written. YAML is parsed once, into this; a variant is a changed document,
+// and a saved case one that is printed.
 
 #pragma once
 
@@ -13,10 +14,9 @@ namespace replay {
 
 constexpr size_t kLongestCase = 16 * 1024 * 1024;  // bytes of a case file
 
-// Immutable and cheap to copy; parts that aliases or variants share are shared in memory.
 struct Document {
-    std::string file;  // its name, as it is given
-    NodePtr root;
+    std::string file;    // its name, as it is given
+    Value root;          // every request in it has a copy of what the requests share
     std::string cutOff;  // see Case
 };
 
@@ -29,21 +29,26 @@ struct Changes {
     std::string words() const;  // as options
 };
 
-// YAML text as a value; a document as a case. Both throw PlacedError.
-NodePtr parseYaml(const std::string& text);
-Case readNodes(const Document& document);
+// YAML text as a value, aliases as copies, with the requests' defaults in the requests; a value as a case. Both throw
+// PlacedError.
+Value parseYaml(const std::string& text);
+Case readValue(const Value& root);
 
 // All throw InputError, ready to print, with the place in the file; for a change, with the change in its stead.
 Document parseDocument(const std::string& file, std::string text);
 Case readCase(const Document& document);
-Document withChanges(const Document& document, const Changes& changes);  // each must leave a case that can be read
+Document withChanges(Document document, const Changes& changes);  // each must leave a case that can be read
 
-// Prints a case that was built or changed, as a case file: the head once, then its requests. Comments stand ahead of
-// either; no text in them can end a comment.
-void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments);
-void printRequest(std::ostream& out, const Request& request, const std::vector<std::string>& comments);
+// A request as it was read, complete without its file; or as a case file would give it, where it was rebuilt from a
+// log.
+Value valueOf(const Request& request);
 
-// A case of at least one request as a case file would give it, so that it can be changed. readCase() gives it back.
+// A case of at least one request, of such values. readCase() gives it back.
 Document documentOf(const Case& theCase);
+
+// Prints a case file: the head, that is, properties and static metadata, once, then its requests. Comments stand ahead
+// of either; no text in them can end a comment.
+void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments);
+void printRequest(std::ostream& out, const Value& request, const std::vector<std::string>& comments);
 
 }  // namespace replay

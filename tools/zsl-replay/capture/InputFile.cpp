@@ -19,54 +19,35 @@ constexpr size_t kBlockSize = 256 * 1024;
 constexpr size_t kLongestLine = 64 * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-struct NoText {
-    std::string_view begin;
-    const char* name;
-    const char* command;  // makes text of it
+// How what is no text begins, and what makes text of it.
+constexpr std::pair<std::string_view, const char*> kNoText[] = {
+    {"\xFF\xFE", "UTF-16; try: iconv -f UTF-16 -t UTF-8"},
+    {"\xFE\xFF", "UTF-16; try: iconv -f UTF-16 -t UTF-8"},
+    {"\x1F\x8B", "gzip; try: zcat"},
+    {"PK\x03\x04", "zip; try: unzip -p"},
 };
-const NoText kNoText[] = {
-    {"\xFF\xFE", "UTF-16", "iconv -f UTF-16 -t UTF-8"},
-    {"\xFE\xFF", "UTF-16", "iconv -f UTF-16 -t UTF-8"},
-    {"\x1F\x8B", "gzip", "zcat"},
-    {"PK\x03\x04", "zip", "unzip -p"},
-};
-
-// A file's name for a shell to read.
-std::string shellWord(const std::string& file) {
-    std::string text;
-    for (const char c : file) text += c == '\'' ? "'\\''" : std::string(1, c);
-    return file.find_first_of(" \t\n'\"\\$`!*?[](){}<>|&;#~") == std::string::npos ? file : '\'' + text + '\'';
-}
 
 }  // namespace
 
+InputFile::InputFile(std::string name, int fd) : mName(std::move(name)), mFd(fd), mBlock(kBlockSize) {}
+
 InputFile::InputFile(const std::string& file)
-    : mFile(file),
-      mName(file == "-" ? "<stdin>" : file),
-      mFd(file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC)),
-      mBlock(kBlockSize) {
-    if (mFd < 0) {
-        throw InputError(printable(mName) + ": expected a readable file, found " + std::strerror(errno));
+    : InputFile(file == "-" ? "<stdin>" : file,
+                file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (mFd < 0) refuse(std::string("a readable file, found ") + std::strerror(errno));
+    while (mEnd < kLongestLine && fill()) {
     }
-    try {
-        while (mEnd < kLongestLine && fill()) {
-        }
-        refuseWhatIsNoText();
-    } catch (const InputError&) {
-        close(mFd);
-        throw;
+    for (const auto& [begin, found] : kNoText) {
+        const bool isSo = unread().substr(0, begin.size()) == begin;
+        if (isSo) refuse(std::string("a case file or a log, found ") + found + " FILE | zsl-replay -");
     }
     if (unread().substr(0, kByteOrderMark.size()) == kByteOrderMark) mBegin += kByteOrderMark.size();
 }
 
 InputFile::~InputFile() { close(mFd); }
 
-void InputFile::refuseWhatIsNoText() const {
-    for (const NoText& each : kNoText) {
-        if (unread().substr(0, each.begin.size()) != each.begin) continue;
-        throw InputError(printable(mName + ": expected a case file or a log, found " + each.name + "; try: " +
-                                   each.command + (mFile == "-" ? "" : ' ' + shellWord(mFile)) + " | zsl-replay -"));
-    }
+void InputFile::refuse(const std::string& expected) const {
+    throw InputError(printable(mName) + ": expected " + expected);
 }
 
 bool InputFile::fill() {
@@ -77,7 +58,7 @@ bool InputFile::fill() {
     do {
         size = read(mFd, mBlock.data() + mEnd, mBlock.size() - mEnd);
     } while (size < 0 && errno == EINTR);
-    if (size < 0) throw InputError(printable(mName) + ": expected a readable file, found " + std::strerror(errno));
+    if (size < 0) refuse(std::string("a readable file, found ") + std::strerror(errno));
     mEnd += static_cast<size_t>(size);
     mBytesRead += static_cast<uint64_t>(size);
     if (mObserver) mObserver(mBytesRead);
@@ -94,9 +75,7 @@ bool InputFile::looksLikeLog() {
         // Bug reports begin with the latter.
         if (parseHeader(line, header) || line.substr(0, 6) == "======") return true;
         if (isOtherLogFormat(line)) {
-            throw InputError(printable(mName) +
-                             ": expected a log in logcat's threadtime format, found another of its " +
-                             "formats; try: adb logcat -v threadtime");
+            refuse("a log in logcat's threadtime format, found another of its formats; try: adb logcat -v threadtime");
         }
         hasSections = hasSections || line.substr(0, 6) == "------";
     }
@@ -104,9 +83,7 @@ bool InputFile::looksLikeLog() {
 }
 
 std::string InputFile::readAll() {
-    if (unread().find('\0') != std::string_view::npos) {
-        throw InputError(printable(mName) + ": expected a case file or a log, found binary data");
-    }
+    if (unread().find('\0') != std::string_view::npos) refuse("a case file or a log, found binary data");
     std::string text;
     do {
         text += unread();

@@ -41,11 +41,11 @@ public:
     uint64_t bytesRead() const { return mBytesRead; }
 
 private:
+    InputFile(std::string name, int fd);
     bool fill();
     std::string_view unread() const { return {mBlock.data() + mBegin, mEnd - mBegin}; }
-    void refuseWhatIsNoText() const;
+    [[noreturn]] void refuse(const std::string& expected) const;
 
-    std::string mFile;
     std::string mName;
     int mFd;
     std::vector<char> mBlock;

@@ -9,7 +9,6 @@ namespace replay {
 
 namespace {
 
-constexpr size_t kLongestHeader = 200;  // of a line in another format
 constexpr char kLevels[] = "VDIWEFS";
 
 bool isOneOf(char c, const char* set) { return c != '\0' && std::strchr(set, c) != nullptr; }
@@ -50,21 +49,14 @@ bool parseHeader(std::string_view line, LogHeader& header) {
     return left.size() > 5 && (left[2] == '-' || left[4] == '-');
 }
 
-// Behind numbers (a date and a time, processes, or none) stands the level, and with it the tag or the process.
+// Behind a date and a time, a moment, or nothing stands the level, and with it the tag, or the process, or a blank.
 bool isOtherLogFormat(std::string_view line) {
     const size_t level = std::min(line.find_first_not_of("[ 0123456789-.:"), line.size());
-    const std::string_view numbers = line.substr(0, level);
-    const std::string_view rest = line.substr(level);
-    if (rest.size() < 3 || !isOneOf(rest[0], kLevels)) return false;
-    const bool endsInColon = rest.substr(0, kLongestHeader).find(": ") != std::string_view::npos;
-    switch (rest[1]) {
-        case '/':  // brief, tag, time; long, whose message stands on the next line
-            return endsInColon || numbers.substr(0, 2) == "[ ";
-        case '(':  // process, thread
-            return rest.find(')') < rest.size() && rest.find(')') == rest.find_first_not_of(" 0123456789:", 2);
-        default:  // epoch, monotonic
-            return rest[1] == ' ' && endsInColon && numbers.find('.') != std::string_view::npos;
-    }
+    const bool hasTime = line.substr(0, level).find('.') != std::string_view::npos;
+    if (level + 2 >= line.size() || !isOneOf(line[level], kLevels)) return false;
+    const char next = line[level + 1];
+    if (next == '/' || next == '(') return hasTime || level == 0;
+    return next == ' ' && hasTime && line.find(": ", level) != std::string_view::npos;
 }
 
 }  // namespace replay

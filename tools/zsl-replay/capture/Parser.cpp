@@ -1,6 +1,5 @@
 // YAML text into a document, in one pass.
 
-#include <yaml-cpp/depthguard.h>
 #include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
@@ -17,108 +16,138 @@ namespace {
 
 // A value takes some hundred bytes: a guard against small files whose aliases and merge keys multiply.
 constexpr size_t kMostValues = 4'000'000;
-constexpr int kDeepest = 200;
-constexpr char kShallow[] = "lists and maps at most 200 deep";
+constexpr size_t kDeepest = 200;
+constexpr size_t kLongestKey = 200;  // bytes: one that is printed, with escapes, can still be read
 
 Place placeOf(const YAML::Mark& mark) { return {std::max(mark.line, 0) + 1, std::max(mark.column, 0) + 1}; }
 
-// Builds nodes as the parser meets them.
+// Adds up how many values memory is taken for; how deep lists and maps stand in each other.
+size_t measure(const Value& value, size_t& values) {
+    size_t depth = 0;
+    const auto add = [&](const Value& part) { depth = std::max(depth, measure(part, values)); };
+    values += 1 + (value.isText() ? value.text().size() / sizeof(Value) : 0);
+    if (value.isList()) std::for_each(value.list().begin(), value.list().end(), add);
+    if (value.isMap()) {
+        for (const auto& [key, part] : value.map()) {
+            add(key);
+            add(part);
+        }
+    }
+    return value.isList() || value.isMap() ? depth + 1 : 0;
+}
+
+// The map of keys and values that follow each other. What "<<" names comes behind the map's own keys, which win.
+Value mapOf(Value::List parts) {
+    Value map = Value::Map();
+    Value merged = Value::Map();
+    std::unordered_set<std::string> keys;
+    for (size_t i = 0; i + 1 < parts.size(); i += 2) {
+        const Value& key = parts[i];
+        if (!key.isText() || key.text().size() > kLongestKey) key.fail("a key of at most 200 bytes");
+        if (!keys.insert(key.text()).second) key.fail("every key once");
+        if (key.text() == "<<") {
+            merged = std::move(parts[i + 1]);
+        } else {
+            std::get<Value::Map>(map.data).emplace_back(std::move(parts[i]), std::move(parts[i + 1]));
+        }
+    }
+    map.merge(merged);
+    return map;
+}
+
+// Builds values as the parser meets them.
 class Builder : public YAML::EventHandler {
 public:
-    NodePtr root;
+    // Null where there is no document.
+    Value document() {
+        if (mOpen.front().parts.empty()) add({}, {1, 1}, 0);
+        Value document = std::move(mOpen.front().parts.front());
+        return document;
+    }
 
     void OnDocumentStart(const YAML::Mark& mark) override {
-        if (root) throw PlacedError(placeOf(mark), "one document", "another");
+        if (!mOpen.front().parts.empty()) throw PlacedError(placeOf(mark), "one document", "another");
     }
     void OnDocumentEnd() override {}
-    void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override { add({placeOf(mark), 0, {}}, anchor); }
+    void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override { add({}, placeOf(mark), anchor); }
     void OnScalar(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor, const std::string& text) override {
-        add({placeOf(mark), 0, text}, anchor);
+        add(text, placeOf(mark), anchor);
     }
     void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
                          YAML::EmitterStyle::value) override {
-        mOpen.push_back({{placeOf(mark), 0, Node::List()}, anchor, nullptr});
+        open(mark, anchor);
     }
     void OnMapStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
                     YAML::EmitterStyle::value) override {
-        mOpen.push_back({{placeOf(mark), 0, Node::Map()}, anchor, nullptr});
+        open(mark, anchor);
     }
-    void OnSequenceEnd() override {
-        Open done = std::move(mOpen.back());
-        mOpen.pop_back();
-        add(std::move(done.node), done.anchor);
-    }
-    void OnMapEnd() override {
-        finish(mOpen.back().node);
-        OnSequenceEnd();
-    }
+    void OnSequenceEnd() override { close(std::move(mOpen.back().parts)); }
+    void OnMapEnd() override { close(mapOf(std::move(mOpen.back().parts))); }
     void OnAlias(const YAML::Mark& mark, YAML::anchor_t anchor) override {
         const auto found = mAnchors.find(anchor);
         if (found == mAnchors.end()) {
             throw PlacedError(placeOf(mark), "an alias of what is complete", "one of what it stands in");
         }
-        put(found->second);
+        add(copyOf(found->second), found->second.place, 0);
     }
 
 private:
+    // A list or map that is not complete.
     struct Open {
-        Node node;
-        YAML::anchor_t anchor;
-        NodePtr key;  // of a map, while its value is to come
+        Place place;
+        YAML::anchor_t anchor = 0;
+        Value::List parts;  // of a map keys and values in turn
     };
 
-    void add(Node node, YAML::anchor_t anchor) {
-        const auto added = std::make_shared<Node>(std::move(node));
-        if (anchor != 0) mAnchors[anchor] = added;
-        put(added);
+    void open(const YAML::Mark& mark, YAML::anchor_t anchor) {
+        mOpen.push_back({placeOf(mark), anchor, {}});
+        limit(placeOf(mark), 0);
     }
 
-    void count(const Place& place, size_t values) {
-        mValues += values;
+    void close(Value value) {
+        const Open done = std::move(mOpen.back());
+        mOpen.pop_back();
+        add(std::move(value), done.place, done.anchor);
+    }
+
+    void add(Value value, const Place& place, YAML::anchor_t anchor) {
+        value.place = place;
+        ++mValues;
+        limit(place, 0);
+        if (anchor != 0) mAnchors[anchor] = copyOf(value);
+        mOpen.back().parts.push_back(std::move(value));
+    }
+
+    Value copyOf(const Value& value) {
+        limit(value.place, measure(value, mValues));
+        return value;
+    }
+
+    // Refuses what memory, or the stack where it is read, would not bear.
+    void limit(const Place& place, size_t depth) const {
         if (mValues > kMostValues)
             throw PlacedError(place, "at most " + std::to_string(kMostValues) + " values", "more");
+        if (mOpen.size() - 1 + depth > kDeepest) throw PlacedError(place, "lists and maps at most 200 deep", "more");
     }
 
-    void put(const NodePtr& node) {
-        count(node->place, 1);
-        if (mOpen.empty()) {
-            root = node;
-            return;
-        }
-        Open& in = mOpen.back();
-        in.node.depth = std::max(in.node.depth, node->depth + 1);
-        if (in.node.depth > kDeepest) throw PlacedError(node->place, kShallow, "more");
-        if (auto* list = std::get_if<Node::List>(&in.node.data)) {
-            list->push_back(node);
-        } else if (in.key != nullptr) {
-            std::get<Node::Map>(in.node.data).emplace_back(std::move(in.key), node);
-        } else if (node->text() != nullptr) {
-            in.key = node;
-        } else {
-            Value(node).fail("a key");
-        }
-    }
-
-    // Puts the map that "<<" names in its place: its keys behind the map's own, which win.
-    void finish(Node& node) {
-        Node::Map& entries = std::get<Node::Map>(node.data);
-        std::unordered_set<std::string_view> keys;
-        for (const auto& [key, value] : entries) {
-            if (!keys.insert(*key->text()).second) Value(key).fail("every key once");
-        }
-        const NodePtr merged = find(node, "<<");
-        if (merged == nullptr) return;
-        if (merged->map() == nullptr) Value(merged).fail("a map to merge");
-        count(node.place, merged->map()->size());
-        entries.erase(
-            std::find_if(entries.begin(), entries.end(), [](const auto& e) { return *e.first->text() == "<<"; }));
-        merge(node, *merged);
-    }
-
-    std::vector<Open> mOpen;
-    std::map<YAML::anchor_t, NodePtr> mAnchors;
+    std::vector<Open> mOpen{1};  // the first is the list of documents
+    std::map<YAML::anchor_t, Value> mAnchors;
     size_t mValues = 0;
 };
+
+// Every request gets a copy of what the requests share.
+void spreadDefaults(Value& root) {
+    if (root.find("defaults") == nullptr || root.find("requests") == nullptr) return;
+    const Value defaults = std::exchange(root["defaults"], Value(Value::Map()));
+    Value& requests = root["requests"];
+    if (!requests.isList()) return;
+    size_t values = 0;
+    measure(defaults, values);
+    if (requests.list().size() * values > kMostValues) defaults.fail("less for so many requests", "more");
+    for (Value& request : std::get<Value::List>(requests.data)) {
+        if (request.isMap()) request.merge(defaults);
+    }
+}
 
 // Ends a recorded file behind the last request that is whole. What is cut off is a crash's, and no error: it is told.
 std::string cutRecorded(std::string& text) {
@@ -133,26 +162,30 @@ std::string cutRecorded(std::string& text) {
            " on a request that is cut off: it is left out";
 }
 
-InputError inFile(const std::string& file, const PlacedError& error) {
-    return InputError(printable(file) + ':' + std::to_string(error.place.line) + ':' +
-                      std::to_string(error.place.column) + ": " + error.what());
+// Says in which file it is that `read` finds wrong.
+template <typename Read>
+auto inFile(const std::string& file, Read read) {
+    try {
+        return read();
+    } catch (const PlacedError& error) {
+        throw InputError(printable(file) + ':' + std::to_string(error.place.line) + ':' +
+                         std::to_string(error.place.column) + ": " + error.what());
+    }
 }
 
 }  // namespace
 
-NodePtr parseYaml(const std::string& text) {
+Value parseYaml(const std::string& text) {
     std::istringstream stream(text);
     Builder builder;
     try {
         YAML::Parser parser(stream);
-        parser.HandleNextDocument(builder);
-        if (builder.root != nullptr) parser.HandleNextDocument(builder);  // which says so where there is a second
-    } catch (const YAML::DeepRecursion& error) {
-        throw PlacedError(placeOf(error.mark), kShallow, "more");
+        while (parser.HandleNextDocument(builder)) {
+        }
     } catch (const YAML::ParserException& error) {
         throw PlacedError(placeOf(error.mark), "YAML", printable(error.msg));
     }
-    return builder.root != nullptr ? builder.root : std::make_shared<Node>(Node{{1, 1}, 0, {}});
+    return builder.document();
 }
 
 Document parseDocument(const std::string& file, std::string text) {
@@ -160,20 +193,19 @@ Document parseDocument(const std::string& file, std::string text) {
         throw InputError(printable(file) + ": expected a case file of at most 16 MiB, or a log, found more");
     }
     const bool isRecorded = text.compare(0, 12, "recorded: 1\n") == 0;
-    const std::string cutOff = isRecorded ? cutRecorded(text) : "";
-    try {
-        return {file, parseYaml(text), cutOff};
-    } catch (const PlacedError& error) {
-        throw inFile(file, error);
-    }
+    Document document = {file, {}, isRecorded ? cutRecorded(text) : ""};
+    inFile(file, [&] {
+        document.root = parseYaml(text);
+        spreadDefaults(document.root);
+    });
+    return document;
 }
 
 Case readCase(const Document& document) {
-    try {
-        return readNodes(document);
-    } catch (const PlacedError& error) {
-        throw inFile(document.file, error);
-    }
+    Case result = inFile(document.file, [&document] { return readValue(document.root); });
+    result.file = document.file;
+    result.cutOff = document.cutOff;
+    return result;
 }
 
 }  // namespace replay

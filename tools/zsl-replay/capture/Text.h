@@ -5,12 +5,18 @@
 #include <charconv>
 #include <cstdint>
 #include <limits>
+#include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include "capture/Case.h"
+#include <vector>
 
 namespace replay {
+
+// Something in the input that can't be run; what() is ready to print.
+class InputError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 // Parses a whole decimal or hexadecimal number; false when it is none or out of T's range.
 template <typename T>
@@ -35,7 +41,7 @@ bool parseNumber(std::string_view text, T& value) {
 std::string printable(std::string_view text);
 
 // "1 2 3", or "none".
-std::string join(const FrameList& frames);
+std::string join(const std::vector<uint32_t>& frames);
 
 // The difference of two moments in milliseconds with three decimals and its sign, such as "+60.000 ms".
 std::string milliseconds(int64_t ns, int64_t fromNs);

@@ -3,9 +3,10 @@
 #pragma once
 
 #include <limits>
-#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -28,84 +29,77 @@ public:
     Place place;
 };
 
-struct Node;
-using NodePtr = std::shared_ptr<const Node>;
-
-// Immutable. What an alias names is shared.
-struct Node {
-    using List = std::vector<NodePtr>;
-    using Map = std::vector<std::pair<NodePtr, NodePtr>>;  // keys are text and stand once; in the order of the file
+// Null, text, a list or a map. Everything that reads throws PlacedError.
+struct Value {
+    using List = std::vector<Value>;
+    using Map = std::vector<std::pair<Value, Value>>;  // keys are text and stand once; in the order of the file
+    using Words = std::vector<std::string>;
 
     Place place;
-    int depth = 0;                                              // of lists and maps within each other
-    std::variant<std::monostate, std::string, List, Map> data;  // the first: null
+    std::variant<std::monostate, std::string, List, Map> data;
 
-    const std::string* text() const { return std::get_if<std::string>(&data); }
-    const List* list() const { return std::get_if<List>(&data); }
-    const Map* map() const { return std::get_if<Map>(&data); }
-};
+    Value() = default;
+    Value(std::string text) : data(std::move(text)) {}
+    Value(const char* text) : data(std::string(text)) {}
+    Value(bool answer) : Value(answer ? "true" : "false") {}
+    Value(List list) : data(std::move(list)) {}
+    Value(Map map) : data(std::move(map)) {}
+    template <typename T, typename = std::enable_if_t<std::is_integral_v<T>>>
+    Value(T number) : data(std::to_string(number)) {}
+    template <typename T>
+    Value(const std::vector<T>& elements) : data(List(elements.begin(), elements.end())) {}
 
-// The value of a key, null where there is none.
-NodePtr find(const Node& map, std::string_view key);
+    bool isNull() const { return std::holds_alternative<std::monostate>(data); }
+    bool isText() const { return std::holds_alternative<std::string>(data); }
+    bool isList() const { return std::holds_alternative<List>(data); }
+    bool isMap() const { return std::holds_alternative<Map>(data); }
 
-// Puts the entries of another map whose keys this one lacks behind its own. Does nothing to what is no map.
-void merge(Node& map, const Node& others);
-
-// Reads a node, or one that a map lacks. As short-lived as a reference.
-class Value {
-public:
-    explicit Value(const Node& node) : mNode(&node), mPlace(node.place) {}
-    explicit Value(const NodePtr& node) : Value(*node) {}
-
-    // Throws PlacedError.
     [[noreturn]] void fail(const std::string& expected) const;
     [[noreturn]] void fail(const std::string& expected, const std::string& found) const;
 
-    const Node& node() const { return *mNode; }
-    explicit operator bool() const { return mNode != nullptr; }
-    bool isNull() const { return mNode != nullptr && mNode->data.index() == 0; }
-    bool isText() const { return mNode != nullptr && mNode->text() != nullptr; }
-    bool isList() const { return mNode != nullptr && mNode->list() != nullptr; }
-    bool isMap() const { return mNode != nullptr && mNode->map() != nullptr; }
+    // The value of a key; null where there is none, as in what is no map.
+    const Value* find(std::string_view key) const;
+    const Value& at(const char* key) const;
 
-    // Requires a map whose keys are among these; without keys, any map.
-    using Words = std::vector<std::string>;
-    const Value& asMap(const Words& keys = {}) const;
-    Value operator[](const char* key) const;
+    // The value of a map's key, put there as null where there is none.
+    Value& operator[](std::string_view key);
 
-    // Calls visit(key, value).
-    template <typename Visit>
-    void forEach(Visit visit) const {
-        for (const auto& [key, value] : *mNode->map()) visit(Value(key), Value(value));
-    }
+    // Puts the entries of another map whose keys this map lacks behind its own.
+    void merge(const Value& others);
 
-    std::vector<Value> elements(const char* expected) const;
-    const std::string& text(const char* expected) const;
+    const Map& map() const;
+    const Map& map(const Words& keys) const;  // with no keys but these
+    const List& list(const char* expected = "a list") const;
+    const std::string& text(const char* expected = "text") const;
     size_t oneOf(const Words& words, const char* expected) const;  // which; expected "one of the keys", before them
     bool boolean() const;
-    double real() const;
 
     template <typename T>
     T number(T least = std::numeric_limits<T>::min(), T most = std::numeric_limits<T>::max()) const {
         T value = 0;
-        if (!isText() || !parseNumber(*mNode->text(), value) || value < least || value > most) {
+        if (!isText() || !parseNumber(std::get<std::string>(data), value) || value < least || value > most) {
             fail("a whole number from " + std::to_string(least) + " to " + std::to_string(most));
         }
         return value;
     }
 
-private:
-    Value(const Place& map, const char* key) : mNode(nullptr), mPlace(map), mMissing(key) {}
-
-    const Node* mNode;
-    Place mPlace;                    // of the map where a key is missing
-    const char* mMissing = nullptr;  // the key
+    // Sets `out`, a number, a flag or text, where the key is given.
+    template <typename T>
+    void read(const char* key, T& out) const {
+        const Value* const found = find(key);
+        if (found == nullptr) return;
+        if constexpr (std::is_same_v<T, bool>) {
+            out = found->boolean();
+        } else if constexpr (std::is_same_v<T, std::string>) {
+            out = found->text();
+        } else {
+            out = found->number<T>();
+        }
+    }
+    template <typename T>
+    void read(const char* key, std::optional<T>& out) const {
+        if (find(key) != nullptr) read(key, out.emplace());
+    }
 };
-
-// Sets `value` where the key is given.
-template <typename T>
-void readNumber(const Value& in, T& value) {
-    if (in) value = in.number<T>();
-}
 
 }  // namespace replay

@@ -17,19 +17,19 @@ std::vector<std::string> repeatableMessages(const Run& run) {
     return messages;
 }
 
-Expectation expectationOf(const Finding& finding) {
-    Expectation expect;
+Value expectationOf(const Finding& finding) {
     if (finding.request.call) {
-        expect.result = finding.run.result;
-        expect.selectionOfAll = finding.run.selectList;
-        return expect;
+        return Value::Map{{"result", finding.run.result}, {"selection", finding.run.selectList}};
     }
+    Value expect = Value::Map();
     const halcore::RequestOutcome& outcome = finding.run.outcome;
-    if (!finding.log || finding.log->showsGate) expect.gate = outcome.needed;
+    if (!finding.log || finding.log->showsGate) expect["gate"] = outcome.needed;
     if (finding.log && !finding.log->settled()) {
-        expect.logHas = repeatableMessages(finding.run);
+        expect["logHas"] = repeatableMessages(finding.run);
     } else if (outcome.selected) {
-        expect.selection.emplace(outcome.selection.begin(), outcome.selection.end());
+        Value::Map selection;
+        for (const auto& [queue, frames] : outcome.selection) selection.emplace_back(queue, frames);
+        expect["selection"] = std::move(selection);
     }
     return expect;
 }
@@ -71,8 +71,8 @@ void SavedCase::add(const Finding& finding, const Case& platform) {
     mComments.clear();
     mPlatform.emplace(platform);
     mPlatform->requests.clear();
-    Request request = finding.request;
-    request.expect = expectationOf(finding);
+    Value request = valueOf(finding.request);
+    request["expect"] = expectationOf(finding);
     printRequest(mOut.stream(), request, comments);
 }
 
