@@ -49,6 +49,7 @@ Value& Value::operator[](std::string_view key) {
 }
 
 void Value::merge(const Value& others) {
+    if (others.map().empty()) return;
     Map& entries = std::get<Map>(data);
     std::unordered_set<std::string> keys;
     for (const auto& entry : entries) keys.insert(keyOf(entry));
