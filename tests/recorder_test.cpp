@@ -192,8 +192,7 @@ TEST_F(Recorder, ARecordReplays) {
     const std::string text = textOf(files()[0]);
     EXPECT_EQ(text.rfind("recorded: 1\n", 0), 0U);
     EXPECT_NE(text.find("name: \"me\\x1B[1mta\\x22\""), std::string::npos) << text.substr(0, 1000);
-    EXPECT_NE(text.find("a null queue handle is left out"), std::string::npos);
-    EXPECT_EQ(text.find("two answers"), std::string::npos);
+    EXPECT_EQ(count(text, "something is left out"), 2U);  // the null handle
     EXPECT_EQ(replay(files()[0]), 0);
 }
 
@@ -212,7 +211,7 @@ TEST_F(Recorder, AFileOfAThousandRequestsIsFollowedByOneThatKnowsTheState) {
     ASSERT_EQ(files().size(), 2U);
     EXPECT_EQ(count(textOf(files()[0]), "# end\n"), 1000U);
     EXPECT_EQ(count(textOf(files()[1]), "# end\n"), 6U);
-    EXPECT_EQ(count(textOf(files()[1]), "gate: true\n    selection:\n      1: ["), 5U);
+    EXPECT_EQ(count(textOf(files()[1]), "gate: true\n    selection: {1: ["), 5U);
     for (const auto& file : files()) EXPECT_EQ(replay(file), 0) << file;
 }
 
