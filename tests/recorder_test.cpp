@@ -85,7 +85,7 @@ std::string textOf(const fs::path& file) {
 int replay(const fs::path& file) {
     const pid_t child = fork();
     if (child == 0) {
-        if (freopen("/dev/null", "w", stdout) != nullptr) execl(ZSL_REPLAY, ZSL_REPLAY, file.c_str(), nullptr);
+        if (freopen("/dev/null", "w", stdout) != nullptr) execlp(ZSL_REPLAY, ZSL_REPLAY, file.c_str(), nullptr);
         _exit(127);
     }
     int status = -1;
