@@ -27,7 +27,8 @@ struct CaseFile {
     // process wrote them, the oldest goes.
     explicit CaseFile(Recorder& recorder);
 
-    void append(const std::string& request);  // a failure may leave some of it, for a replay to leave out
+    // A failure may leave some of it, for a replay to leave out; of the first request it leaves no file.
+    void append(const std::string& request);
     bool isFull() const { return requests >= 1000 || bytes >= 4U << 20; }
 
     std::string path;
