@@ -280,6 +280,7 @@ public:
     ~Session() {  // a recorder writes its last request then
         const Crossing crossing;
         mSelectors.clear();
+        gPayload.reset();
     }
 
 private:
@@ -537,14 +538,14 @@ static bool writeFails() {
     errno = ENOSPC;
     return true;
 }
-extern "C" {
-int hostile_open(const char* /*path*/, int /*flags*/, ...) { return writeFails() ? -1 : 1'000'000; }
-ssize_t hostile_write(int /*file*/, const void* /*text*/, size_t size) {
-    return writeFails() ? -1 : static_cast<ssize_t>(size - size / 2);
+FILE* hostile_fopen(const char* /*path*/, const char* /*mode*/) {
+    return writeFails() ? nullptr : reinterpret_cast<FILE*>(&gMade);
 }
-int hostile_close(int /*file*/) { return 0; }
-int hostile_unlink(const char* /*path*/) { return 0; }
+size_t hostile_fwrite(const void* /*text*/, size_t /*size*/, size_t count, FILE* /*file*/) {
+    return writeFails() ? 0 : count;
 }
+int hostile_fflush(FILE* /*file*/) { return writeFails() ? EOF : 0; }
+int hostile_fclose(FILE* /*file*/) { return 0; }
 
 int8_t property_get_bool(const char* /*key*/, int8_t /*default_value*/) { return 0; }
 nsecs_t systemTime(int /*clock*/) { return gNow->number(); }

@@ -1,14 +1,37 @@
 #include "recorder/RecordedQueue.h"
 
 #include <algorithm>
-#include <new>
+#include <set>
 
 namespace recorder {
 
 namespace {
 
-class RecordedQueue final : public zohal::ZSLFrameQueue {
-public:
+// Must not be noticed, not even where memory is short.
+template <typename Key, typename Answer>
+void note(QueueNotes& notes, std::map<Key, Answer>& answers, Key question, const Answer& answer) noexcept try {
+    Answer& noted = answers.try_emplace(question, answer).first->second;
+    notes.isSure &= noted == answer;
+    noted = answer;
+} catch (...) {
+    notes.isSure = false;
+}
+
+const zohal::ZSLFrameEntry* askFrame(QueueNotes& notes, uint32_t zslFrame) {
+    const zohal::ZSLFrameEntry* const entry = notes.queue->getFrame(zslFrame);
+    std::optional<std::pair<int64_t, uint32_t>> values;
+    if (entry != nullptr) values.emplace(entry->metaInfo.shutterTime, entry->perframeSensorMode);
+    note(notes, notes.frames, zslFrame, values);
+    return entry;
+}
+
+FrameList askList(QueueNotes& notes, int32_t kind) {
+    FrameList list = notes.queue->getFrameList(kind);
+    note(notes, notes.lists, kind, list);
+    return list;
+}
+
+struct RecordedQueue final : public zohal::ZSLFrameQueue {
     RecordedQueue(std::shared_ptr<ZSLFrameQueue> queue, std::shared_ptr<QueueNotes> notes)
         : mQueue(std::move(queue)), mNotes(std::move(notes)) {}
 
@@ -16,31 +39,8 @@ public:
     void reservedForHalCore() override { mQueue->reservedForHalCore(); }
     std::string getName() const override { return mQueue->getName(); }
     uint32_t getQueueId() const override { return mQueue->getQueueId(); }
-
-    const zohal::ZSLFrameEntry* getFrame(uint32_t zslFrame) const override {
-        const zohal::ZSLFrameEntry* const entry = mQueue->getFrame(zslFrame);
-        decltype(mNotes->frames)::mapped_type values;
-        if (entry != nullptr) values.emplace(entry->metaInfo.shutterTime, entry->perframeSensorMode);
-        note(mNotes->frames, zslFrame, values);
-        return entry;
-    }
-    FrameList getFrameList(int32_t kind) const override {
-        FrameList list = mQueue->getFrameList(kind);
-        note(mNotes->lists, kind, list);
-        return list;
-    }
-
-private:
-    // Must not be noticed, not even where memory is short.
-    template <typename Question, typename Answer>
-    void note(std::map<Question, Answer>& answers, Question question, const Answer& answer) const noexcept try {
-        const auto [noted, isNew] = answers.try_emplace(question, answer);
-        if (isNew || noted->second == answer) return;
-        mNotes->changed = true;
-        noted->second = answer;
-    } catch (...) {
-        mNotes->failed = true;
-    }
+    const zohal::ZSLFrameEntry* getFrame(uint32_t zslFrame) const override { return askFrame(*mNotes, zslFrame); }
+    FrameList getFrameList(int32_t kind) const override { return askList(*mNotes, kind); }
 
     const std::shared_ptr<ZSLFrameQueue> mQueue;
     const std::shared_ptr<QueueNotes> mNotes;
@@ -52,69 +52,45 @@ Queues recordedQueues(const Queues& queues, Notes& notes) {
     Queues recorded(queues.size());
     notes.resize(queues.size());
     for (size_t i = 0; i < queues.size(); ++i) {
-        if (!queues[i]) continue;
         const size_t first = std::find(queues.begin(), queues.end(), queues[i]) - queues.begin();
-        if (!notes[first]) notes[first] = std::make_shared<QueueNotes>();
+        if (notes[first] && notes[first]->queue != queues[i].get()) notes[first] = nullptr;
+        if (queues[i] && !notes[first]) notes[first] = std::make_shared<QueueNotes>(QueueNotes{queues[i].get()});
         notes[i] = notes[first];
-        notes[i]->queue = queues[i].get();
-        recorded[i] = first < i ? recorded[first] : std::make_shared<RecordedQueue>(queues[i], notes[i]);
+        if (first < i) recorded[i] = recorded[first];
+        if (queues[i] && !recorded[i]) recorded[i] = std::make_shared<RecordedQueue>(queues[i], notes[i]);
     }
     return recorded;
 }
 
-void askForRest(const Queues& recorded, const Notes& notes) {
-    FrameList listed;  // by any queue, since selectors compare queues
-    for (size_t i = 0; i < recorded.size(); ++i) {
-        if (!recorded[i]) continue;
-        for (int32_t kind = zohal::kConsumerList; kind <= zohal::kAllFrames; ++kind) {
-            if (notes[i]->lists.count(kind) == 0) recorded[i]->getFrameList(kind);
+void askForRest(const Notes& notes) {
+    std::set<uint32_t> listed;  // by any queue, since selectors compare queues
+    for (const auto& each : notes) {
+        for (int32_t kind = zohal::kConsumerList; each && kind <= zohal::kAllFrames; ++kind) {
+            if (each->lists.count(kind) == 0) askList(*each, kind);
+            listed.insert(each->lists.at(kind).begin(), each->lists.at(kind).end());
         }
-        for (const auto& [kind, list] : notes[i]->lists) listed.insert(listed.end(), list.begin(), list.end());
     }
-    std::sort(listed.begin(), listed.end());
-    listed.erase(std::unique(listed.begin(), listed.end()), listed.end());
-    for (size_t i = 0; i < recorded.size(); ++i) {
-        if (!recorded[i]) continue;
+    for (const auto& each : notes) {
+        if (!each) continue;
         for (const uint32_t zslFrame : listed) {
-            if (notes[i]->frames.count(zslFrame) == 0) recorded[i]->getFrame(zslFrame);
+            if (each->frames.count(zslFrame) == 0) askFrame(*each, zslFrame);
         }
-        if (notes[i]->failed) throw std::bad_alloc();
-        if (!notes[i]->identity.empty()) continue;
-        notes[i]->type = recorded[i]->getQueueType();
-        put(notes[i]->identity, "id: ", recorded[i]->getQueueId(), ", type: ", notes[i]->type,
-            ", name: ", quoted(recorded[i]->getName()));
+        each->identity = "id: " + to_string(each->queue->getQueueId()) +
+                         ", type: " + to_string(each->queue->getQueueType()) +
+                         ", name: " + quoted(each->queue->getName());
     }
 }
 
-// A queue as a case has it.
-void append(std::string& text, const QueueNotes& notes) {
-    put(text, "    {", notes.identity, ", consumer: ", notes.lists.at(zohal::kConsumerList),
-        ",\n     producer: ", notes.lists.at(zohal::kProducerList), ", all: ", notes.lists.at(zohal::kAllFrames),
-        ",\n     frames: {");
-    const char* separator = "";
+std::string textOf(const QueueNotes& notes) {
+    std::string text = "    {" + notes.identity + ", consumer: " + to_string(notes.lists.at(zohal::kConsumerList)) +
+                       ",\n     producer: " + to_string(notes.lists.at(zohal::kProducerList)) +
+                       ", all: " + to_string(notes.lists.at(zohal::kAllFrames)) + ",\n     frames: {";
     for (const auto& [zslFrame, entry] : notes.frames) {
         if (!entry) continue;
-        put(text, std::exchange(separator, ", "), zslFrame, ": ");
-        // Only the value that entries of such a queue are known to have.
-        if (notes.type == zohal::kFrameInfoQueue) {
-            put(text, "{mode: ", entry->second, "}");
-        } else {
-            append(text, notes.type == zohal::kMetaQueue ? entry->first : 0);
-        }
+        text.append(to_string(zslFrame)).append(": {shutter: ").append(to_string(entry->first));
+        text.append(", mode: ").append(to_string(entry->second)).append("}, ");
     }
-    text += "}},\n";
-}
-
-void append(std::string& text, const Notes& queues) {
-    text += "  queues: [\n";
-    for (const auto& queue : queues) {
-        if (queue) append(text, *queue);
-    }
-    text += "    ]\n";
-    for (const auto& queue : queues) {
-        if (!queue) text += "  # a null queue handle is left out\n";
-        if (queue && queue->changed) text += "  # one question had two answers: this may not replay exactly\n";
-    }
+    return text + "}},\n";
 }
 
 }  // namespace recorder

@@ -6,23 +6,16 @@
 
 #include <stdexcept>
 
-namespace recorder {
+#include "recorder/CaseFile.h"
 
-namespace {
+namespace recorder {
 
 constexpr char kLogTag[] = "ZSLRecorder";
 
-std::string property(const char* name) {
+static std::string property(const char* name) {
     char value[PROPERTY_VALUE_MAX];
     property_get(name, value, "");
     return value;
-}
-
-}  // namespace
-
-std::shared_ptr<void> openLibrary(const char* file, int flags) {
-    void* const library = dlopen(file, flags);
-    return library == nullptr ? nullptr : std::shared_ptr<void>(library, [](void* opened) { dlclose(opened); });
 }
 
 void Recorder::stop(const char* reason) noexcept {
@@ -36,14 +29,15 @@ std::shared_ptr<Recorder> openRecorder(Entry* entry) noexcept try {
         file = own.dli_fname;
         file = file.substr(0, file.rfind('/') + 1) + "com.nexaro.zsl.motion.so";
     }
-    const std::shared_ptr<void> library = openLibrary(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    Library library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL), &dlclose);
     if (!library) throw std::runtime_error(dlerror());
     auto* const create = reinterpret_cast<Entry*>(dlsym(library.get(), "createZSLSelector"));
     // In its own place it would ask itself for ever.
     if (create == nullptr || create == entry) throw std::runtime_error(file + " lacks the entry, or is the recorder");
     const std::string folder = property("vendor.zohal.selector.motion.record.dir");
-    const std::string motionSwitch = property("vendor.zohal.selector.motion.zsl.disable");
-    return std::shared_ptr<Recorder>(new Recorder{library, create, folder, motionSwitch, {!folder.empty()}});
+    std::string off = property("vendor.zohal.selector.motion.zsl.disable");
+    off = "vendor.zohal.selector.motion.zsl.disable: " + (off.empty() ? "null" : quoted(off));
+    return std::shared_ptr<Recorder>(new Recorder{std::move(library), create, folder, off, {!folder.empty()}});
 } catch (const std::exception& error) {
     __android_log_print(ANDROID_LOG_ERROR, kLogTag, "no selector plug-in to stand before: %s", error.what());
     return nullptr;

@@ -6,9 +6,6 @@
 
 #include <atomic>
 #include <exception>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "api/ZSLSelectorBase.h"
 
@@ -16,6 +13,7 @@ namespace recorder {
 
 using Selectors = std::vector<std::shared_ptr<zohal::ZSLSelectorBase>>;
 using Entry = void(Selectors&);
+using Library = std::unique_ptr<void, int (*)(void*)>;  // open for as long as it is kept
 
 // What the process has one of. Every selector shares it, since the core may release selectors after the static object
 // that opened the real plug-in is gone.
@@ -32,16 +30,13 @@ struct Recorder {
     }
     void stop(const char* reason) noexcept;
 
-    const std::shared_ptr<void> library;  // the real plug-in
-    Entry* const create;                  // its entry
+    const Library library;  // the real plug-in
+    Entry* const create;    // its entry
     const std::string folder;
-    const std::string motionSwitch;  // the property that the real plug-in reads, as it stood at load
+    const std::string properties;  // what the real plug-in reads of them, as a case has it
     std::atomic<bool> on;
     std::atomic<uint32_t> files{0};  // made so far
 };
-
-// Opens a library. What is open stays so for as long as the handle is kept.
-std::shared_ptr<void> openLibrary(const char* file, int flags);
 
 // Reads the properties and opens the real plug-in, which reads its own at the same time. It lies beside the library
 // that `entry` is of, or where a property says. Null, with a line in the log, when it can't be had.

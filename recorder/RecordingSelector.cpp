@@ -1,8 +1,6 @@
 #include <dlfcn.h>
 #include <utils/Timers.h>
 
-#include <algorithm>
-
 #include "adapter/CameraAdapter.h"
 #include "external/odm/policy/zsl/mtk/ZSLSelectorExt.h"
 #include "metadatautils/StaticMetadataWraper.h"
@@ -14,51 +12,47 @@ namespace {
 
 using zohal::ZSLFrameCheckInfo;
 using zohal::ZSLFrameSelectInfo;
+using zohal::ZSLSelectorResult;
 
-constexpr uint32_t kRequestsPerFile = 1000;
-constexpr size_t kBytesPerFile = 4U << 20;
-
-// As a case has it.
+// The latest request of a selector.
 struct Request {
-    uint32_t frame = 0;
-    uint32_t master = 0;
+    uint32_t frame;
+    uint32_t master;
     std::string asked;  // these two, and what else gate and selection are handed
-    int64_t clockNs = 0;
-    std::string adapter;
-    Notes queues;  // in the core's order
-    bool queuesAsked = false;
-    std::optional<bool> gate;
-    std::optional<zohal::SelectionResult> selection;
-    FrameList checked;
-    std::string check;                                 // what its checks have in common
-    std::map<uint32_t, std::pair<bool, bool>> checks;  // results by frame
-    std::string comments;                              // why a replay may differ
+    int64_t clockNs;
+    Notes queues;         // in the core's order
+    std::string adapter;  // empty when the gate was not asked
+    bool gate;
+    std::optional<std::string> selection{};
+    std::string check{};  // what its checks are handed
+    FrameList checked{};
+    std::map<uint32_t, std::string> checks{};  // results by frame
+    bool isExact = true;                       // every question had one answer, and nothing is left out
 };
+
+const char* textOf(bool flag) { return flag ? "true" : "false"; }
 
 std::string askedOf(const ZSLFrameSelectInfo& info) {
     const ZoMetadata* const metadata = info.requestMetas.empty() ? nullptr : info.requestMetas.front().get();
-    std::string text;
-    put(text, "frame: ", info.fwkFrame, "\n  used: ", info.usedZslFrames, "\n  master: ", info.reqtMasterId,
-        "\n  need: ", info.requestMetas.size(), "\n  metadata: ",
-        tagsOf(metadata, {"android.control.enableZsl", "nexaro.ai.zosd.motionCaptureEnabledIcon", "nexaro.hdr.enabled",
-                          "nexaro.hdr.sr.enabled", "nexaro.mfnr.anchorTimeStamp", "nexaro.ai.zosd.motionCaptureType",
-                          "nexaro.camera.zoseamlesspolicy.result"}));
-    return text;
+    return "frame: " + to_string(info.fwkFrame) + "\n  used: " + to_string(info.usedZslFrames) +
+           "\n  master: " + to_string(info.reqtMasterId) + "\n  need: " + to_string(info.requestMetas.size()) +
+           "\n  metadata: " +
+           tagsOf(metadata, {"android.control.enableZsl", "nexaro.ai.zosd.motionCaptureEnabledIcon",
+                             "nexaro.hdr.enabled", "nexaro.hdr.sr.enabled", "nexaro.mfnr.anchorTimeStamp",
+                             "nexaro.ai.zosd.motionCaptureType", "nexaro.camera.zoseamlesspolicy.result"});
 }
 
-std::string checkOf(const ZSLFrameCheckInfo& info) {
-    std::string text;
-    put(text, "\n    camera: ", info.logicalId, "\n    role: ", info.masterRoleId, "\n    frames: ", info.AiHLFrameNum,
-        "\n    metadata: ",
-        tagsOf(info.requestMeta.get(),
-               {"com.nexaro.camera.sensorpolicy.mcxFrameresult", "com.nexaro.ext.control.policy.sensorMode"}));
-    return text;
+std::string askedOf(const ZSLFrameCheckInfo& info) {
+    return "\n    camera: " + to_string(info.logicalId) + "\n    role: " + to_string(info.masterRoleId) +
+           "\n    frames: " + to_string(info.AiHLFrameNum) + "\n    metadata: " +
+           tagsOf(info.requestMeta.get(),
+                  {"com.nexaro.camera.sensorpolicy.mcxFrameresult", "com.nexaro.ext.control.policy.sensorMode"});
 }
 
 // What the platform adapter says, in the words of a case: its word, "empty" without a holder, "unavailable" without an
 // adapter, "absent" where its library isn't open. Never opens that, and never calls Init().
-std::string adapterAnswer() try {
-    const auto library = openLibrary("/vendor/lib64/libzocamera_adapter.so", RTLD_NOW | RTLD_NOLOAD);
+std::string adapterAnswer() {
+    const Library library(dlopen("/vendor/lib64/libzocamera_adapter.so", RTLD_NOW | RTLD_NOLOAD), &dlclose);
     if (!library) return "absent";
     auto* const getInstance = reinterpret_cast<GetCameraAdapter*>(dlsym(library.get(), "GetInstance"));
     CameraAdapter* const instance = getInstance != nullptr ? getInstance() : nullptr;
@@ -68,27 +62,28 @@ std::string adapterAnswer() try {
     uint32_t word = 0;
     holder->GetMotionInfo(&word);
     return std::to_string(word);
-} catch (...) {
-    return "empty  # it threw when it was asked again";
 }
 
-void append(std::string& text, const Request& request) {
-    const auto textOf = [](bool flag) { return flag ? "true" : "false"; };
-    put(text, "- ", request.asked, "\n  clock: ", request.clockNs, "\n");
-    if (!request.adapter.empty()) put(text, "  adapter: ", request.adapter, "\n");
+std::string textOf(const Request& request) {
+    std::string text = "- " + request.asked + "\n  clock: " + to_string(request.clockNs) + "\n";
+    if (!request.adapter.empty()) text += "  adapter: " + request.adapter + "\n";
     // By default the gate's answer decides.
     if (request.gate != request.selection.has_value())
-        put(text, "  select: ", request.selection ? "always" : "never", "\n");
-    if (request.queuesAsked) append(text, request.queues);
-    put(text, "  check:\n    of: ", request.checked, request.check, "\n  expect:\n");
-    if (request.gate) put(text, "    gate: ", textOf(*request.gate), "\n");
-    if (request.selection) put(text, "    selection:", request.selection->empty() ? " {}\n" : "\n");
-    if (request.selection)
-        for (const auto& [queue, frames] : *request.selection) put(text, "      ", queue, ": ", frames, "\n");
-    if (!request.checks.empty()) text += "    checks:\n";
-    for (const auto& [frame, flags] : request.checks)
-        put(text, "      ", frame, ": [", textOf(flags.first), ", ", textOf(flags.second), "]\n");
-    put(text, request.comments, "# end\n");
+        text += request.selection ? "  select: always\n" : "  select: never\n";
+    bool isExact = request.isExact;
+    text += "  queues: [\n";
+    for (const auto& queue : request.queues) {
+        if (queue && !queue->identity.empty()) text += textOf(*queue);
+        isExact &= queue && queue->isSure;
+    }
+    text += "    ]\n  check:\n    of: " + to_string(request.checked) + request.check + "\n  expect:\n";
+    if (!request.adapter.empty()) text += std::string("    gate: ") + textOf(request.gate) + "\n";
+    if (request.selection) text += "    selection: {" + *request.selection + "}\n";
+    text += "    checks: {";
+    for (const auto& [frame, result] : request.checks) text += to_string(frame) + ": " + result + ", ";
+    text += "}\n";
+    if (!isExact) text += "  # it may not replay exactly: one question had two answers, or something is left out\n";
+    return text + "# end\n";
 }
 
 // The selector that the core gets while requests are recorded. It passes every virtual operation on to the real
@@ -108,62 +103,52 @@ public:
     }
 
     bool isSelectorNeeded(const ZSLFrameSelectInfo& info) override {
-        return pass(&ZSLSelectorBase::isSelectorNeeded, info, false, [&](bool needed, const Queues& queues) {
-            begin(info);
-            mRequest->gate = needed;
-            mRequest->adapter = adapterAnswer();
+        return pass(&ZSLSelectorBase::isSelectorNeeded, info, false, [&](bool needed) {
+            begin(info, adapterAnswer(), needed);
             if (mRequest->adapter[0] <= '9') mMotionWord = mRequest->adapter;
-            if (!needed) askRest(queues);  // else when the selection has read them
+            if (!needed) askForRest(mNotes);  // else when the selection has read them
         });
     }
 
     zohal::SelectionResult selectZSLFrames(const ZSLFrameSelectInfo& info) override {
-        const auto note = [&](const zohal::SelectionResult& selection, const Queues& queues) {
-            if (!mRequest || !mRequest->gate || mRequest->selection || mRequest->asked != askedOf(info)) {
-                begin(info);
-                mRequest->comments = "  # the gate was not asked, but is in a replay\n";
-            }
-            mRequest->selection = selection;
-            askRest(queues);
-        };
-        return pass(&ZSLSelectorBase::selectZSLFrames, info, false, note);
+        const bool goesOn = mRequest && mRequest->frame == info.fwkFrame && !mRequest->selection;
+        return pass(&ZSLSelectorBase::selectZSLFrames, info, goesOn, [&](const zohal::SelectionResult& selection) {
+            if (!goesOn) begin(info);
+            mRequest->isExact &= !mRequest->adapter.empty() && mRequest->asked == askedOf(info);
+            mRequest->clockNs = mClockNs;
+            mRequest->queues = mNotes;
+            std::string& text = mRequest->selection.emplace();
+            for (const auto& [queue, frames] : selection) text += to_string(queue) + ": " + to_string(frames) + ", ";
+            askForRest(mNotes);
+        });
     }
 
-    zohal::ZSLSelectorResult checkFrame(const ZSLFrameCheckInfo& info) override {
-        const auto same = [](const auto& note, const auto& queue) {
-            return (note ? note->queue : nullptr) == queue.get();
-        };
-        const bool belongs = mRequest && mRequest->frame == info.fwkFrameNum &&
-                             mRequest->master == static_cast<uint32_t>(info.reqtMasterId) &&
-                             std::equal(mRequest->queues.begin(), mRequest->queues.end(), info.zslQueues.begin(),
-                                        info.zslQueues.end(), same);
-        return pass(&ZSLSelectorBase::checkFrame, info, belongs,
-                    [&](zohal::ZSLSelectorResult result, const Queues& queues) {
-                        if (!mRequest) return;
-                        const std::string check = checkOf(info);
-                        if (!belongs || (!mRequest->checked.empty() && mRequest->check != check))
-                            return put(mRequest->comments, "  # a check of frame ", info.checkFrameNum,
-                                       ", of another request, is left out\n");
-                        mRequest->check = check;
-                        mRequest->checked.push_back(info.checkFrameNum);
-                        const std::pair<bool, bool> flags(result.first, result.second);
-                        const auto noted = mRequest->checks.try_emplace(info.checkFrameNum, flags).first;
-                        if (noted->second != flags) mRequest->comments += "  # a frame was checked with two results\n";
-                        noted->second = flags;
-                        mCamera = info.logicalId;
-                        if (!mRequest->selection) askRest(queues);
-                    });
+    ZSLSelectorResult checkFrame(const ZSLFrameCheckInfo& info) override {
+        return pass(&ZSLSelectorBase::checkFrame, info, mRequest.has_value(), [&](ZSLSelectorResult result) {
+            if (!mRequest) return;
+            const std::string check = askedOf(info);
+            if (mRequest->checked.empty()) mRequest->check = check;
+            const bool belongs = mRequest->frame == info.fwkFrameNum && mRequest->queues == mNotes &&
+                                 mRequest->master == static_cast<uint32_t>(info.reqtMasterId) &&
+                                 mRequest->check == check;
+            mRequest->isExact &= belongs;
+            if (!belongs) return;
+            const std::string flags = std::string("[") + textOf(result.first) + ", " + textOf(result.second) + "]";
+            mRequest->checked.push_back(info.checkFrameNum);
+            mRequest->isExact &= mRequest->checks.try_emplace(info.checkFrameNum, flags).first->second == flags;
+            mCamera = info.logicalId;
+            if (!mRequest->selection) askForRest(mNotes);
+        });
     }
 
     // Of these nothing shows in a case.
     int preCheckFrame(FrameList& zslFrames, int flags) override { return mReal->preCheckFrame(zslFrames, flags); }
-    zohal::ZSLSelectorResult checkDesiredSensorMode(const ZSLFrameCheckInfo& info) override {
+    ZSLSelectorResult checkDesiredSensorMode(const ZSLFrameCheckInfo& info) override {
         return mReal->checkDesiredSensorMode(info);
     }
 
 private:
-    // `goesOn`: with the queues of the latest request, whose notes are continued. `note` gets the answer and the
-    // queues.
+    // `goesOn`: with the latest request, whose notes are continued. `note` gets the answer.
     template <typename Result, typename Info, typename Note>
     Result pass(Result (ZSLSelectorBase::*operation)(const Info&), const Info& info, bool goesOn, Note note) {
         std::optional<Info> recorded;
@@ -174,76 +159,45 @@ private:
             mClockNs = systemTime(SYSTEM_TIME_BOOTTIME);
         });
         if (!mRecorder->on) return (mReal.get()->*operation)(info);
-        try {
-            Result result = (mReal.get()->*operation)(*recorded);
-            mRecorder->attempt([&] { note(result, recorded->zslQueues); });
-            return result;
-        } catch (...) {
-            mRecorder->attempt([this] {
-                if (mRequest) mRequest->comments += "  # a later call ended in an exception and is left out\n";
-            });
-            throw;
-        }
+        // A call that ends in an exception is left out.
+        const bool wasExact = mRequest && std::exchange(mRequest->isExact, false);
+        Result result = (mReal.get()->*operation)(*recorded);
+        if (mRequest) mRequest->isExact = wasExact;
+        mRecorder->attempt([&] { note(result); });
+        return result;
     }
 
-    void begin(const ZSLFrameSelectInfo& info) {
+    void begin(const ZSLFrameSelectInfo& info, const std::string& adapter = "", bool gate = false) {
         end();
-        mRequest.emplace();
-        mRequest->frame = info.fwkFrame;
-        mRequest->master = info.reqtMasterId;
-        mRequest->asked = askedOf(info);
-        mRequest->queues = mNotes;
-        mRequest->clockNs = mClockNs;
-    }
-
-    void askRest(const Queues& queues) {
-        askForRest(queues, mNotes);
-        mRequest->queues = mNotes;
-        mRequest->queuesAsked = true;
-        mRequest->clockNs = mClockNs;
+        mRequest = Request{info.fwkFrame, info.reqtMasterId, askedOf(info), mClockNs, mNotes, adapter, gate};
     }
 
     void end() {
         if (!mRequest) return;
-        std::string text;
-        if (!mFile || mRequestsInFile >= kRequestsPerFile || mFile->size >= kBytesPerFile) {
+        std::string text = textOf(*mRequest);
+        if (!mFile || mFile->isFull()) {
+            const auto metadata = StaticMetadataWraper::getInstance()->getStaticMetadata(mCamera);
+            text = "recorded: 1\nproperties: {" + mRecorder->properties + "}\nstaticMetadata:\n  " +
+                   to_string(mCamera) + ": " + tagsOf(metadata.get(), {"com.nexaro.camera.sensorpolicy.mask"}) +
+                   "\nrequests:\n" + mState + text;
             mFile = std::make_unique<CaseFile>(*mRecorder);
-            mRequestsInFile = 0;
-            text = head();
         }
-        append(text, *mRequest);
         mFile->append(text);
-        ++mRequestsInFile;
-        if (mRequest->gate) {
+        if (!mRequest->adapter.empty())
             mState = "- name: the state that former requests left\n  select: never\n  adapter: " + mMotionWord +
                      "\n  " + mRequest->asked + "\n# end\n";
-        }
         mRequest.reset();
     }
 
-    std::string head() const {
-        const std::string& motionSwitch = mRecorder->motionSwitch;
-        std::string text;
-        put(text, "recorded: 1\nproperties: {vendor.zohal.selector.motion.zsl.disable: ",
-            motionSwitch.empty() ? "null" : quoted(motionSwitch), "}\n");
-        if (mCamera) {
-            const auto metadata = StaticMetadataWraper::getInstance()->getStaticMetadata(*mCamera);
-            put(text, "staticMetadata:\n  ", *mCamera, ": ",
-                tagsOf(metadata.get(), {"com.nexaro.camera.sensorpolicy.mask"}), "\n");
-        }
-        return text + "requests:\n" + mState;
-    }
-
     const std::shared_ptr<Recorder> mRecorder;
-    const std::shared_ptr<ZSLSelectorBase> mReal;  // declared behind what keeps its library: released before
-    Notes mNotes;                                  // of the call being made
-    int64_t mClockNs = 0;                          // just before it
-    std::optional<Request> mRequest;               // the latest, not written yet
-    std::string mMotionWord = "absent";            // the adapter's latest
-    std::string mState;                            // that requests have left, as a request that brings it about
-    std::optional<uint32_t> mCamera;               // of the latest check
+    const std::shared_ptr<ZSLSelectorBase> mReal;
+    Notes mNotes;                        // of the call being made
+    int64_t mClockNs = 0;                // just before it
+    std::optional<Request> mRequest;     // the latest, not written yet
+    std::string mMotionWord = "absent";  // the adapter's latest
+    std::string mState;                  // that requests have left, as a request that brings it about
+    uint32_t mCamera = 0;                // of the latest check
     std::unique_ptr<CaseFile> mFile;
-    uint32_t mRequestsInFile = 0;
 };
 
 }  // namespace
@@ -253,12 +207,9 @@ void createSelectors(const std::shared_ptr<Recorder>& recorder, Selectors& selec
     recorder->create(made);
     for (auto& selector : made) {
         if (!selector) continue;
-        recorder->attempt([&] { selector = std::make_shared<RecordingSelector>(recorder, selector); });
-        if (recorder->on) continue;
         // The real one. Its handle keeps the library, which is closed after it is gone.
-        const auto kept =
-            std::make_shared<std::pair<std::shared_ptr<Recorder>, Selectors::value_type>>(recorder, selector);
-        selector = Selectors::value_type(kept, kept->second.get());
+        selector = {selector.get(), [recorder, selector](void*) mutable { selector.reset(); }};
+        recorder->attempt([&] { selector = std::make_shared<RecordingSelector>(recorder, selector); });
     }
     selectors.insert(selectors.end(), made.begin(), made.end());
 }

@@ -5,7 +5,7 @@
 set -u
 tool=$1 recorder=$2 cases=$3
 work=$(mktemp -d /tmp/rec.XXXX)
-trap 'rm -rf "$work"' EXIT
+trap 'umount "$work/disk" 2>/dev/null; rm -rf "$work"' EXIT
 failed=0
 fail() { echo "$1"; failed=1; }
 
@@ -39,5 +39,24 @@ for file in "$cases"/*.yaml; do
     grep -q recorded "$work/out" || fail "$name: the report does not say that it is a record"
     diff <(outcome "$folder.yaml") <(outcome "${files[0]}") >"$work/out" || { fail "$name: the record has another outcome"; head -6 "$work/out"; }
     diff <(lines "$folder.yaml") <(lines "${files[0]}") >"$work/out" || { fail "$name: the record has other lines"; head -6 "$work/out"; }
+done
+
+# A disk that is full after a while, or takes nothing from the start; where one can be mounted.
+disk=$work/disk
+mkdir "$disk"
+{
+    echo "properties: {vendor.zohal.selector.motion.record.dir: $disk}"
+    echo "requests:"
+    for ((i = 1; i < 40; ++i)); do echo "- {adapter: 0x100, need: 3, queues: [{consumer: [{first: 800, count: 60}]}, {id: 2}]}"; done
+} >"$work/many.yaml"
+for option in size=4k size=8k size=64k ro; do
+    mount -t tmpfs -o $option none "$disk" 2>/dev/null || break
+    "$tool" --plugin "$recorder" --log "$work/many.yaml" >"$work/out" || fail "$option: a request differs"
+    [ "$(grep -c 'recording has stopped' "$work/out")" = 1 ] || fail "$option: not one line about it"
+    diff <("$tool" "$work/many.yaml" --json) <("$tool" --plugin "$recorder" "$work/many.yaml" --json) >"$work/out" || fail "$option: another report"
+    for file in "$disk"/zsl-*; do
+        [ ! -f "$file" ] || "$tool" "$file" >/dev/null 2>&1 || fail "$option: what is left does not replay"
+    done
+    umount "$disk"
 done
 exit $failed
