@@ -24,22 +24,16 @@ struct LoggedLine {
     int pid = 0;
     int tid = 0;
     char level = 'D';
-    std::string tag;
-    std::string message;
-    std::string time;       // as the log writes it; empty for a replay's line
-    size_t number = 0;      // in its file
-    bool cut = false;       // its end is missing
-    bool isCheck = false;   // of the sensor-mode check, not of the selector itself
-    size_t functionAt = 0;  // in the message
-    size_t textAt = 0;
-
-    bool isChatty() const { return tag == "chatty"; }  // the log's own note on lines that it dropped
-    std::string_view function() const { return std::string_view(message).substr(functionAt, textAt - functionAt - 2); }
-    std::string_view text() const { return std::string_view(message).substr(textAt); }
+    std::string function;  // that logs; empty: the log's own note on lines that it dropped ("chatty")
+    std::string text;      // without blanks at its end, which get lost where logs are copied
+    std::string time;      // as the log writes it; empty for a replay's line
+    size_t number = 0;     // in its file
+    bool isCut = false;    // its end is missing
+    bool isCheck = false;  // of the sensor-mode check, not of the selector itself
 };
-LoggedLine loggedLine(const desk::LogLine& line);
 
-// The selector's line, or a note on dropped ones, that a line of a log holds.
+// The selector's line, or a note on dropped ones, that a line of a log holds; that a replay has logged.
 std::optional<LoggedLine> selectorLine(const InputFile::Line& line);
+std::optional<LoggedLine> selectorLine(const desk::LogLine& line);
 
 }  // namespace replay
