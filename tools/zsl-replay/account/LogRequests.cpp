@@ -78,14 +78,6 @@ LoggedRequest* RequestCollector::checkedBy(const LoggedLine& line, const std::op
     return found != mOpen.rend() ? &*found : nullptr;
 }
 
-LoggedRequest& RequestCollector::begin() {
-    if (mOpen.size() == kMostOpen) {
-        if (!mOpen.front().ended) mOpen.front().notes.push_back("taken as finished: too many threads log at once");
-        handOver();
-    }
-    return mOpen.emplace_back();
-}
-
 void RequestCollector::add(LoggedLine line) {
     LoggedRequest* request = latest(line);
     if (line.function.empty()) {
@@ -99,7 +91,11 @@ void RequestCollector::add(LoggedLine line) {
         request->ended = true;
         request = nullptr;
     }
-    if (request == nullptr) request = &begin();
+    if (request == nullptr && mOpen.size() == kMostOpen) {
+        mOpen.front().ended = true;
+        handOver();
+    }
+    if (request == nullptr) request = &mOpen.emplace_back();
     request->add(std::move(line), matched);
 }
 

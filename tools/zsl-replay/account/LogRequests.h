@@ -17,8 +17,8 @@ namespace replay {
 // The lines of one request.
 struct LoggedRequest {
     struct Check {
-        int thread = 0;
-        uint32_t frame = 0;
+        int thread;
+        uint32_t frame;  // 0 where no line shows it
         std::vector<LoggedLine> lines;
     };
 
@@ -29,7 +29,7 @@ struct LoggedRequest {
     std::vector<std::string> unread;  // lines that are cut, damaged or unknown
     bool selection = false;           // has lines of the selection
     bool hasDebug = false;            // has debug lines
-    bool ended = false;               // a later request of the same thread follows
+    bool ended = false;               // no more of it is to be expected, as others have followed
 
     // Adds a line of this request where it belongs.
     void add(LoggedLine&& line, const std::optional<MatchedLine>& matched);
@@ -62,7 +62,6 @@ public:
 private:
     LoggedRequest* latest(const LoggedLine& line);
     LoggedRequest* checkedBy(const LoggedLine& line, const std::optional<MatchedLine>& matched);
-    LoggedRequest& begin();
     void handOver();
 
     Handler mHandler;

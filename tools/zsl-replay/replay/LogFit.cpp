@@ -35,10 +35,7 @@ std::vector<FrameList> usedCandidates(const Request& request) {
     return candidates;
 }
 
-Queue* metaQueueOf(Request& request) {
-    const Queue* meta = request.metaQueue();
-    return meta != nullptr ? &request.queues[meta - request.queues.data()] : nullptr;
-}
+Queue& metaQueueOf(Request& request) { return request.queues[request.metaQueue() - request.queues.data()]; }
 
 bool logsTheSame(const std::vector<desk::LogLine>& a, const std::vector<desk::LogLine>& b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
@@ -54,100 +51,72 @@ std::string usedWords(const Request& request, const std::vector<FrameList>& cons
     return words + "; of the " + std::to_string(listed) + " listed, " + std::to_string(others) + " bring them out";
 }
 
-// A rebuilt request with the last used frame that comes nearest to the log's lines.
+// A request with the last used frame that comes nearest to the log's lines.
 struct Attempt {
-    Finding finding;
+    Request request;
     Agreement agreement;
     std::vector<FrameList> consistent;  // the last used frames that bring out the lines
     bool isEndRuledOut = false;         // others would, if the log ended within the request
 };
 
-// What no line shows is assumed otherwise where the replay then comes nearer to the log.
-class LogFit {
-public:
-    LogFit(Session& session, const LoggedRequest& logged, Finding rebuilt)
-        : mSession(session), mLogged(logged), mBest(attempt(std::move(rebuilt))) {}
-    Attempt find();
-
-private:
-    Attempt attempt(Finding finding);
-    void tryOut(Finding variant, std::string assumption);
-    void tryOtherList();
-    void tryLostFrames();
-    void tryCheckedAsLogged();
-
-    Session& mSession;
-    const LoggedRequest& mLogged;
-    Attempt mBest;
-};
-
-Attempt LogFit::find() {
-    tryOtherList();
-    if (mBest.agreement.distance() > 0) tryLostFrames();
-    if (mBest.consistent.empty()) tryCheckedAsLogged();
-    return std::move(mBest);
-}
-
-void LogFit::tryOut(Finding variant, std::string assumption) {
-    variant.log->assumptions.push_back(std::move(assumption));
-    Attempt other = attempt(std::move(variant));
-    if (other.agreement.isNearerThan(mBest.agreement)) mBest = std::move(other);
-}
-
 // No line shows the last used frame: none, and each listed one, are tried. The one that is shown is none if that is
 // consistent, else the lowest that is, else the one that comes nearest.
-Attempt LogFit::attempt(Finding finding) {
+Attempt attempt(Session& session, const LoggedRequest& logged, Request request) {
     Attempt best;
-    Capture capture = mSession.prepare(finding.request);
+    Capture capture = session.prepare(request);
     std::vector<desk::LogLine> lines;
-    Agreement agreement = agreementOf(mLogged, {});
-    for (const FrameList& used : usedCandidates(finding.request)) {
+    Agreement agreement = agreementOf(logged, {});
+    for (const FrameList& used : usedCandidates(request)) {
         capture.info.usedZslFrames = used;
-        Run run = mSession.serve(capture, kForComparison);
+        Run run = session.serve(capture, kForComparison);
         // Most candidates log what the one before did.
-        if (!logsTheSame(run.offlineLog, lines)) agreement = agreementOf(mLogged, loggedRequest(run.offlineLog));
+        if (!logsTheSame(run.offlineLog, lines)) agreement = agreementOf(logged, loggedRequest(run.offlineLog));
         lines = std::move(run.offlineLog);
         if (used.empty() || agreement.isNearerThan(best.agreement)) {
             best.isEndRuledOut |= !best.consistent.empty();
             best.consistent.clear();
             best.agreement = agreement;
-            finding.request.used = used;
+            request.used = used;
         }
         const bool isFurther = best.agreement.isNearerThan(agreement);
         best.isEndRuledOut |= agreement.whole() && isFurther;
         if (agreement.whole() && !isFurther) best.consistent.push_back(used);
     }
-    best.finding = std::move(finding);
+    best.request = std::move(request);
     return best;
 }
 
+// A request of which something that no line shows is assumed otherwise.
+struct Variant {
+    Request request;
+    std::string assumption;
+};
+
 // The list of all frames is never logged, but the place in it of a group's reference frame is.
-void LogFit::tryOtherList() {
-    const std::vector<GroupLine>& groups = mLogged.account.groups;
-    Finding variant = mBest.finding;
-    Queue* const meta = metaQueueOf(variant.request);
-    if (meta == nullptr) return;
-    const auto place = [&](const GroupLine& group) { return (size_t{group.position} + variant.request.need + 1) / 2; };
+std::optional<Variant> withOtherList(const Account& log, const Request& request) {
+    const Queue* meta = request.metaQueue();
+    const auto place = [&](const GroupLine& group) { return (size_t{group.position} + request.need + 1) / 2; };
     const auto isInPlace = [&](const GroupLine& group) {
         return place(group) < meta->all.size() && meta->all[place(group)] == group.referenceFrame;
     };
-    if (std::all_of(groups.begin(), groups.end(), isInPlace)) return;
-    meta->all.resize(std::min<size_t>(size_t{groups.back().position} + variant.request.need + 2, kMostFrames));
-    const size_t begin = groups.front().referenceFrame - place(groups.front());
-    std::iota(meta->all.begin(), meta->all.end(), static_cast<uint32_t>(begin));
-    tryOut(std::move(variant), "list of all frames instead: numbered on from the first reference frame");
+    if (meta == nullptr || std::all_of(log.groups.begin(), log.groups.end(), isInPlace)) return std::nullopt;
+    FrameList all(std::min<size_t>(size_t{log.groups.back().position} + request.need + 2, kMostFrames));
+    const size_t first = log.groups.front().referenceFrame - place(log.groups.front());
+    std::iota(all.begin(), all.end(), static_cast<uint32_t>(first));
+    Variant variant{request, "list of all frames instead: numbered on from the first reference frame"};
+    metaQueueOf(variant.request).all = std::move(all);
+    return variant;
 }
 
 // The library passes over some lost frames without a line: where a replay shows a shutter time and the log does not,
 // the frame was lost. Groups ahead of the first one logged were left out for another reason.
-void LogFit::tryLostFrames() {
+std::optional<Variant> withLostFrames(Session& session, const Account& log, Request request) {
     std::set<uint32_t> seen;
-    for (const FrameMet& met : mLogged.account.met) seen.insert(met.frame);
+    for (const FrameMet& met : log.met) seen.insert(met.frame);
     std::set<uint32_t> lost;
-    Finding variant = mBest.finding;
-    variant.request.used.clear();
+    request.used.clear();
     for (int round = 0; round < kMostRounds; ++round) {
-        const Account replayed = accountOf(mSession.serve(variant.request, kForComparison).offlineLog);
+        const Account replayed = accountOf(session.serve(request, kForComparison).offlineLog);
         const size_t before = lost.size();
         bool begun = replayed.groups.empty();
         for (const FrameMet& met : replayed.met) {
@@ -156,26 +125,42 @@ void LogFit::tryLostFrames() {
             if (begun && !isSeen) lost.insert(met.frame);
         }
         if (lost.size() == before) break;
-        lose(*metaQueueOf(variant.request), lost);
+        lose(metaQueueOf(request), lost);
     }
-    if (!lost.empty())
-        tryOut(std::move(variant), "lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line");
+    if (lost.empty()) return std::nullopt;
+    return Variant{std::move(request), "lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line"};
 }
 
 // A core may have frames checked that were not chosen; then checks say nothing of the choice.
-void LogFit::tryCheckedAsLogged() {
-    if (mLogged.checks.empty()) return;
-    Finding variant = mBest.finding;
-    FrameList& frames = variant.request.check.of.emplace();
-    for (const CheckLine& check : mLogged.account.checks) frames.push_back(check.frame);
-    tryOut(std::move(variant), "frames checked: those in the log, whether they were chosen or not");
+std::optional<Variant> checkedAsLogged(const Account& log, Request request) {
+    if (log.checks.empty()) return std::nullopt;
+    FrameList& frames = request.check.of.emplace();
+    for (const CheckLine& check : log.checks) frames.push_back(check.frame);
+    return Variant{std::move(request), "frames checked: those in the log, whether they were chosen or not"};
+}
+
+// Whatever brings the replay nearer to the log is assumed.
+Attempt nearest(Session& session, const LoggedRequest& logged, Finding& finding) {
+    const Account& log = logged.account;
+    Attempt best = attempt(session, logged, std::move(finding.request));
+    const auto tryOut = [&](std::optional<Variant> variant) {
+        if (!variant) return;
+        Attempt other = attempt(session, logged, std::move(variant->request));
+        if (!other.agreement.isNearerThan(best.agreement)) return;
+        best = std::move(other);
+        finding.log->assumptions.push_back(variant->assumption);
+    };
+    tryOut(withOtherList(log, best.request));
+    if (best.agreement.distance() > 0) tryOut(withLostFrames(session, log, best.request));
+    if (best.consistent.empty()) tryOut(checkedAsLogged(log, best.request));
+    return best;
 }
 
 }  // namespace
 
 void fitToLog(Session& session, const LoggedRequest& logged, Finding& finding) {
-    Attempt best = LogFit(session, logged, std::move(finding)).find();
-    finding = std::move(best.finding);
+    Attempt best = nearest(session, logged, finding);
+    finding.request = std::move(best.request);
     const Agreement& agreement = best.agreement;
     Evidence& evidence = *finding.log;
     evidence.lines = agreement.lines;
