@@ -92,6 +92,7 @@ struct Account {
     std::optional<int32_t> desiredMode;                       // that a tag in it names
 
     bool showsGate() const { return disabled || gate; }
+    bool hasLists() const { return consumer || producer; }
     void addStrategy(std::string_view strategy);
 };
 

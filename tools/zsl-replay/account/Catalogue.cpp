@@ -11,7 +11,7 @@ constexpr char kNormal[] = "selectZSLFramesForNormal";
 constexpr char kSnsc1[] = "selectZSLFramesForSNSCBinning1";
 constexpr char kSnsc2[] = "selectZSLFramesForSNSCBinning2";
 
-using Line = MatchedLine;
+using Line = LoggedLine;
 
 template <std::optional<FrameList> Account::*kList>
 void noteList(const Line& line, Account& account) {
@@ -101,11 +101,11 @@ const std::vector<CatalogueEntry>& catalogue() {
         {'D', "[ZSLSelector] consumer: finalList: %s", {kSnsc1}},
         {'I', "[ZSLSelector] before update fwkFrame:%u final Select list: %s", {kSnsc1},
          [](const Line& line, Account& account) {
-             if (line.isWhole) account.beforeThinning = line.frames;
+             if (!line.isCut) account.beforeThinning = line.frames;
          }},
         {'I', "[ZSLSelector] after update fwkFrame:%u final Select list: %s", {kSnsc1},
          [](const Line& line, Account& account) {
-             if (line.isWhole) account.afterThinning = line.frames;
+             if (!line.isCut) account.afterThinning = line.frames;
          }},
         {'I', "[ZSLSelector] checkFrameNum = %d fwkFrameNum = %d  reqtMasterId = %d masterRoleId = %d AiHLFrameNum = %d "
               "this = %p", checking,

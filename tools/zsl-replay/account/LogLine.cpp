@@ -2,9 +2,9 @@
 
 #include <android/log.h>
 
-#include <algorithm>
 #include <cstring>
 
+#include "account/Catalogue.h"
 #include "capture/LogFormat.h"
 #include "capture/Text.h"
 
@@ -14,26 +14,23 @@ namespace {
 
 constexpr size_t kLogCut = 1023;  // where the Android log cuts a message
 
-std::string_view fileStem(std::string_view path) {
-    path.remove_prefix(path.rfind('/') + 1);  // npos + 1 is 0
-    return path.substr(0, path.find('.'));
-}
-
 std::optional<LoggedLine> selectorLine(const LogHeader& header, bool isCut) {
-    LoggedLine line{header.pid, header.tid, header.level, {}, {}, std::string(header.time), 0, isCut, false};
-    if (header.tag == "chatty") {
-        line.text = header.message;
-        return line;
-    }
+    LoggedLine line;
+    line.pid = header.pid;
+    line.tid = header.tid;
+    line.level = header.level;
+    line.time = header.time;
+    line.text = header.message;
+    if (header.tag == "chatty") return line;
     const auto message = splitMessage(header.message);
     if (!message) return std::nullopt;
-    const std::string_view stem = fileStem(message->file);
-    line.isCheck = stem == "ZSLSelectorExt";  // which the motion selector inherits
-    if (!line.isCheck && stem != "MotionZSLSelector") return std::nullopt;
-    line.isCut |= header.tag != "ZoOffline" && header.message.size() == kLogCut;
+    line.isCheck = message->file.find("ZSLSelectorExt") != std::string_view::npos;  // the motion selector inherits it
+    if (!line.isCheck && message->file.find("MotionZSLSelector") == std::string_view::npos) return std::nullopt;
+    line.isCut = isCut || (header.tag != "ZoOffline" && header.message.size() == kLogCut);
     line.function = message->function;
     line.text = message->text;
     if (!line.isCut) line.text.erase(line.text.find_last_not_of(' ') + 1);
+    readMessage(line);
     return line;
 }
 

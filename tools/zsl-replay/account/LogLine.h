@@ -2,10 +2,14 @@
 
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "capture/Case.h"
 #include "capture/InputFile.h"
 #include "desk/LogSink.h"
 
@@ -19,6 +23,8 @@ struct Message {
 };
 std::optional<Message> splitMessage(std::string_view logged);
 
+struct CatalogueEntry;
+
 // A message of the selector, as a log shows it.
 struct LoggedLine {
     int pid = 0;
@@ -30,6 +36,20 @@ struct LoggedLine {
     size_t number = 0;     // in its file
     bool isCut = false;    // its end is missing
     bool isCheck = false;  // of the sensor-mode check, not of the selector itself
+
+    // What it says, as the catalogue knows it.
+    const CatalogueEntry* entry = nullptr;  // null: it is damaged or unknown
+    std::vector<int64_t> numbers;           // one beyond 63 bits as its 64-bit two's complement
+    std::string name;                       // of a queue
+    FrameList frames;                       // at its end; where it is cut, those that are whole
+
+    // Numbers as they were before they were printed. A line that holds a larger one does not come out of a replay
+    // again, which tells.
+    uint32_t unsigned32(size_t i) const { return static_cast<uint32_t>(numbers[i]); }
+    int32_t signed32(size_t i) const { return static_cast<int32_t>(numbers[i]); }
+
+    bool isFirst() const;                      // of a selection, or of a frame's check
+    std::optional<uint32_t> fwkFrame() const;  // where it shows that
 };
 
 // The selector's line, or a note on dropped ones, that a line of a log holds; that a replay has logged.

@@ -4,12 +4,10 @@
 
 #include <deque>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "account/Account.h"
-#include "account/Catalogue.h"
 #include "account/LogLine.h"
 
 namespace replay {
@@ -17,7 +15,6 @@ namespace replay {
 // The lines of one request.
 struct LoggedRequest {
     struct Check {
-        int thread;
         uint32_t frame;  // 0 where no line shows it
         std::vector<LoggedLine> lines;
     };
@@ -32,15 +29,15 @@ struct LoggedRequest {
     bool ended = false;               // no more of it is to be expected, as others have followed
 
     // Adds a line of this request where it belongs.
-    void add(LoggedLine&& line, const std::optional<MatchedLine>& matched);
+    void add(LoggedLine&& line);
 
     const LoggedLine& firstLine() const { return lines.empty() ? checks.front().lines.front() : lines.front(); }
 
     // Whether a line of its thread begins another request.
-    bool endsBefore(const LoggedLine& line, const std::optional<MatchedLine>& matched) const;
+    bool endsBefore(const LoggedLine& line) const;
 
 private:
-    Check& checkOf(const LoggedLine& line, const std::optional<MatchedLine>& matched);
+    Check& checkOf(const LoggedLine& line);
 
     size_t mBytes = 0;
 };
@@ -60,8 +57,7 @@ public:
     void finish();
 
 private:
-    LoggedRequest* latest(const LoggedLine& line);
-    LoggedRequest* checkedBy(const LoggedLine& line, const std::optional<MatchedLine>& matched);
+    LoggedRequest* requestOf(const LoggedLine& line);
     void handOver();
 
     Handler mHandler;

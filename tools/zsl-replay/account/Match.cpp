@@ -28,29 +28,21 @@ FrameList takeFrames(std::string_view& text, bool cut) {
     return frames;
 }
 
-// Whatever stands ahead of the literal that follows, or at the end.
-bool takeText(std::string_view& text, std::string_view literal, std::string_view& taken) {
-    const size_t length = literal.empty() ? text.size() : text.find(literal);
-    if (length == std::string_view::npos) return false;
-    taken = text.substr(0, length);
-    text.remove_prefix(length);
-    return true;
-}
-
-bool takeLiteral(std::string_view& text, std::string_view literal, bool cut) {
+bool takeLiteral(std::string_view& text, std::string_view literal) {
     const size_t length = std::min(literal.size(), text.size());
     if (text.substr(0, length) != literal.substr(0, length)) return false;
     text.remove_prefix(length);
-    return cut || literal.find_first_not_of(' ', length) == std::string_view::npos;
+    return literal.find_first_not_of(' ', length) == std::string_view::npos;
 }
 
-// `format` is what follows the conversion.
-bool takeConversion(std::string_view& text, char conversion, std::string_view format, MatchedLine& line) {
-    if (conversion == 's' && format.size() <= 1) {  // "%s" or "[%s]" at the end
-        line.frames = takeFrames(text, !line.isWhole);
+// Text goes up to the literal that follows it, an address to the end.
+bool takeConversion(std::string_view& text, char conversion, std::string_view literal, LoggedLine& line) {
+    if (conversion == 's' || conversion == 'p') {
+        const size_t end = conversion == 's' ? text.find(literal) : text.size();
+        line.name = text.substr(0, end);
+        text.remove_prefix(std::min(end, text.size()));
         return true;
     }
-    if (conversion == 's' || conversion == 'p') return takeText(text, format.substr(0, format.find('%')), line.name);
     const int base = conversion == 'x' ? 16 : 10;
     uint64_t large = 0;
     if (takeNumber(text, line.numbers.emplace_back(), base)) return true;
@@ -59,34 +51,44 @@ bool takeConversion(std::string_view& text, char conversion, std::string_view fo
     return true;
 }
 
-bool matches(std::string_view text, MatchedLine& line) {
-    std::string_view format = line.entry->format;
+bool matches(const CatalogueEntry& entry, LoggedLine& line) {
+    std::string_view format = entry.format;
+    std::string_view text = line.text;
+    line.numbers.clear();
     while (true) {
         const std::string_view literal = format.substr(0, format.find('%'));
-        if (!takeLiteral(text, literal, !line.isWhole)) return false;
+        if (!takeLiteral(text, literal)) return false;
         if (literal.size() == format.size()) return text.empty();
         const size_t conversion = format.find_first_not_of('l', literal.size() + 1);
         const char kind = format[conversion];
         format.remove_prefix(conversion + 1);
-        if (!takeConversion(text, kind, format, line)) return false;
+        if (kind == 's' && format.size() <= 1) {  // "%s" or "[%s]" at the end
+            line.frames = takeFrames(text, line.isCut);
+            if (line.isCut) return text.empty();
+        } else if (!takeConversion(text, kind, format.substr(0, format.find('%')), line)) {
+            return false;
+        }
     }
 }
 
 }  // namespace
 
-std::optional<uint32_t> MatchedLine::fwkFrame() const {
-    const std::string_view format = entry->format;
+bool LoggedLine::isFirst() const { return entry != nullptr && entry->isFirst; }
+
+std::optional<uint32_t> LoggedLine::fwkFrame() const {
+    const std::string_view format = entry != nullptr ? entry->format : "";
     if (format.find("fwkFrameNum = %d") != std::string_view::npos) return unsigned32(1);
     return format.find("fwkFrame:%u") != std::string_view::npos ? std::optional(unsigned32(0)) : std::nullopt;
 }
 
-std::optional<MatchedLine> matchLine(std::string_view function, std::string_view text, bool cut) {
+void readMessage(LoggedLine& line) {
     for (const CatalogueEntry& entry : catalogue()) {
-        if (std::find(entry.functions.begin(), entry.functions.end(), function) == entry.functions.end()) continue;
-        MatchedLine line{&entry, {}, {}, {}, !cut};
-        if (matches(text, line)) return line;
+        const bool isBy =
+            std::find(entry.functions.begin(), entry.functions.end(), line.function) != entry.functions.end();
+        if (!isBy || !matches(entry, line)) continue;
+        line.entry = &entry;
+        return;
     }
-    return std::nullopt;
 }
 
 }  // namespace replay

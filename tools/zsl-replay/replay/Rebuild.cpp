@@ -12,8 +12,6 @@ namespace {
 
 using Times = std::map<uint32_t, int64_t>;  // shutter times in ns, by frame
 
-constexpr char kHdr[] = "nexaro.hdr.enabled";
-constexpr char kHdrSr[] = "nexaro.hdr.sr.enabled";
 constexpr char kSensorMode[] = "com.nexaro.ext.control.policy.sensorMode";
 constexpr char kSeamlessPolicy[] = "nexaro.camera.zoseamlesspolicy.result";
 
@@ -36,7 +34,7 @@ Evidence evidenceOf(const LoggedRequest& logged) {
 std::string obstacleOf(const LoggedRequest& logged) {
     const Account& log = logged.account;
     if (logged.lines.empty()) return "its selection is not in the log, only checks of its frames";
-    if (!logged.selection || log.noMetaQueue || log.consumer || log.producer) return "";
+    if (!logged.selection || log.noMetaQueue || log.hasLists()) return "";
     return "its lists are not in the log; a strategy may have been called directly: " +
            (log.strategies.empty() ? "" : log.strategies.back());
 }
@@ -48,28 +46,29 @@ void setTag(Tags& tags, const char* tag, int64_t value) {
 
 // What the strategy that ran tells of the gate.
 GateLine assumedGate(const Account& log, Finding& out) {
-    GateLine gate{};
     const std::string ran = log.strategies.empty() ? "" : log.strategies.back();
+    GateLine gate{};
     gate.hdr = ran == "selectFramesForLbmfAndHdr" || ran == "selectFramesForBinningAndHdr" ? 1 : 0;
     gate.motionStrategy = ran == "selectZSLFramesForSNSCBinning1" ? 2 : 0;
+    const std::string read = gate.hdr != 0 ? "HDR" : "motion strategy " + std::to_string(gate.motionStrategy);
     out.log->missing.push_back("the gate's line is missing");
-    assume(out, std::string("gate: not taken, ") +
-                    (gate.hdr != 0 ? "HDR" : "motion strategy " + std::to_string(gate.motionStrategy)) +
-                    (ran.empty() ? "" : ", as " + ran + " ran"));
+    assume(out, "gate: not taken, " + read + (ran.empty() ? "" : ", as " + ran + " ran"));
     return gate;
 }
 
 void setGate(const LoggedRequest& logged, Finding& out) {
     const Account& log = logged.account;
     if (log.disabled) out.platform.properties[kSwitchProperty] = "true";
-    const GateLine gate = log.gate ? *log.gate : log.disabled ? GateLine{} : assumedGate(log, out);
+    const GateLine gate = log.showsGate() ? log.gate.value_or(GateLine{}) : assumedGate(log, out);
     Tags& tags = *out.request.metadata;
     setTag(tags, "android.control.enableZsl", gate.enableZsl);
     setTag(tags, "nexaro.ai.zosd.motionCaptureEnabledIcon", gate.forceOn != 0 ? 4 : 0);
-    setTag(tags, kHdr, gate.hdr);
-    setTag(tags, kHdrSr, gate.hdrsr);
+    setTag(tags, "nexaro.hdr.enabled", gate.hdr);
+    setTag(tags, "nexaro.hdr.sr.enabled", gate.hdrsr);
     out.request.adapter = std::to_string((gate.motionStrategy & 0xF) << 8);
     if (logged.selection && !gate.needed) out.request.select = halcore::Select::kAlways;
+    const bool isGrouping = log.hasLists() && (gate.hdr != 0 || gate.hdrsr != 0);
+    if (isGrouping) assume(out, "list of all frames: consumer, then producer");
 }
 
 void setDriver(const Account& log, Request& request) {
@@ -109,12 +108,11 @@ void assumeTimes(Times times, int64_t clockNs, Queue& meta, Finding& out) {
     for (const auto& [frame, ns] : times) meta.held[frame].shutterTimeNs = ns;
     const size_t shown = times.size();
     if (times.empty() && !meta.all.empty()) times[*std::max_element(meta.all.begin(), meta.all.end())] = clockNs;
-    int64_t intervalNs = kDefaultIntervalNs;
-    if (shown > 1) {
-        const auto& [oldest, oldestNs] = *times.begin();
-        const auto& [newest, newestNs] = *times.rbegin();
-        intervalNs = later(newestNs, oldestNs, -1) / (newest - oldest);
-    }
+    const auto oldest = times.begin();
+    const auto newest = times.rbegin();
+    const int64_t intervalNs = times.size() < 2
+                                   ? kDefaultIntervalNs
+                                   : later(newest->second, oldest->second, -1) / (newest->first - oldest->first);
     for (const uint32_t frame : meta.all) {
         auto known = times.upper_bound(frame);
         if (known != times.begin()) --known;
@@ -128,8 +126,9 @@ void assumeTimes(Times times, int64_t clockNs, Queue& meta, Finding& out) {
                     " ns a frame");
 }
 
-// The metadata queue, behind those that lines say lack a frame: the first that lacks it is the one that is named.
-void makeQueues(const Account& log, Finding& out) {
+// The metadata queue, as it was before it lost frames. It stands behind those that lines say lack a frame: the first
+// that lacks it is the one that is named.
+Queue makeQueues(const Account& log, Finding& out) {
     Times times;
     std::set<uint32_t> removed;                          // from the metadata queue
     std::map<std::string, std::set<uint32_t>> notFound;  // by queue
@@ -158,19 +157,14 @@ void makeQueues(const Account& log, Finding& out) {
     lose(out.request.queues.emplace_back(meta), removed);
     assume(out, "queues: [" + meta.name + ']' +
                     (notFound.empty() ? " alone" : " and those that lines name, which hold all else"));
-    const Tags& tags = *out.request.metadata;
-    const bool isHdr = tags.count(kHdr) + tags.count(kHdrSr) > 0;
-    if (isHdr) assume(out, "list of all frames: consumer, then producer");
+    return meta;
 }
 
-// The queue and the metadata that checks read.
-void setChecks(const LoggedRequest& logged, Finding& out) {
+// What checks read: a queue that holds what the metadata queue did, and the request's metadata.
+void setChecks(const LoggedRequest& logged, Queue checked, Finding& out) {
     const Account& log = logged.account;
     Request& request = out.request;
     if (logged.checks.empty()) return;
-    Queue checked = request.queues.empty() ? Queue() : request.queues.back();
-    checked.held.insert(checked.lost.begin(), checked.lost.end());
-    checked.lost.clear();
     checked.type = zohal::kFrameInfoQueue;
     checked.name = "frameinfo";
     for (const auto& [frame, mode] : log.sensorModes) {
@@ -211,11 +205,8 @@ Finding rebuild(const LoggedRequest& logged) {
     setGate(logged, out);
     setDriver(log, request);
     if (!out.showsFrame) assume(out, "framework frame: 0, as no line shows it");
-    if (log.consumer || log.producer) {
-        if (!log.targetNs) evidence.missing.push_back("the line of the target moment is missing");
-        makeQueues(log, out);
-    }
-    setChecks(logged, out);
+    if (log.hasLists() && !log.targetNs) evidence.missing.push_back("the line of the target moment is missing");
+    setChecks(logged, log.hasLists() ? makeQueues(log, out) : Queue(), out);
     for (size_t i = 0; i < request.queues.size(); ++i) request.queues[i].id = static_cast<uint32_t>(i + 1);
     return out;
 }
