@@ -60,7 +60,6 @@ struct GroupLine {
 
 // The first line of a frame's sensor-mode check.
 struct CheckLine {
-    uint32_t frame;
     int32_t role;
     int32_t aiHlFrames;
 };
@@ -86,7 +85,7 @@ struct Account {
     std::vector<GroupLine> groups;
     std::optional<FrameList> beforeThinning;  // where they are not cut
     std::optional<FrameList> afterThinning;
-    std::vector<CheckLine> checks;
+    std::optional<CheckLine> check;                           // of the last frame checked
     std::map<uint32_t, std::optional<uint32_t>> sensorModes;  // of checked frames; absent: the queue does not hold it
     bool checkReadsMetadata = false;                          // there is a metadata object
     std::optional<int32_t> desiredMode;                       // that a tag in it names

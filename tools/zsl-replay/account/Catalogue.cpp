@@ -35,8 +35,8 @@ void noteGroup(const Line& line, Account& account) {
 }  // namespace
 
 void Account::addStrategy(std::string_view strategy) {
-    const bool isNew = std::find(strategies.begin(), strategies.end(), strategy) == strategies.end();
-    if (isNew) strategies.emplace_back(strategy);
+    const auto& all = strategies;
+    if (std::find(all.begin(), all.end(), strategy) == all.end()) strategies.emplace_back(strategy);
 }
 
 const std::vector<CatalogueEntry>& catalogue() {
@@ -109,9 +109,7 @@ const std::vector<CatalogueEntry>& catalogue() {
          }},
         {'I', "[ZSLSelector] checkFrameNum = %d fwkFrameNum = %d  reqtMasterId = %d masterRoleId = %d AiHLFrameNum = %d "
               "this = %p", checking,
-         [](const Line& line, Account& account) {
-             account.checks.push_back({line.unsigned32(0), line.signed32(3), line.signed32(4)});
-         }, true},
+         [](const Line& line, Account& account) { account.check = {line.signed32(3), line.signed32(4)}; }, true},
         {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u zslFrame perframeSensorMode:%d", checking,
          [](const Line& line, Account& account) { account.sensorModes[line.unsigned32(1)] = line.unsigned32(2); }},
         {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u get metaFrame failed perframeSensorMode = %d", checking,

@@ -80,19 +80,16 @@ void RequestCollector::add(LoggedLine line) {
     }
     if (request == nullptr && mOpen.size() == kMostOpen) {
         mOpen.front().ended = true;
-        handOver();
+        mHandler(mOpen.front());
+        mOpen.pop_front();
     }
     if (request == nullptr) request = &mOpen.emplace_back();
     request->add(std::move(line));
 }
 
-void RequestCollector::handOver() {
-    mHandler(mOpen.front());
-    mOpen.pop_front();
-}
-
 void RequestCollector::finish() {
-    while (!mOpen.empty()) handOver();
+    std::for_each(mOpen.begin(), mOpen.end(), mHandler);
+    mOpen.clear();
 }
 
 }  // namespace replay

@@ -58,7 +58,6 @@ public:
 
 private:
     LoggedRequest* requestOf(const LoggedLine& line);
-    void handOver();
 
     Handler mHandler;
     std::deque<LoggedRequest> mOpen;

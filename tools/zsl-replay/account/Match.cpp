@@ -52,6 +52,8 @@ bool takeConversion(std::string_view& text, char conversion, std::string_view li
 }
 
 bool matches(const CatalogueEntry& entry, LoggedLine& line) {
+    const auto& by = entry.functions;
+    if (std::find(by.begin(), by.end(), line.function) == by.end()) return false;
     std::string_view format = entry.format;
     std::string_view text = line.text;
     line.numbers.clear();
@@ -82,13 +84,10 @@ std::optional<uint32_t> LoggedLine::fwkFrame() const {
 }
 
 void readMessage(LoggedLine& line) {
-    for (const CatalogueEntry& entry : catalogue()) {
-        const bool isBy =
-            std::find(entry.functions.begin(), entry.functions.end(), line.function) != entry.functions.end();
-        if (!isBy || !matches(entry, line)) continue;
-        line.entry = &entry;
-        return;
-    }
+    const auto& all = catalogue();
+    const auto found =
+        std::find_if(all.begin(), all.end(), [&line](const auto& entry) { return matches(entry, line); });
+    if (found != all.end()) line.entry = &*found;
 }
 
 }  // namespace replay

@@ -20,13 +20,12 @@ constexpr int kMostRounds = 64;      // in search of lost frames: each shows wha
 FrameList listedFrames(const Request& request) {
     const Queue* meta = request.metaQueue();
     if (meta == nullptr) return {};
-    const FrameList order = meta->deliveryOrder();
-    std::set<uint32_t> frames(order.begin(), order.end());
-    frames.insert(meta->all.begin(), meta->all.end());
+    std::set<uint32_t> frames(meta->all.begin(), meta->all.end());
+    for (const uint32_t frame : meta->deliveryOrder()) frames.insert(frame);
     return {frames.begin(), frames.end()};
 }
 
-// None, and each listed frame.
+// Last used frames that can make a difference: none, and each listed one.
 std::vector<FrameList> usedCandidates(const Request& request) {
     std::vector<FrameList> candidates = {{}};
     const FrameList listed = listedFrames(request);
@@ -35,19 +34,11 @@ std::vector<FrameList> usedCandidates(const Request& request) {
     return candidates;
 }
 
-Queue& metaQueueOf(Request& request) { return request.queues[request.metaQueue() - request.queues.data()]; }
-
-bool logsTheSame(const std::vector<desk::LogLine>& a, const std::vector<desk::LogLine>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](const desk::LogLine& x, const desk::LogLine& y) { return x.message == y.message; });
-}
-
 std::string usedWords(const Request& request, const std::vector<FrameList>& consistent) {
     const std::string words = "last used frame: " + join(request.used);
     const size_t listed = usedCandidates(request).size() - 1;
     if (listed == 0) return words;
-    const auto others =
-        std::count_if(consistent.begin(), consistent.end(), [](const FrameList& used) { return !used.empty(); });
+    const size_t others = consistent.size() - std::count(consistent.begin(), consistent.end(), FrameList());
     return words + "; of the " + std::to_string(listed) + " listed, " + std::to_string(others) + " bring them out";
 }
 
@@ -61,56 +52,50 @@ struct Attempt {
 
 // No line shows the last used frame: none, and each listed one, are tried. The one that is shown is none if that is
 // consistent, else the lowest that is, else the one that comes nearest.
-Attempt attempt(Session& session, const LoggedRequest& logged, Request request) {
+Attempt tryUsedFrames(Session& session, const LoggedRequest& logged, Request request) {
     Attempt best;
+    size_t whole = 0;
     Capture capture = session.prepare(request);
-    std::vector<desk::LogLine> lines;
-    Agreement agreement = agreementOf(logged, {});
     for (const FrameList& used : usedCandidates(request)) {
         capture.info.usedZslFrames = used;
-        Run run = session.serve(capture, kForComparison);
-        // Most candidates log what the one before did.
-        if (!logsTheSame(run.offlineLog, lines)) agreement = agreementOf(logged, loggedRequest(run.offlineLog));
-        lines = std::move(run.offlineLog);
+        const Run run = session.serve(capture, kForComparison);
+        const Agreement agreement = agreementOf(logged, loggedRequest(run.offlineLog));
         if (used.empty() || agreement.isNearerThan(best.agreement)) {
-            best.isEndRuledOut |= !best.consistent.empty();
             best.consistent.clear();
             best.agreement = agreement;
             request.used = used;
         }
-        const bool isFurther = best.agreement.isNearerThan(agreement);
-        best.isEndRuledOut |= agreement.whole() && isFurther;
-        if (agreement.whole() && !isFurther) best.consistent.push_back(used);
+        whole += agreement.whole() ? 1 : 0;
+        if (agreement.whole() && !best.agreement.isNearerThan(agreement)) best.consistent.push_back(used);
     }
+    best.isEndRuledOut = whole > best.consistent.size();
     best.request = std::move(request);
     return best;
 }
 
-// A request of which something that no line shows is assumed otherwise.
-struct Variant {
-    Request request;
-    std::string assumption;
-};
+// What no line shows may be assumed otherwise. Each of these changes a request so, where there is reason to, and says
+// what it assumes.
+
+Queue& metaQueueOf(Request& request) { return request.queues[request.metaQueue() - request.queues.data()]; }
 
 // The list of all frames is never logged, but the place in it of a group's reference frame is.
-std::optional<Variant> withOtherList(const Account& log, const Request& request) {
-    const Queue* meta = request.metaQueue();
+std::string assumeOtherList(const Account& log, Request& request) {
+    if (request.metaQueue() == nullptr) return "";
+    FrameList& all = metaQueueOf(request).all;
     const auto place = [&](const GroupLine& group) { return (size_t{group.position} + request.need + 1) / 2; };
     const auto isInPlace = [&](const GroupLine& group) {
-        return place(group) < meta->all.size() && meta->all[place(group)] == group.referenceFrame;
+        return place(group) < all.size() && all[place(group)] == group.referenceFrame;
     };
-    if (meta == nullptr || std::all_of(log.groups.begin(), log.groups.end(), isInPlace)) return std::nullopt;
-    FrameList all(std::min<size_t>(size_t{log.groups.back().position} + request.need + 2, kMostFrames));
+    if (std::all_of(log.groups.begin(), log.groups.end(), isInPlace)) return "";
+    all.resize(std::min<size_t>(size_t{log.groups.back().position} + request.need + 2, kMostFrames));
     const size_t first = log.groups.front().referenceFrame - place(log.groups.front());
     std::iota(all.begin(), all.end(), static_cast<uint32_t>(first));
-    Variant variant{request, "list of all frames instead: numbered on from the first reference frame"};
-    metaQueueOf(variant.request).all = std::move(all);
-    return variant;
+    return "list of all frames instead: numbered on from the first reference frame";
 }
 
 // The library passes over some lost frames without a line: where a replay shows a shutter time and the log does not,
 // the frame was lost. Groups ahead of the first one logged were left out for another reason.
-std::optional<Variant> withLostFrames(Session& session, const Account& log, Request request) {
+std::string assumeLostFrames(Session& session, const Account& log, Request& request) {
     std::set<uint32_t> seen;
     for (const FrameMet& met : log.met) seen.insert(met.frame);
     std::set<uint32_t> lost;
@@ -127,32 +112,34 @@ std::optional<Variant> withLostFrames(Session& session, const Account& log, Requ
         if (lost.size() == before) break;
         lose(metaQueueOf(request), lost);
     }
-    if (lost.empty()) return std::nullopt;
-    return Variant{std::move(request), "lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line"};
+    return lost.empty() ? "" : "lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line";
 }
 
 // A core may have frames checked that were not chosen; then checks say nothing of the choice.
-std::optional<Variant> checkedAsLogged(const Account& log, Request request) {
-    if (log.checks.empty()) return std::nullopt;
+std::string assumeChecks(const LoggedRequest& logged, Request& request) {
+    if (logged.checks.empty()) return "";
     FrameList& frames = request.check.of.emplace();
-    for (const CheckLine& check : log.checks) frames.push_back(check.frame);
-    return Variant{std::move(request), "frames checked: those in the log, whether they were chosen or not"};
+    for (const LoggedRequest::Check& check : logged.checks) frames.push_back(check.frame);
+    return "frames checked: those in the log, whether they were chosen or not";
 }
 
 // Whatever brings the replay nearer to the log is assumed.
 Attempt nearest(Session& session, const LoggedRequest& logged, Finding& finding) {
     const Account& log = logged.account;
-    Attempt best = attempt(session, logged, std::move(finding.request));
-    const auto tryOut = [&](std::optional<Variant> variant) {
-        if (!variant) return;
-        Attempt other = attempt(session, logged, std::move(variant->request));
+    Attempt best = tryUsedFrames(session, logged, std::move(finding.request));
+    const auto tryOut = [&](const auto& change) {
+        Request changed = best.request;
+        const std::string assumption = change(changed);
+        if (assumption.empty()) return;
+        Attempt other = tryUsedFrames(session, logged, std::move(changed));
         if (!other.agreement.isNearerThan(best.agreement)) return;
         best = std::move(other);
-        finding.log->assumptions.push_back(variant->assumption);
+        finding.log->assumptions.push_back(assumption);
     };
-    tryOut(withOtherList(log, best.request));
-    if (best.agreement.distance() > 0) tryOut(withLostFrames(session, log, best.request));
-    if (best.consistent.empty()) tryOut(checkedAsLogged(log, best.request));
+    if (best.agreement.distance() == 0) return best;
+    tryOut([&](Request& request) { return assumeOtherList(log, request); });
+    tryOut([&](Request& request) { return assumeLostFrames(session, log, request); });
+    if (best.consistent.empty()) tryOut([&](Request& request) { return assumeChecks(logged, request); });
     return best;
 }
 
@@ -177,7 +164,7 @@ void fitToLog(Session& session, const LoggedRequest& logged, Finding& finding) {
         evidence.open = "too many frames are listed to try each as the last used one";
     }
     evidence.missing.insert(evidence.missing.end(), agreement.repetitions.begin(), agreement.repetitions.end());
-    if (!agreement.firstDifference.empty()) finding.differences.push_back(agreement.firstDifference);
+    if (!agreement.whole()) finding.differences.push_back(agreement.differences.front());
 }
 
 void survey(Session& session, Finding& finding) {
@@ -185,19 +172,21 @@ void survey(Session& session, Finding& finding) {
     std::map<uint32_t, size_t> chosen;       // by how many
     std::map<std::string, size_t> warnings;  // kinds, of how many
     Request request = finding.request;
-    if (!evidence.open.empty()) evidence.consistent.clear();
+    if (!evidence.open.empty()) {
+        evidence.consistent.clear();
+        evidence.possible = listedFrames(request);
+    }
+    const size_t all = evidence.consistent.size();
     for (const FrameList& used : evidence.consistent) {
         request.used = used;
         const Run run = session.serve(request);
         for (const uint32_t frame : std::set<uint32_t>(run.chosen().begin(), run.chosen().end())) ++chosen[frame];
         for (const Warning& each : warningsOf(request, run, accountOf(run.log))) ++warnings[each.kind];
     }
-    const size_t all = evidence.consistent.size();
     for (const auto& [frame, count] : chosen) {
         evidence.possible.push_back(frame);
         if (count == all) evidence.certain.push_back(frame);
     }
-    if (!evidence.open.empty()) evidence.possible = listedFrames(finding.request);
     for (Warning& each : finding.warnings) each.certain = all > 0 && warnings[each.kind] == all;
 }
 

@@ -28,72 +28,53 @@ std::string quoted(const LoggedLine& line) {
     return std::string("\"") + line.level + ' ' + line.function + ": " + std::string(comparable(line)) + '"';
 }
 
-class Comparison {
-public:
-    explicit Comparison(const LoggedRequest& logged) : mLogged(logged) {}
+// A line that only the replay has. That the gate's is missing is told as such.
+void lack(const LoggedRequest& log, const LoggedLine& line, bool atEnd, Agreement& out) {
+    if (isGate(line) && !log.account.showsGate()) return;
+    const char* excuse = !log.selection && !isGate(line)      ? "the selection is not in the log"
+                         : !log.notes.empty()                 ? "the log says that it lost lines"
+                         : line.level == 'D' && !log.hasDebug ? "the log has no debug lines"
+                         : atEnd && !log.ended                ? "the log ends within the request"
+                                                              : nullptr;
+    if (excuse == nullptr) return out.differences.push_back("the log lacks " + quoted(line));
+    ++out.excused;
+    out.excuses.insert(excuse);
+}
 
-    // Walks two sequences of lines side by side, and skips what only one of them has.
-    void walk(const Lines& logged, const Lines& replayed) {
-        auto at = replayed.begin();
-        for (auto line = logged.begin(); line != logged.end(); ++line) {
-            ++out.lines;
-            const auto end = at + std::min<std::ptrdiff_t>(replayed.end() - at, kLookahead);
-            const auto found = std::find_if(at, end, [line](const LoggedLine& each) { return isSame(*line, each); });
-            if (found != end) {
-                while (at != found) lack(*at++, false);
-                ++out.reproduced;
-                ++at;
-            } else if (line != logged.begin() && isSame(*line, *std::prev(line))) {
-                --out.lines;
-                out.repetitions.push_back("the log repeats a line: " + quoted(*line));
-            } else {
-                differ("the log has " + quoted(*line) + ", the replay " +
-                       (at != replayed.end() ? quoted(*at) : "ends"));
-            }
-        }
-        while (at != replayed.end()) lack(*at++, true);
-    }
-
-    Agreement out;
-
-private:
-    // A line that only the replay has. That the gate's is missing is told as such.
-    void lack(const LoggedLine& line, bool atEnd) {
-        if (isGate(line) && !mLogged.account.showsGate()) return;
-        const char* excuse = !mLogged.selection && !isGate(line)      ? "the selection is not in the log"
-                             : !mLogged.notes.empty()                 ? "the log says that it lost lines"
-                             : line.level == 'D' && !mLogged.hasDebug ? "the log has no debug lines"
-                             : atEnd && !mLogged.ended                ? "the log ends within the request"
-                                                                      : nullptr;
-        if (excuse != nullptr) {
-            ++out.excused;
-            out.excuses.insert(excuse);
+// Walks two sequences of lines side by side, and skips what only one of them has.
+void walk(const LoggedRequest& log, const Lines& logged, const Lines& replayed, Agreement& out) {
+    auto at = replayed.begin();
+    for (auto line = logged.begin(); line != logged.end(); ++line) {
+        ++out.lines;
+        const auto end = at + std::min<std::ptrdiff_t>(replayed.end() - at, kLookahead);
+        const auto found = std::find_if(at, end, [line](const LoggedLine& each) { return isSame(*line, each); });
+        if (found != end) {
+            while (at != found) lack(log, *at++, false, out);
+            ++out.reproduced;
+            ++at;
+        } else if (line != logged.begin() && isSame(*line, *std::prev(line))) {
+            --out.lines;
+            out.repetitions.push_back("the log repeats a line: " + quoted(*line));
         } else {
-            ++out.unexpected;
-            differ("the log lacks " + quoted(line));
+            out.differences.push_back("the log has " + quoted(*line) + ", the replay " +
+                                      (at != replayed.end() ? quoted(*at) : "ends"));
         }
     }
-
-    void differ(const std::string& what) {
-        if (out.firstDifference.empty()) out.firstDifference = what;
-    }
-
-    const LoggedRequest& mLogged;
-};
+    while (at != replayed.end()) lack(log, *at++, true, out);
+}
 
 }  // namespace
 
 Agreement agreementOf(const LoggedRequest& logged, const LoggedRequest& replayed) {
-    Comparison comparison(logged);
-    comparison.walk(logged.lines, replayed.lines);
+    Agreement out;
+    walk(logged, logged.lines, replayed.lines, out);
     // Which frames are checked, and how often, is the core's choice.
     for (const LoggedRequest::Check& check : logged.checks) {
-        const auto same =
-            std::find_if(replayed.checks.begin(), replayed.checks.end(),
-                         [&check](const LoggedRequest::Check& each) { return each.frame == check.frame; });
-        comparison.walk(check.lines, same != replayed.checks.end() ? same->lines : Lines());
+        const auto isSameFrame = [&check](const LoggedRequest::Check& each) { return each.frame == check.frame; };
+        const auto same = std::find_if(replayed.checks.begin(), replayed.checks.end(), isSameFrame);
+        walk(logged, check.lines, same != replayed.checks.end() ? same->lines : Lines(), out);
     }
-    return std::move(comparison.out);
+    return out;
 }
 
 }  // namespace replay

@@ -173,9 +173,9 @@ void setChecks(const LoggedRequest& logged, Queue checked, Finding& out) {
     }
     request.queues.push_back(std::move(checked));
     assume(out, "sensor modes of frames that were not checked: 0");
-    if (!log.checks.empty()) {
-        request.check.role = log.checks.back().role;
-        request.check.aiHlFrames = log.checks.back().aiHlFrames;
+    if (log.check) {
+        request.check.role = log.check->role;
+        request.check.aiHlFrames = log.check->aiHlFrames;
     }
     if (log.desiredMode) (*request.metadata)[kSensorMode] = tagValue(kSensorMode, *log.desiredMode);
     if (!logged.hasDebug || log.checkReadsMetadata) return;
