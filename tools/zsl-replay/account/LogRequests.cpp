@@ -79,7 +79,6 @@ void RequestCollector::add(LoggedLine line) {
         request = nullptr;
     }
     if (request == nullptr && mOpen.size() == kMostOpen) {
-        mOpen.front().ended = true;
         mHandler(mOpen.front());
         mOpen.pop_front();
     }

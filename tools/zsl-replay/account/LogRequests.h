@@ -26,7 +26,7 @@ struct LoggedRequest {
     std::vector<std::string> unread;  // lines that are cut, damaged or unknown
     bool selection = false;           // has lines of the selection
     bool hasDebug = false;            // has debug lines
-    bool ended = false;               // no more of it is to be expected, as others have followed
+    bool ended = false;               // a later request of the same thread follows
 
     // Adds a line of this request where it belongs.
     void add(LoggedLine&& line);
