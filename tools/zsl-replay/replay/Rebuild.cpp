@@ -100,7 +100,8 @@ FrameList completed(const char* name, ListKind kind, const std::optional<FrameLi
 
 // `count` intervals later. Damaged lines may show any time: what is beyond 64 bits wraps.
 int64_t later(int64_t ns, int64_t intervalNs, int64_t count) {
-    return static_cast<int64_t>(static_cast<uint64_t>(ns) + static_cast<uint64_t>(intervalNs) * count);
+    return static_cast<int64_t>(static_cast<uint64_t>(ns) +
+                                static_cast<uint64_t>(intervalNs) * static_cast<uint64_t>(count));
 }
 
 // Frames that no line shows a time of follow those before them at the mean interval.
