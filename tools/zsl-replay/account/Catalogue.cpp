@@ -41,12 +41,12 @@ void Account::addStrategy(std::string_view strategy) {
 
 const std::vector<CatalogueEntry>& catalogue() {
     using Functions = std::vector<std::string_view>;
-    const Functions gate = {"isSelectorNeeded"};
-    const Functions driver = {"selectZSLFrames"};
-    const Functions searching = {kZeroDelay, kSnsc2};
-    const Functions grouping = {"selectFramesForLbmfAndHdr", "selectFramesForBinningAndHdr"};
-    const Functions checking = {"checkDesiredSensorMode"};
-    const Functions reading = {"operator()"};  // a lambda's name
+    static const Functions gate = {"isSelectorNeeded"};
+    static const Functions driver = {"selectZSLFrames"};
+    static const Functions searching = {kZeroDelay, kSnsc2};
+    static const Functions grouping = {"selectFramesForLbmfAndHdr", "selectFramesForBinningAndHdr"};
+    static const Functions checking = {"checkDesiredSensorMode"};
+    static const Functions reading = {"operator()"};  // a lambda's name
     // clang-format off
     static const std::vector<CatalogueEntry> entries = {
         {'D', "disable motion zsl selector", gate,
