@@ -47,47 +47,37 @@ TEST(Catalogue, HoldsTheLibrarysMessagesAndNoOther) {
     EXPECT_GT(inSources.size(), 30U);
 }
 
-// "7 -5 [name] 1 2": its numbers, the name and the frames.
-std::string said(const replay::LoggedLine& line) {
+// What a line says: its numbers, the name and the frames, as in "7 -5 [name] 1 2".
+std::string said(const char* function, const char* text, bool isCut = false) {
+    replay::LoggedLine line;
+    line.function = function;
+    line.text = text;
+    line.isCut = isCut;
+    replay::readMessage(line);
     if (line.entry == nullptr) return "no such message";
-    std::ostringstream text;
-    for (const int64_t number : line.numbers) text << number << ' ';
-    text << '[' << line.name << ']';
-    for (const uint32_t frame : line.frames) text << ' ' << frame;
-    return text.str();
+    std::ostringstream out;
+    for (const int64_t number : line.numbers) out << number << ' ';
+    out << '[' << line.name << ']';
+    for (const uint32_t frame : line.frames) out << ' ' << frame;
+    return out.str();
 }
 
-struct Row {
-    const char* function;
-    const char* text;
-    bool isCut;
-    const char* said;
-};
-
 TEST(Catalogue, ReadsCutAndDamagedLinesAsFarAsTheyGo) {
-    const Row rows[] = {
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9", false, "7 -5 9 []"},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:x curTime:9", false, "no such message"},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9 more", false, "no such message"},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:99999999999999999999 curTime:9", false, "no such message"},
-        {"isSelectorNeeded", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9", false, "no such message"},
-        {"selectZSLFramesForSNSCBinning2",
-         "[ZSLSelector] fwkFrame:7 ZSLAnchor offset:18446744073709551615 csbegin:2 consumerQ[1 ]", false,
-         "7 -1 2 [] 1"},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 [a] b] Current Consumer list: 1 2", false, "7 [a] b] 1 2"},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 [a] Current Consumer list: 1 x", false, "no such message"},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 [a] Current Consumer list: 1 2 13", true, "7 [a] 1 2"},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 [a] Current Consu", true, "no such message"},
-        {"selectZSLFramesForSNSCBinning1", "[ZSLSelector] consumer: finalList:", false, "[]"},
-    };
-    for (const Row& row : rows) {
-        replay::LoggedLine line;
-        line.function = row.function;
-        line.text = row.text;
-        line.isCut = row.isCut;
-        replay::readMessage(line);
-        EXPECT_EQ(said(line), row.said) << row.text;
-    }
+    const char* const driver = "selectZSLFrames";
+    const std::string none = "no such message";
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9"), "7 -5 9 []");
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:x curTime:9"), none);
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9 more"), none);
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:99999999999999999999 curTime:9"), none);
+    EXPECT_EQ(said("isSelectorNeeded", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9"), none);
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] b] Current Consumer list: 1 2"), "7 [a] b] 1 2");
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consumer list: 1 x"), none);
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consumer list: 1 2 13", true), "7 [a] 1 2");
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consu", true), none);
+    EXPECT_EQ(said("selectZSLFramesForSNSCBinning1", "[ZSLSelector] consumer: finalList:"), "[]");
+    EXPECT_EQ(said("selectZSLFramesForSNSCBinning2",
+                   "[ZSLSelector] fwkFrame:7 ZSLAnchor offset:18446744073709551615 csbegin:2 consumerQ[1 ]"),
+              "7 -1 2 [] 1");
 }
 
 }  // namespace
