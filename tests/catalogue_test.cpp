@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <sstream>
 
 #include "account/Catalogue.h"
 
@@ -46,34 +47,37 @@ TEST(Catalogue, HoldsTheLibrarysMessagesAndNoOther) {
     EXPECT_GT(inSources.size(), 30U);
 }
 
-struct Row {
-    const char* function;
-    const char* text;
-    bool cut;
-    size_t fields;  // that are read; 0: no such message
-    int64_t last;   // number of the last
-};
+// What a line says: its numbers, the name and the frames, as in "7 -5 [name] 1 2".
+std::string said(const char* function, const char* text, bool isCut = false) {
+    replay::LoggedLine line;
+    line.function = function;
+    line.text = text;
+    line.isCut = isCut;
+    replay::readMessage(line);
+    if (line.entry == nullptr) return "no such message";
+    std::ostringstream out;
+    for (const int64_t number : line.numbers) out << number << ' ';
+    out << '[' << line.name << ']';
+    for (const uint32_t frame : line.frames) out << ' ' << frame;
+    return out.str();
+}
 
 TEST(Catalogue, ReadsCutAndDamagedLinesAsFarAsTheyGo) {
-    const Row rows[] = {
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9", false, 3, 9},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9", true, 2, -5},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:x curTime:9", false, 0, 0},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9 more", false, 0, 0},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 zsdTs:99999999999999999999 curTime:9", false, 0, 0},
-        {"isSelectorNeeded", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9", false, 0, 0},
-        {"selectZSLFramesForSNSCBinning2",
-         "[ZSLSelector] fwkFrame:7 ZSLAnchor offset:18446744073709551615 csbegin:2 consumerQ[1 ]", false, 4, 0},
-        {"selectZSLFrames", "[ZSLSelector] fwkFrame:7 [a] b] Current Consumer list: 1 2", false, 3, 0},
-        {"selectZSLFramesForSNSCBinning1", "[ZSLSelector] consumer: finalList:", false, 1, 0},
-    };
-    for (const Row& row : rows) {
-        const auto line = replay::matchLine(row.function, row.text, row.cut);
-        EXPECT_EQ(line ? line->fieldCount : 0, row.fields) << row.text;
-        EXPECT_EQ(line ? line->fields[line->fieldCount - 1].number : 0, row.last) << row.text;
-    }
-    EXPECT_EQ(replay::matchLine(rows[6].function, rows[6].text, false)->fields[1].number, -1);
-    EXPECT_EQ(replay::matchLine(rows[7].function, rows[7].text, false)->fields[1].text, "a] b");
+    const char* const driver = "selectZSLFrames";
+    const std::string none = "no such message";
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9"), "7 -5 9 []");
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:x curTime:9"), none);
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9 more"), none);
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:99999999999999999999 curTime:9"), none);
+    EXPECT_EQ(said("isSelectorNeeded", "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9"), none);
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] b] Current Consumer list: 1 2"), "7 [a] b] 1 2");
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consumer list: 1 x"), none);
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consumer list: 1 2 13", true), "7 [a] 1 2");
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consu", true), none);
+    EXPECT_EQ(said("selectZSLFramesForSNSCBinning1", "[ZSLSelector] consumer: finalList:"), "[]");
+    EXPECT_EQ(said("selectZSLFramesForSNSCBinning2",
+                   "[ZSLSelector] fwkFrame:7 ZSLAnchor offset:18446744073709551615 csbegin:2 consumerQ[1 ]"),
+              "7 -1 2 [] 1");
 }
 
 }  // namespace

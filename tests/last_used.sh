@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# No line of a log shows the last used frame. Ten captures in every mode, of which it is known here, and what the report
+# No line of a log shows the last used frame. Captures in every mode, of which it is known here, and what the report
 # makes of their log: what is certain and what is possible is what the library chooses for all and for some of those last
 # used frames with which it logs the same.
 set -u
@@ -27,6 +27,7 @@ requests:
    queues: [{<<: *meta, consumer: {first: 98, count: 10}, frames: {first: 98, count: 12, shutter: 1000000000, interval: 33000000}}]}
 - {name: HDR in fours, used: [101], metadata: {<<: *plain, nexaro.hdr.enabled: 1, nexaro.camera.zoseamlesspolicy.result: [[0, 8]]}}
 - {name: HDR in a mode that selects nothing, used: [103], metadata: {<<: *plain, nexaro.hdr.enabled: 1, nexaro.camera.zoseamlesspolicy.result: [[0, 5]]}}
+- {name: producer frames lost in silence, need: 1, used: [107], queues: [{<<: *meta, lost: [107, 108, 109]}, {<<: *meta, name: info, type: 2}]}
 - {name: end, select: gated}
 CASE
 "$replay" --log "$work/case.yaml" > "$work/log"
@@ -44,5 +45,6 @@ diff - "$work/found" <<'TABLE' # what was selected, is certain, is possible
 98,99,100|98,99,100|98,99,100
 104|104|104
 -||
+108,109|108,109|108,109
 -||
 TABLE

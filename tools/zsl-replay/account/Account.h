@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -53,19 +54,14 @@ struct AnchorLine {
 struct GroupLine {
     uint32_t position;  // in the list of all frames
     uint32_t referenceFrame;
-    int64_t referenceTimeNs;
     int64_t timeDiffNs;
     uint32_t nearestPosition;  // so far
 };
 
-// One frame's sensor-mode check.
-struct CheckAccount {
-    uint32_t frame = 0;
-    int32_t role = 0;
-    int32_t aiHlFrames = 0;
-    bool held = true;               // the frame-info queue holds the frame
-    uint32_t mode = 0;              // its mode there
-    std::optional<int32_t> wanted;  // the mode that the request's tag names; absent: no such tag, or no metadata
+// The first line of a frame's sensor-mode check.
+struct CheckLine {
+    int32_t role;
+    int32_t aiHlFrames;
 };
 
 struct Account {
@@ -74,7 +70,7 @@ struct Account {
     std::optional<GateLine> gate;
     bool noMetaQueue = false;
     std::optional<std::string> queueName;  // of the metadata queue
-    std::optional<FrameList> consumer;     // the lists as the driver logged them
+    std::optional<FrameList> consumer;     // the lists as the driver logged them; of cut ones the frames that are whole
     std::optional<FrameList> producer;
     std::optional<std::pair<uint32_t, uint32_t>> policy;  // sensor id and mode
     std::optional<DriverLine> driver;
@@ -87,14 +83,17 @@ struct Account {
     std::vector<FrameNotHeld> notHeld;
     std::optional<AnchorLine> anchor;
     std::vector<GroupLine> groups;
-    std::optional<FrameList> beforeThinning;
+    std::optional<FrameList> beforeThinning;  // where they are not cut
     std::optional<FrameList> afterThinning;
-    std::vector<CheckAccount> checks;
-    std::vector<std::string> unread;  // what a line should say and does not, cut or damaged as it is
-};
+    std::optional<CheckLine> check;                           // of the last frame checked
+    std::map<uint32_t, std::optional<uint32_t>> sensorModes;  // of checked frames; absent: the queue does not hold it
+    bool checkReadsMetadata = false;                          // there is a metadata object
+    std::optional<int32_t> desiredMode;                       // that a tag in it names
 
-// A strategy that a line names.
-void addStrategy(Account& account, std::string_view strategy);
+    bool showsGate() const { return disabled || gate; }
+    bool hasLists() const { return consumer || producer; }
+    void addStrategy(std::string_view strategy);
+};
 
 // The account of one request's lines, as a replay has logged them.
 Account accountOf(const std::vector<desk::LogLine>& lines);

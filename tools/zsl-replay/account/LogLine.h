@@ -2,10 +2,14 @@
 
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "capture/Case.h"
 #include "capture/InputFile.h"
 #include "desk/LogSink.h"
 
@@ -19,27 +23,37 @@ struct Message {
 };
 std::optional<Message> splitMessage(std::string_view logged);
 
+struct CatalogueEntry;
+
 // A message of the selector, as a log shows it.
 struct LoggedLine {
     int pid = 0;
     int tid = 0;
     char level = 'D';
-    std::string tag;
-    std::string message;
-    std::string time;       // as the log writes it; empty for a replay's line
-    size_t number = 0;      // in its file
-    bool cut = false;       // its end is missing
-    bool isCheck = false;   // of the sensor-mode check, not of the selector itself
-    size_t functionAt = 0;  // in the message
-    size_t textAt = 0;
+    std::string function;  // that logs; empty: the log's own note on lines that it dropped ("chatty")
+    std::string text;      // without blanks at its end, which get lost where logs are copied
+    std::string time;      // as the log writes it; empty for a replay's line
+    size_t number = 0;     // in its file
+    bool isCut = false;    // its end is missing
+    bool isCheck = false;  // of the sensor-mode check, not of the selector itself
 
-    bool isChatty() const { return tag == "chatty"; }  // the log's own note on lines that it dropped
-    std::string_view function() const { return std::string_view(message).substr(functionAt, textAt - functionAt - 2); }
-    std::string_view text() const { return std::string_view(message).substr(textAt); }
+    // What it says, as the catalogue knows it.
+    const CatalogueEntry* entry = nullptr;  // null: it is damaged or unknown
+    std::vector<int64_t> numbers;           // one beyond 63 bits as its 64-bit two's complement
+    std::string name;                       // of a queue
+    FrameList frames;                       // at its end; where it is cut, those that are whole
+
+    // Numbers as they were before they were printed. A line that holds a larger one does not come out of a replay
+    // again, which tells.
+    uint32_t unsigned32(size_t i) const { return static_cast<uint32_t>(numbers[i]); }
+    int32_t signed32(size_t i) const { return static_cast<int32_t>(numbers[i]); }
+
+    bool isFirst() const;                      // of a selection, or of a frame's check
+    std::optional<uint32_t> fwkFrame() const;  // where it shows that
 };
-LoggedLine loggedLine(const desk::LogLine& line);
 
-// The selector's line, or a note on dropped ones, that a line of a log holds.
+// The selector's line, or a note on dropped ones, that a line of a log holds; that a replay has logged.
 std::optional<LoggedLine> selectorLine(const InputFile::Line& line);
+std::optional<LoggedLine> selectorLine(const desk::LogLine& line);
 
 }  // namespace replay

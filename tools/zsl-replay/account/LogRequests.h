@@ -4,12 +4,10 @@
 
 #include <deque>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "account/Account.h"
-#include "account/Catalogue.h"
 #include "account/LogLine.h"
 
 namespace replay {
@@ -17,29 +15,35 @@ namespace replay {
 // The lines of one request.
 struct LoggedRequest {
     struct Check {
-        int thread = 0;
+        uint32_t frame;  // 0 where no line shows it
         std::vector<LoggedLine> lines;
     };
 
     std::vector<LoggedLine> lines;  // of the gate and the selection
     std::vector<Check> checks;      // of the sensor-mode check, one a frame
-    Account account;                // its checks are these, one by one
-    std::optional<uint32_t> fwkFrame;
-    std::vector<std::string> notes;  // what the log itself says is missing, or what was given up
-    bool selection = false;          // has lines of the selection
-    bool ended = false;              // a later request of the same thread follows
+    Account account;
+    std::vector<std::string> notes;   // what the log itself says is missing, or what was given up
+    std::vector<std::string> unread;  // lines that are cut, damaged or unknown
+    bool selection = false;           // has lines of the selection
+    bool hasDebug = false;            // has debug lines
+    bool ended = false;               // a later request of the same thread follows
 
     // Adds a line of this request where it belongs.
-    void add(LoggedLine&& line, const std::optional<MatchedLine>& matched);
     void add(LoggedLine&& line);
 
     const LoggedLine& firstLine() const { return lines.empty() ? checks.front().lines.front() : lines.front(); }
 
+    // Whether a line of its thread begins another request.
+    bool endsBefore(const LoggedLine& line) const;
+
 private:
-    void addCheckLine(LoggedLine&& line, const std::optional<MatchedLine>& matched);
+    Check& checkOf(const LoggedLine& line);
 
     size_t mBytes = 0;
 };
+
+// A request's lines, as a replay has logged them.
+LoggedRequest loggedRequest(const std::vector<desk::LogLine>& lines);
 
 // Collects lines as they come and hands every request on, in the order they began, once no more of it is to be
 // expected. Requests of one process and thread follow each other; the checks of one may come later, from any thread of
@@ -53,10 +57,7 @@ public:
     void finish();
 
 private:
-    LoggedRequest* latest(const LoggedLine& line);
-    LoggedRequest* checkedBy(const LoggedLine& line, const std::optional<MatchedLine>& matched);
-    LoggedRequest& begin(LoggedRequest* before);
-    void handOver();
+    LoggedRequest* requestOf(const LoggedLine& line);
 
     Handler mHandler;
     std::deque<LoggedRequest> mOpen;

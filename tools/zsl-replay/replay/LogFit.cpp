@@ -20,217 +20,151 @@ constexpr int kMostRounds = 64;      // in search of lost frames: each shows wha
 FrameList listedFrames(const Request& request) {
     const Queue* meta = request.metaQueue();
     if (meta == nullptr) return {};
-    const FrameList order = meta->deliveryOrder();
-    std::set<uint32_t> frames(order.begin(), order.end());
-    frames.insert(meta->all.begin(), meta->all.end());
+    std::set<uint32_t> frames(meta->all.begin(), meta->all.end());
+    for (const uint32_t frame : meta->deliveryOrder()) frames.insert(frame);
     return {frames.begin(), frames.end()};
 }
 
-bool logsTheSame(const std::vector<desk::LogLine>& a, const std::vector<desk::LogLine>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](const desk::LogLine& x, const desk::LogLine& y) { return x.message == y.message; });
+// Last used frames that can make a difference: none, and each listed one.
+std::vector<FrameList> usedCandidates(const Request& request) {
+    std::vector<FrameList> candidates = {{}};
+    const FrameList listed = listedFrames(request);
+    if (listed.size() > kMostListed) return candidates;
+    for (const uint32_t frame : listed) candidates.push_back({frame});
+    return candidates;
 }
 
-LoggedRequest replayedRequest(const Run& run) {
-    LoggedRequest request;
-    for (const desk::LogLine& line : run.offlineLog) request.add(loggedLine(line));
-    return request;
+std::string usedWords(const Request& request, const std::vector<FrameList>& consistent) {
+    const std::string words = "last used frame: " + join(request.used);
+    const size_t listed = usedCandidates(request).size() - 1;
+    if (listed == 0) return words;
+    const size_t others = consistent.size() - std::count(consistent.begin(), consistent.end(), FrameList());
+    return words + "; of the " + std::to_string(listed) + " listed, " + std::to_string(others) + " bring them out";
 }
 
-// Frames that an account shows a time of, in the order of its lines.
-FrameList timedFrames(const Account& account) {
-    FrameList frames;
-    for (const FrameMet& met : account.met) {
-        if (met.shutterTimeNs) frames.push_back(met.frame);
-    }
-    for (const GroupLine& group : account.groups) frames.push_back(group.referenceFrame);
-    return frames;
-}
-
-std::string usedWords(const FrameList& shown, size_t consistent, size_t listed) {
-    const std::string words = "last used frame: " + join(shown);
-    if (listed == 0) return words + ", as no line shows one";
-    if (consistent == 0) return words + ", which comes nearest to the log's lines";
-    return words + "; of the " + std::to_string(listed) + " listed, " +
-           std::to_string(consistent - (shown.empty() ? 1 : 0)) + " bring them out";
-}
-
-// A rebuilt request, replayed.
+// A request with the last used frame that comes nearest to the log's lines.
 struct Attempt {
-    Finding finding;
-    LoggedRequest replayed;  // the replay's lines
+    Request request;
     Agreement agreement;
+    std::vector<FrameList> consistent;  // the last used frames that bring out the lines
+    bool isEndRuledOut = false;         // others would, if the log ended within the request
 };
 
-class LogFit {
-public:
-    LogFit(Session& session, const LoggedRequest& logged, Finding rebuilt)
-        : mSession(session), mLogged(logged), mBest(attempt(std::move(rebuilt))) {}
-    Attempt find();
-
-private:
-    Attempt attempt(Finding finding);
-    void takeIfNearer(Attempt tried, const std::string& assumption);
-    void searchAllList();
-    void searchLostFrames();
-    void tryLastUsedFrames(Attempt& attempt);
-    void checkAsLogged(Attempt tried);
-
-    Session& mSession;
-    const LoggedRequest& mLogged;
-    Attempt mBest;
-};
-
-Attempt LogFit::attempt(Finding finding) {
-    finding.run = mSession.serve(finding.request, kForComparison);
-    Attempt result{std::move(finding), {}, {}};
-    result.replayed = replayedRequest(result.finding.run);
-    result.agreement = agreementOf(mLogged, result.replayed);
-    return result;
-}
-
-void LogFit::takeIfNearer(Attempt tried, const std::string& assumption) {
-    if (tried.agreement.distance() >= mBest.agreement.distance()) return;
-    mBest = std::move(tried);
-    mBest.finding.log->assumptions.push_back(assumption);
-}
-
-Attempt LogFit::find() {
-    if (mLogged.selection) {
-        searchAllList();
-        searchLostFrames();
+// No line shows the last used frame: none, and each listed one, are tried. The one that is shown is none if that is
+// consistent, else the lowest that is, else the one that comes nearest.
+Attempt tryUsedFrames(Session& session, const LoggedRequest& logged, Request request) {
+    Attempt best;
+    size_t whole = 0;
+    Capture capture = session.prepare(request);
+    for (const FrameList& used : usedCandidates(request)) {
+        capture.info.usedZslFrames = used;
+        const Run run = session.serve(capture, kForComparison);
+        const Agreement agreement = agreementOf(logged, loggedRequest(run.offlineLog));
+        if (used.empty() || agreement.isNearerThan(best.agreement)) {
+            best.consistent.clear();
+            best.agreement = agreement;
+            request.used = used;
+        }
+        whole += agreement.whole() ? 1 : 0;
+        if (agreement.whole() && !best.agreement.isNearerThan(agreement)) best.consistent.push_back(used);
     }
-    Attempt untried = mBest;
-    tryLastUsedFrames(mBest);
-    if (mBest.finding.log->consistent.empty() && !mLogged.checks.empty()) checkAsLogged(std::move(untried));
-    return std::move(mBest);
+    best.isEndRuledOut = whole > best.consistent.size();
+    best.request = std::move(request);
+    return best;
 }
 
-// The list of all frames is never logged. The reference frames tell whether it is as assumed.
-void LogFit::searchAllList() {
-    const std::vector<GroupLine>& groups = mLogged.account.groups;
-    const Request& request = mBest.finding.request;
-    const Queue* meta = request.metaQueue();
-    if (meta == nullptr || (groups.empty() && mBest.replayed.account.groups.empty())) return;
-    const auto reference = [&](const GroupLine& group) { return (size_t{group.position} + request.need + 1) / 2; };
-    const auto refuted = std::find_if(groups.begin(), groups.end(), [&](const GroupLine& group) {
-        return reference(group) >= meta->all.size() || meta->all[reference(group)] != group.referenceFrame;
-    });
-    std::vector<std::string>& assumptions = mBest.finding.log->assumptions;
-    const std::string assumed = "list of all frames: consumer, then producer, which ";
-    if (refuted == groups.end()) {
-        assumptions.push_back(assumed + std::to_string(groups.size()) + " reference frames in the log confirm");
-        return;
-    }
-    assumptions.push_back(assumed + "reference frame " + std::to_string(refuted->referenceFrame) + " refutes");
-    // As long as the last group takes, and numbered so that the first reference frame is in its place.
-    Finding variant = mBest.finding;
-    FrameList all(std::min<size_t>(size_t{groups.back().position} + request.need + 2, kMostFrames));
-    std::iota(all.begin(), all.end(), static_cast<uint32_t>(groups.front().referenceFrame - reference(groups.front())));
-    variant.request.queues[meta - request.queues.data()].all = std::move(all);
-    takeIfNearer(attempt(std::move(variant)), "list of all frames instead: numbered on from the first reference frame");
+// What no line shows may be assumed otherwise. Each of these changes a request so, where there is reason to, and says
+// what it assumes.
+
+Queue& metaQueueOf(Request& request) { return request.queues[request.metaQueue() - request.queues.data()]; }
+
+// The list of all frames is never logged, but the place in it of a group's reference frame is.
+std::string assumeOtherList(const Account& log, Request& request) {
+    if (request.metaQueue() == nullptr) return "";
+    FrameList& all = metaQueueOf(request).all;
+    const auto place = [&](const GroupLine& group) { return (size_t{group.position} + request.need + 1) / 2; };
+    const auto isInPlace = [&](const GroupLine& group) {
+        return place(group) < all.size() && all[place(group)] == group.referenceFrame;
+    };
+    if (std::all_of(log.groups.begin(), log.groups.end(), isInPlace)) return "";
+    all.resize(std::min<size_t>(size_t{log.groups.back().position} + request.need + 2, kMostFrames));
+    const size_t first = log.groups.front().referenceFrame - place(log.groups.front());
+    std::iota(all.begin(), all.end(), static_cast<uint32_t>(first));
+    return "list of all frames instead: numbered on from the first reference frame";
 }
 
 // The library passes over some lost frames without a line: where a replay shows a shutter time and the log does not,
 // the frame was lost. Groups ahead of the first one logged were left out for another reason.
-void LogFit::searchLostFrames() {
-    if (mBest.agreement.distance() == 0) return;
-    const FrameList logged = timedFrames(mLogged.account);
-    const std::set<uint32_t> seen(logged.begin(), logged.end());
+std::string assumeLostFrames(Session& session, const Account& log, Request& request) {
+    std::set<uint32_t> seen;
+    for (const FrameMet& met : log.met) seen.insert(met.frame);
     std::set<uint32_t> lost;
-    Attempt tried = mBest;
+    request.used.clear();
     for (int round = 0; round < kMostRounds; ++round) {
+        const Account replayed = accountOf(session.serve(request, kForComparison).offlineLog);
         const size_t before = lost.size();
-        bool begun = tried.replayed.account.groups.empty();
-        for (const uint32_t frame : timedFrames(tried.replayed.account)) {
-            begun = begun || seen.count(frame) > 0;
-            if (begun && seen.count(frame) == 0) lost.insert(frame);
+        bool begun = replayed.groups.empty();
+        for (const FrameMet& met : replayed.met) {
+            const bool isSeen = seen.count(met.frame) > 0;
+            begun |= isSeen;
+            if (begun && !isSeen) lost.insert(met.frame);
         }
         if (lost.size() == before) break;
-        for (Queue& queue : tried.finding.request.queues) {
-            if (&queue == tried.finding.request.metaQueue()) lose(queue, lost);
-        }
-        tried = attempt(std::move(tried.finding));
+        lose(metaQueueOf(request), lost);
     }
-    takeIfNearer(std::move(tried), "lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line");
+    return lost.empty() ? "" : "lost: " + join({lost.begin(), lost.end()}) + ", passed over without a line";
 }
 
 // A core may have frames checked that were not chosen; then checks say nothing of the choice.
-void LogFit::checkAsLogged(Attempt tried) {
-    FrameList& frames = tried.finding.request.check.of.emplace();
-    for (const CheckAccount& check : mLogged.account.checks) frames.push_back(check.frame);
-    tried.finding.log->assumptions.push_back("frames checked: those in the log, whether they were chosen or not");
-    tried = attempt(std::move(tried.finding));
-    tryLastUsedFrames(tried);
-    if (!tried.finding.log->consistent.empty()) mBest = std::move(tried);
+std::string assumeChecks(const LoggedRequest& logged, Request& request) {
+    if (logged.checks.empty()) return "";
+    FrameList& frames = request.check.of.emplace();
+    for (const LoggedRequest::Check& check : logged.checks) frames.push_back(check.frame);
+    return "frames checked: those in the log, whether they were chosen or not";
 }
 
-// No line shows the last used frame: none, and each listed one, are tried. The one that is shown is none if that is
-// consistent, else the lowest that is, else the one that comes nearest.
-void LogFit::tryLastUsedFrames(Attempt& attempt) {
-    struct Candidate {
-        FrameList used;
-        Agreement agreement;
+// Whatever brings the replay nearer to the log is assumed.
+Attempt nearest(Session& session, const LoggedRequest& logged, Finding& finding) {
+    const Account& log = logged.account;
+    Attempt best = tryUsedFrames(session, logged, std::move(finding.request));
+    const auto tryOut = [&](const auto& change) {
+        Request changed = best.request;
+        const std::string assumption = change(changed);
+        if (assumption.empty()) return;
+        Attempt other = tryUsedFrames(session, logged, std::move(changed));
+        if (!other.agreement.isNearerThan(best.agreement)) return;
+        best = std::move(other);
+        finding.log->assumptions.push_back(assumption);
     };
-    Request& request = attempt.finding.request;
-    Evidence& evidence = *attempt.finding.log;
-    FrameList listed = attempt.finding.run.outcome.selected ? listedFrames(request) : FrameList();
-    if (listed.size() > kMostListed) {
-        evidence.open = "too many frames are listed to try each as the last used one";
-        listed.clear();
-    }
-    std::vector<Candidate> candidates = {{{}, attempt.agreement}};
-    std::vector<desk::LogLine> lines = attempt.finding.run.offlineLog;
-    Capture capture = mSession.prepare(request);
-    for (const uint32_t frame : listed) {
-        capture.info.usedZslFrames = {frame};
-        Run run = mSession.serve(capture, kForComparison);
-        // Most candidates log what the one before did.
-        const bool isKnown = logsTheSame(run.offlineLog, lines);
-        candidates.push_back(
-            {{frame}, isKnown ? candidates.back().agreement : agreementOf(mLogged, replayedRequest(run))});
-        lines = std::move(run.offlineLog);
-    }
-
-    // Excuses are for what the log lacks; where one candidate needs fewer of them, the log does not lack so much.
-    const auto isNearer = [](const Candidate& a, const Candidate& b) {
-        const bool whole = a.agreement.whole();
-        return whole != b.agreement.whole() ? whole : a.agreement.distance() < b.agreement.distance();
-    };
-    const Candidate& shown = *std::min_element(candidates.begin(), candidates.end(), isNearer);
-    bool wouldEnd = false;
-    for (const Candidate& each : candidates) {
-        if (!each.agreement.whole()) continue;
-        if (!isNearer(shown, each)) evidence.consistent.push_back(each.used);
-        wouldEnd |= isNearer(shown, each);
-    }
-    evidence.assumptions.push_back(usedWords(shown.used, evidence.consistent.size(), listed.size()));
-    if (wouldEnd) evidence.assumptions.push_back("the log does not end within the request");
-    request.used = shown.used;
-    attempt.agreement = shown.agreement;
+    if (best.agreement.distance() == 0) return best;
+    tryOut([&](Request& request) { return assumeOtherList(log, request); });
+    tryOut([&](Request& request) { return assumeLostFrames(session, log, request); });
+    if (best.consistent.empty()) tryOut([&](Request& request) { return assumeChecks(logged, request); });
+    return best;
 }
 
 }  // namespace
 
 void fitToLog(Session& session, const LoggedRequest& logged, Finding& finding) {
-    Attempt found = LogFit(session, logged, std::move(finding)).find();
-    finding = std::move(found.finding);
-    const Agreement& agreement = found.agreement;
+    Attempt best = nearest(session, logged, finding);
+    finding.request = std::move(best.request);
+    const Agreement& agreement = best.agreement;
     Evidence& evidence = *finding.log;
     evidence.lines = agreement.lines;
     evidence.reproduced = agreement.reproduced;
-    evidence.missing.insert(evidence.missing.end(), agreement.missing.begin(), agreement.missing.end());
+    evidence.consistent = std::move(best.consistent);
+    evidence.assumptions.push_back(usedWords(finding.request, evidence.consistent));
+    if (best.isEndRuledOut) evidence.assumptions.push_back("the log does not end within the request");
+    evidence.missing.insert(evidence.missing.end(), agreement.excuses.begin(), agreement.excuses.end());
     if (evidence.consistent.empty()) {
         evidence.open = "no last used frame tried brings out the log's lines";
-    } else if (hasCutLines(logged)) {
-        evidence.open = "a line of it is cut";
     } else if (!evidence.missing.empty()) {
         evidence.open = evidence.missing.front();
-    } else if (!hasDebugLines(logged)) {
-        evidence.open = "the log has no debug lines";
+    } else if (listedFrames(finding.request).size() > kMostListed) {
+        evidence.open = "too many frames are listed to try each as the last used one";
     }
     evidence.missing.insert(evidence.missing.end(), agreement.repetitions.begin(), agreement.repetitions.end());
-    if (!agreement.firstDifference.empty()) finding.differences.push_back(agreement.firstDifference);
+    if (!agreement.whole()) finding.differences.push_back(agreement.differences.front());
 }
 
 void survey(Session& session, Finding& finding) {
@@ -238,19 +172,21 @@ void survey(Session& session, Finding& finding) {
     std::map<uint32_t, size_t> chosen;       // by how many
     std::map<std::string, size_t> warnings;  // kinds, of how many
     Request request = finding.request;
-    if (!evidence.open.empty()) evidence.consistent.clear();
+    if (!evidence.open.empty()) {
+        evidence.consistent.clear();
+        evidence.possible = listedFrames(request);
+    }
+    const size_t all = evidence.consistent.size();
     for (const FrameList& used : evidence.consistent) {
         request.used = used;
         const Run run = session.serve(request);
         for (const uint32_t frame : std::set<uint32_t>(run.chosen().begin(), run.chosen().end())) ++chosen[frame];
         for (const Warning& each : warningsOf(request, run, accountOf(run.log))) ++warnings[each.kind];
     }
-    const size_t all = evidence.consistent.size();
     for (const auto& [frame, count] : chosen) {
         evidence.possible.push_back(frame);
         if (count == all) evidence.certain.push_back(frame);
     }
-    if (!evidence.open.empty()) evidence.possible = listedFrames(finding.request);
     for (Warning& each : finding.warnings) each.certain = all > 0 && warnings[each.kind] == all;
 }
 

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,22 +14,22 @@ namespace replay {
 struct Agreement {
     size_t lines = 0;  // in the log
     size_t reproduced = 0;
-    size_t unexpected = 0;                 // lines of the replay that the log should have and has not
+    std::vector<std::string> differences;  // a line that only one of the two has, each
     size_t excused = 0;                    // lines of the replay that the log lacks for a reason
-    std::string firstDifference;           // empty when there is none
-    std::vector<std::string> missing;      // what the log lacks, with the reason
+    std::set<std::string> excuses;         // the reasons
     std::vector<std::string> repetitions;  // lines that the log has once more than they were logged
 
-    bool whole() const { return reproduced == lines && unexpected == 0; }
-    size_t distance() const { return lines - reproduced + unexpected + excused; }
+    bool whole() const { return differences.empty(); }
+    size_t distance() const { return differences.size() + excused; }
+
+    // Excuses are for what the log lacks; where one replay needs fewer of them, the log does not lack so much.
+    bool isNearerThan(const Agreement& other) const {
+        return whole() != other.whole() ? whole() : distance() < other.distance();
+    }
 };
 
 // Lines are the same in level, function and text, without addresses: group and source line need not be. `replayed` is
 // of the offline channel, which cuts nothing.
 Agreement agreementOf(const LoggedRequest& logged, const LoggedRequest& replayed);
-
-// Whether any of a request's lines is at this level; is cut.
-bool hasDebugLines(const LoggedRequest& logged);
-bool hasCutLines(const LoggedRequest& logged);
 
 }  // namespace replay
