@@ -58,6 +58,10 @@ std::string printable(std::string_view text) {
     return out;
 }
 
+void append(std::string& list, const std::string& each, const char* between) {
+    list += (list.empty() ? "" : between) + each;
+}
+
 std::string join(const FrameList& frames) {
     std::string text;
     for (const uint32_t frame : frames) text += (text.empty() ? "" : " ") + std::to_string(frame);

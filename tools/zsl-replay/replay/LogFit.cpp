@@ -181,10 +181,9 @@ void LogFit::tryLastUsedFrames(Attempt& attempt) {
     }
     std::vector<Candidate> candidates = {{{}, attempt.agreement}};
     std::vector<desk::LogLine> lines = attempt.finding.run.offlineLog;
-    Capture capture = mSession.prepare(request);
     for (const uint32_t frame : listed) {
-        capture.info.usedZslFrames = {frame};
-        Run run = mSession.serve(capture, kForComparison);
+        request.used = {frame};
+        Run run = mSession.serve(request, kForComparison);
         // Most candidates log what the one before did.
         const bool isKnown = logsTheSame(run.offlineLog, lines);
         candidates.push_back(

@@ -12,19 +12,14 @@
 
 namespace replay {
 
-// A call or a log line of the library, in the order they came.
-struct TraceStep {
-    enum Kind { kCall, kLog } kind;
-    std::string text;
-};
-
 struct Run {
     halcore::RequestOutcome outcome;
     bool result = false;   // of a strategy called directly
     FrameList selectList;  // of a strategy called directly
     std::vector<desk::LogLine> log;
     std::vector<desk::LogLine> offlineLog;
-    std::vector<TraceStep> trace;
+    std::vector<std::string>
+        trace;  // the library's calls and log lines in their order, as far as builds have them alike
 
     // The frames chosen: a strategy's list, or the list that every queue got; empty when nothing was selected.
     const FrameList& chosen() const;
@@ -35,14 +30,6 @@ struct Recording {
     bool log = true;
     bool offlineLog = false;
     bool trace = false;
-};
-
-// A request in the library's own form, built once to be served as often as wanted; the used frames may be changed.
-struct Capture {
-    const Request* request;
-    zohal::ZSLFrameSelectInfo info;
-    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue;
-    std::optional<zohal::ZSLFrameCheckInfo> check;
 };
 
 // A freshly loaded plug-in with one selector. One at a time: the platform is the process's.
@@ -57,11 +44,7 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    Run serve(const Request& request, Recording recording = {}) { return serve(prepare(request), recording); }
-
-    // The capture must not outlive the session and its request.
-    Capture prepare(const Request& request);
-    Run serve(const Capture& capture, Recording recording);
+    Run serve(const Request& request, const Recording& recording = {});
 
 private:
     std::string mVendorDir;
