@@ -269,7 +269,6 @@ int run(const CLI::App& app, Options& options) {
                     "--against", "--save-case"});
     makeAbsolute(options.replay.plugin);
     makeAbsolute(options.replay.against);
-    options.replay.offlineLog = options.log == LogChannel::kOffline;
     if (options.hasSeveralFiles() && !options.saveCase.empty()) {
         throw InputError("--save-case: expected one file, found several");
     }

@@ -14,7 +14,6 @@ namespace {
 using FrameSet = std::set<uint32_t>;
 using Reasons = std::map<uint32_t, std::string>;  // by frame
 
-constexpr Recording kBare = {false, false, false};
 constexpr char kAnchorTag[] = "nexaro.mfnr.anchorTimeStamp";
 constexpr int64_t kFarNs = INT64_MAX / 4;        // moments beyond are not moved: their sums might overflow
 constexpr size_t kMostFramesServed = 1'000'000;  // by all trials for one request, which takes seconds
@@ -93,7 +92,7 @@ private:
     }
 
     void compareControl() {
-        const Run control = mSession.serve(mRequest, kBare);
+        const Run control = mSession.serve(mRequest);
         const Run& run = mFinding.run;
         if (control.outcome.needed == run.outcome.needed && control.chosen() == run.chosen()) return;
         mFinding.notes.push_back(
@@ -124,7 +123,7 @@ private:
         Request changed = mRequest;
         change(changed);
         mServed += mFrames + changed.need;
-        const Run run = mSession.serve(changed, kBare);
+        const Run run = mSession.serve(changed);
         for (const uint32_t frame : run.chosen()) {
             if (only.value_or(frame) != frame || mOpen.erase(frame) == 0) continue;
             append(mReasons[frame], "chosen if " + condition, "; ");

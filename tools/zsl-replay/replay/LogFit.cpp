@@ -12,7 +12,6 @@ namespace replay {
 
 namespace {
 
-constexpr Recording kForComparison = {false, true, false};
 constexpr size_t kMostListed = 500;  // frames that are tried as the last used one: time grows by the square
 constexpr int kMostRounds = 64;      // in search of lost frames: each shows what the loss of the former brings to light
 
@@ -82,7 +81,7 @@ private:
 };
 
 Attempt LogFit::attempt(Finding finding) {
-    finding.run = mSession.serve(finding.request, kForComparison);
+    finding.run = mSession.serve(finding.request);
     Attempt result{std::move(finding), {}, {}};
     result.replayed = replayedRequest(result.finding.run);
     result.agreement = agreementOf(mLogged, result.replayed);
@@ -183,7 +182,7 @@ void LogFit::tryLastUsedFrames(Attempt& attempt) {
     std::vector<desk::LogLine> lines = attempt.finding.run.offlineLog;
     for (const uint32_t frame : listed) {
         request.used = {frame};
-        Run run = mSession.serve(request, kForComparison);
+        Run run = mSession.serve(request);
         // Most candidates log what the one before did.
         const bool isKnown = logsTheSame(run.offlineLog, lines);
         candidates.push_back(
@@ -242,7 +241,7 @@ void survey(Session& session, Finding& finding) {
         request.used = used;
         const Run run = session.serve(request);
         for (const uint32_t frame : std::set<uint32_t>(run.chosen().begin(), run.chosen().end())) ++chosen[frame];
-        for (const Warning& each : warningsOf(request, run, accountOf(run.log))) ++warnings[each.kind];
+        for (const Warning& each : warningsOf(request, run, accountOf(run.offlineLog))) ++warnings[each.kind];
     }
     const size_t all = evidence.consistent.size();
     for (const auto& [frame, count] : chosen) {

@@ -122,11 +122,9 @@ private:
 
     template <typename Visit>
     void serveWith(const std::string& plugin, const Visit& visit) {
-        const bool compares = !mOptions.changes.empty() || !mOptions.against.empty();
-        const Recording recording = {true, mOptions.offlineLog, compares};
         for (Finding& finding : mBatch) {
             if (!finding.canServe()) continue;
-            visit(finding, session(plugin, finding.platform).serve(finding.request, recording));
+            visit(finding, session(plugin, finding.platform).serve(finding.request, Recording::kAll));
         }
     }
 
@@ -148,9 +146,8 @@ private:
         if (std::exchange(mIsMappedNoted, true)) return;
         for (const std::string& build : {mOptions.plugin, mOptions.against}) {
             if (!halcore::SelectorPlugin::isMapped(build)) continue;
-            finding.notes.push_back(build +
-                                    " stays in memory after it was closed: what it keeps there lasts, and the other "
-                                    "build may share it");
+            finding.notes.push_back(
+                build + " stays in memory after it was closed: what it keeps lasts, and the other build may share it");
         }
     }
 

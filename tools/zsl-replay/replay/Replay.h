@@ -14,9 +14,8 @@ namespace replay {
 
 struct ReplayOptions {
     std::string plugin;
-    std::string vendorDir;    // where the adapter library is
-    std::string against;      // a second build of the plug-in; empty: none
-    bool offlineLog = false;  // open the offline channel, too; Run::offlineLog is empty without
+    std::string vendorDir;  // where the adapter library is
+    std::string against;    // a second build of the plug-in; empty: none
     bool explain = false;
     Changes changes;
 

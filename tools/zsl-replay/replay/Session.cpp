@@ -20,14 +20,6 @@ namespace {
 constexpr char kMotionProperty[] = "desk.adapter.motion";
 constexpr uint32_t kZslGroup = 0x40;
 
-void openLog(const Recording& recording) {
-    zodebug::gZoCamLogLevel = 3;
-    zodebug::gZoCamLogGroup = recording.log ? kZslGroup : 0;
-    zodebug::gZoCamOfflineLogLevel = 3;
-    zodebug::gZoCamOfflineLogGroup = kZslGroup;
-    zodebug::gZoCamDebugMask = recording.offlineLog ? 1 : 0;
-}
-
 std::string stepOf(const halcore::QueueCall& call) {
     const std::string operation = call.operation;
     const bool hasArgument = operation == "getFrame" || operation == "getFrameList";
@@ -99,10 +91,13 @@ Session::Session(Case platform, std::string plugin, std::string vendorDir)
     for (const auto& [camera, tags] : mPlatform.staticMetadata) {
         StaticMetadataWraper::getInstance()->setStaticMetadata(camera, makeMetadata(tags));
     }
-    openLog({});
+    zodebug::gZoCamLogLevel = 3;
+    zodebug::gZoCamOfflineLogLevel = 3;
+    zodebug::gZoCamOfflineLogGroup = kZslGroup;
+    zodebug::gZoCamDebugMask = 1;
     mPlugin = std::make_unique<halcore::SelectorPlugin>(mBuild);
     desk::setLogSink([this](const desk::LogLine& line) {
-        if (mRecording.trace) mRun.trace.push_back(stepOf(line));
+        mRun.trace.push_back(stepOf(line));
         mRun.log.push_back(line);
     });
 }
@@ -117,10 +112,9 @@ Session::~Session() {
     }
 }
 
-Run Session::serve(const Request& request, const Recording& recording) {
-    mRecording = recording;
+Run Session::serve(const Request& request, Recording recording) {
     mRun = {};
-    openLog(recording);
+    zodebug::gZoCamLogGroup = recording == Recording::kAll ? kZslGroup : 0;
     desk::setBoottime(request.clockNs);
     desk::setVendorLibraryDir(request.adapter == "absent" ? "" : mVendorDir);
     property_set(kMotionProperty, request.adapter == "absent" ? nullptr : request.adapter.c_str());
@@ -129,7 +123,7 @@ Run Session::serve(const Request& request, const Recording& recording) {
     std::shared_ptr<zohal::ZSLFrameQueue> metaQueue;
     for (const Queue& queue : request.queues) {
         const auto made = makeQueue(queue);
-        if (recording.trace) {
+        if (recording == Recording::kAll) {
             made->setObserver([this](const halcore::QueueCall& call) { mRun.trace.push_back(stepOf(call)); });
         }
         info.zslQueues.push_back(made);
@@ -142,7 +136,7 @@ Run Session::serve(const Request& request, const Recording& recording) {
     } else {
         mRun.outcome = mPlugin->serve(info, request.select, makeCheckInfo(request, info), request.check.of);
     }
-    if (recording.offlineLog) mRun.offlineLog = desk::takeOfflineLog();
+    mRun.offlineLog = desk::takeOfflineLog();
     return std::move(mRun);
 }
 

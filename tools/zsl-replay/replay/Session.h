@@ -25,12 +25,8 @@ struct Run {
     const FrameList& chosen() const;
 };
 
-// What is kept of a run beside its outcome. A channel that is not kept is shut.
-struct Recording {
-    bool log = true;
-    bool offlineLog = false;
-    bool trace = false;
-};
+// What is kept of a run beside its outcome: the offline log, which cuts nothing, or that, the online one and the trace.
+enum class Recording { kOfflineLog, kAll };
 
 // A freshly loaded plug-in with one selector. One at a time: the platform is the process's.
 class Session {
@@ -44,14 +40,13 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    Run serve(const Request& request, const Recording& recording = {});
+    Run serve(const Request& request, Recording recording = Recording::kOfflineLog);
 
 private:
     std::string mVendorDir;
     std::string mBuild;
     Case mPlatform;
     std::unique_ptr<halcore::SelectorPlugin> mPlugin;
-    Recording mRecording;
     Run mRun;  // under way
 };
 
