@@ -49,12 +49,11 @@ public:
         noteChoice();
         compareControl();
         tryChanges();
-        const std::string none = isCut() ? "not chosen; no single change tried brings it in (stopped: too many frames)"
-                                         : "not chosen; no single change brings it in";
         for (FrameReason& place : mFinding.explain) {
             const std::string& reason = mReasons[place.frame];
-            place.reason = reason.empty() ? none : reason;
+            place.reason = reason.empty() ? "not chosen; no single change tried brings it in" : reason;
         }
+        if (isCut()) mFinding.notes.push_back("not every change was tried: too many frames");
     }
 
 private:
@@ -63,13 +62,11 @@ private:
         for (size_t i = 0; i < list.size(); ++i) {
             const uint32_t frame = list[i];
             if (known.count(frame) > 0) continue;
-            const auto data = mFinding.frames.find(frame);
-            const bool isAssumed = data != mFinding.frames.end() && data->second.assumed;
-            mFinding.explain.push_back({frame, name, i, isAssumed, mFinding.offsetNs(frame), {}, {}});
+            mOpen.insert(frame);
+            mFinding.explain.push_back({frame, name, i, mFinding.offsetNs(frame), {}, ""});
             for (const Queue& queue : mRequest.queues) {
                 if (queue.held.count(frame) > 0) mFinding.explain.back().queues.push_back(queue.id);
             }
-            mOpen.insert(frame);
         }
     }
 
@@ -108,7 +105,6 @@ private:
         }
         clearUsed();
         holdFrames();
-        holdAll();
         needFrames();
         moveTarget();
     }
@@ -116,17 +112,14 @@ private:
     bool isCut() const { return mServed > kMostFramesServed; }
     bool goesOn() const { return !mOpen.empty() && !isCut(); }
 
-    // `only`: the one frame that the condition is about.
-    void attempt(const std::string& condition, const std::function<void(Request&)>& change,
-                 std::optional<uint32_t> only = {}) {
+    void attempt(const std::string& condition, const std::function<void(Request&)>& change) {
         if (!goesOn()) return;
         Request changed = mRequest;
         change(changed);
         mServed += mFrames + changed.need;
         const Run run = mSession.serve(changed);
         for (const uint32_t frame : run.chosen()) {
-            if (only.value_or(frame) != frame || mOpen.erase(frame) == 0) continue;
-            append(mReasons[frame], "chosen if " + condition, "; ");
+            if (mOpen.erase(frame) > 0) append(mReasons[frame], "chosen if " + condition, "; ");
         }
     }
 
@@ -140,31 +133,14 @@ private:
         });
     }
 
-    // Each frame in the queues that lack it.
+    // A queue that had lost nothing, and had got what others had.
     void holdFrames() {
-        for (const uint32_t frame : FrameSet(mOpen)) {
-            const auto known = mFinding.frames.find(frame);
-            std::string names;
-            for (const Queue& queue : mRequest.queues) {
-                if (queue.held.count(frame) == 0) append(names, '[' + queue.name + ']', " and ");
-            }
-            if (known == mFinding.frames.end() || names.empty()) continue;
-            const auto hold = [known](Request& changed) {
-                for (Queue& queue : changed.queues) {
-                    queue.held.insert(queue.lost.extract(known->first));
-                    queue.held.insert(*known);
-                }
-            };
-            attempt(names + " still held it", hold, frame);
-        }
-    }
-
-    // All that a queue has lost.
-    void holdAll() {
         for (size_t i = 0; i < mRequest.queues.size(); ++i) {
-            if (mRequest.queues[i].lost.empty()) continue;
-            attempt('[' + mRequest.queues[i].name + "] had lost no frame",
-                    [i](Request& changed) { changed.queues[i].held.merge(changed.queues[i].lost); });
+            attempt('[' + mRequest.queues[i].name + "] held every frame", [this, i](Request& changed) {
+                Queue& queue = changed.queues[i];
+                queue.held.merge(queue.lost);
+                queue.held.insert(mFinding.frames.begin(), mFinding.frames.end());
+            });
         }
     }
 

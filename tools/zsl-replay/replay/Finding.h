@@ -45,8 +45,7 @@ struct FrameReason {
     uint32_t frame;
     std::string list;  // "consumer", "producer", "all" (what neither has)
     size_t position;
-    bool assumedTime;                 // the input gives no shutter time
-    std::optional<int64_t> offsetNs;  // from the target moment; absent without one
+    std::optional<int64_t> offsetNs;  // from the target moment; absent without it, or a shutter time
     std::vector<uint32_t> queues;     // the queues that hold it
     std::string reason;
 };

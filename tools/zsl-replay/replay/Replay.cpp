@@ -18,11 +18,6 @@ namespace {
 
 constexpr size_t kBatch = 256;  // requests of a log that are kept for the second build
 
-template <typename T>
-bool isAmong(const std::vector<T>& all, const T& one) {
-    return all.empty() || std::find(all.begin(), all.end(), one) != all.end();
-}
-
 // Whether a log leaves room for a selection.
 bool allows(const Evidence& log, const FrameList& selection) {
     const std::set<uint32_t> chosen(selection.begin(), selection.end());
@@ -40,8 +35,8 @@ public:
         const uint32_t frame = finding.request.fwkFrame;
         finding.file = mFile;
         finding.number = ++mServed.requests;
-        finding.isPicked = isAmong(mOptions.numbers, finding.number) &&
-                           (mOptions.frames.empty() || (finding.showsFrame && isAmong(mOptions.frames, frame)));
+        finding.isPicked = (mOptions.numbers.empty() || mOptions.numbers.count(finding.number) > 0) &&
+                           (mOptions.frames.empty() || (finding.showsFrame && mOptions.frames.count(frame) > 0));
         if (finding.showsFrame) {
             mServed.firstFrame = std::min(mServed.firstFrame, frame);
             mServed.lastFrame = std::max(mServed.lastFrame, frame);

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
-#include <vector>
 
 #include "capture/Document.h"
 #include "capture/InputFile.h"
@@ -20,8 +20,8 @@ struct ReplayOptions {
     Changes changes;
 
     // Picks: everything is served, and what is picked by both is found out about. Empty: everything.
-    FrameList frames;             // framework frames
-    std::vector<size_t> numbers;  // of requests in their file, from 1
+    std::set<uint32_t> frames;  // framework frames
+    std::set<size_t> numbers;   // of requests in their file, from 1
 };
 
 using Sink = std::function<void(Finding&&)>;

@@ -37,8 +37,6 @@ public:
     bool isOf(const std::string& plugin, const Case& platform) const {
         return mBuild == plugin && mPlatform.properties == platform.properties;
     }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
 
     Run serve(const Request& request, Recording recording = Recording::kOfflineLog);
 

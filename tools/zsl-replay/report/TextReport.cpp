@@ -245,10 +245,11 @@ private:
         std::vector<std::vector<std::string>> rows;
         for (const FrameReason& each : mFinding.explain) {
             std::string held;
+            const bool isAssumed = each.offsetNs && mFinding.frames.at(each.frame).assumed;
             for (const uint32_t queue : each.queues) held += ' ' + std::to_string(queue);
             rows.push_back({printable(each.list) + '[' + std::to_string(each.position) + ']',
                             std::to_string(each.frame),
-                            each.offsetNs ? (each.assumedTime ? "~" : "") + milliseconds(*each.offsetNs, 0) : "-",
+                            each.offsetNs ? (isAssumed ? "~" : "") + milliseconds(*each.offsetNs, 0) : "-",
                             "held by" + (held.empty() ? " none" : held), printable(each.reason)});
         }
         std::vector<size_t> widths(5);
