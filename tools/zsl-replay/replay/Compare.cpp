@@ -1,5 +1,7 @@
 #include "replay/Compare.h"
 
+#include <android/log.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -57,13 +59,18 @@ void compareChecks(const Expectation& expect, const Run& run, Lines& out) {
     }
 }
 
+std::string messageText(const desk::LogLine& line) {
+    const auto message = splitMessage(line.message);
+    return message ? std::string(message->text) : line.message;
+}
+
 // A message as case files give it: bare, or behind "D ZoCamHAL MotionZSLSelector.cpp isSelectorNeeded: ".
 bool isLine(const desk::LogLine& line, const std::string& expected) {
-    const LoggedLine logged = loggedLine(line);
-    if (expected == logged.text()) return true;
     const auto message = splitMessage(line.message);
-    return message && expected == logged.level + (' ' + logged.tag) + ' ' + std::string(message->file) + ' ' +
-                                      std::string(message->function) + ": " + std::string(message->text);
+    const std::string level = line.priority == ANDROID_LOG_DEBUG ? "D " : "I ";
+    const std::string text = messageText(line);
+    return expected == text || (message && expected == level + line.tag + ' ' + std::string(message->file) + ' ' +
+                                                           std::string(message->function) + ": " + text);
 }
 
 void compareWholeLog(const Lines& expected, const Log& log, Lines& out) {
@@ -72,21 +79,22 @@ void compareWholeLog(const Lines& expected, const Log& log, Lines& out) {
     std::string wanted = "the end of the log";
     std::string came = wanted;
     if (missed != expected.end()) wanted = '"' + *missed + '"';
-    if (found != log.end()) came = '"' + std::string(loggedLine(*found).text()) + '"';
+    if (found != log.end()) came = '"' + messageText(*found) + '"';
     compare("log message " + std::to_string(missed - expected.begin() + 1), wanted, came, out);
 }
 
+// In this order, whatever stands between them.
 void findLines(const Lines& expected, const Log& log, Lines& out) {
-    auto from = log.begin();
-    for (const std::string& each : expected) {
-        const auto found = std::find_if(from, log.end(), [&each](const auto& line) { return isLine(line, each); });
-        if (found == log.end()) {
-            out.push_back("log: expected, after message " + std::to_string(from - log.begin()) + ", \"" + each +
-                          "\", found no such message");
-            return;
-        }
-        from = std::next(found);
+    auto next = expected.begin();
+    auto after = log.begin();
+    for (auto line = log.begin(); line != log.end() && next != expected.end(); ++line) {
+        if (!isLine(*line, *next)) continue;
+        ++next;
+        after = std::next(line);
     }
+    if (next == expected.end()) return;
+    out.push_back("log: expected, after message " + std::to_string(after - log.begin()) + ", \"" + *next +
+                  "\", found no such message");
 }
 
 // Those of `frames` that are not in `others`, as often as they are missing there.

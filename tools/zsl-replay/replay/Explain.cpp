@@ -36,9 +36,7 @@ Reasons sights(const Account& account) {
 class Explainer {
 public:
     Explainer(Session& session, Finding& finding)
-        : mSession(session), mFinding(finding), mRequest(finding.request), mReasons(sights(finding.account)) {
-        for (const Queue& queue : mRequest.queues) mFrames += queue.held.size() + 1;
-    }
+        : mSession(session), mFinding(finding), mRequest(finding.request), mReasons(sights(finding.account)) {}
 
     void explain() {
         if (const Queue* meta = mRequest.metaQueue()) {
@@ -53,7 +51,7 @@ public:
             const std::string& reason = mReasons[place.frame];
             place.reason = reason.empty() ? "not chosen; no single change tried brings it in" : reason;
         }
-        if (isCut()) mFinding.notes.push_back("not every change was tried: too many frames");
+        if (isCut() && !mOpen.empty()) mFinding.notes.push_back("not every change was tried: too many frames");
     }
 
 private:
@@ -92,17 +90,13 @@ private:
         const Run control = mSession.serve(mRequest);
         const Run& run = mFinding.run;
         if (control.outcome.needed == run.outcome.needed && control.chosen() == run.chosen()) return;
-        mFinding.notes.push_back(
-            "served once more unchanged, the request came out otherwise: what is said of changes "
-            "may be due to that");
+        mFinding.notes.push_back("served unchanged once more, it came out otherwise: reasons may be due to that");
     }
 
     // Replays with one thing changed, the likeliest first. The first that chooses a frame is its reason.
     void tryChanges() {
-        if (!mFinding.isAsked()) {
-            return attempt("selection had been asked for",
-                           [](Request& changed) { changed.select = halcore::Select::kAlways; });
-        }
+        const auto ask = [](Request& changed) { changed.select = halcore::Select::kAlways; };
+        if (!mFinding.isAsked()) return attempt("selection had been asked for", ask);
         clearUsed();
         holdFrames();
         needFrames();
@@ -116,7 +110,7 @@ private:
         if (!goesOn()) return;
         Request changed = mRequest;
         change(changed);
-        mServed += mFrames + changed.need;
+        mServed += (mFinding.frames.size() + 1) * changed.queues.size() + changed.need + 1;
         const Run run = mSession.serve(changed);
         for (const uint32_t frame : run.chosen()) {
             if (mOpen.erase(frame) > 0) append(mReasons[frame], "chosen if " + condition, "; ");
@@ -146,7 +140,8 @@ private:
 
     void needFrames() {
         const int64_t need = mRequest.need;
-        for (int64_t off = 1; off <= static_cast<int64_t>(mFrames) + need && goesOn(); ++off) {
+        const int64_t most = need + static_cast<int64_t>(mFinding.frames.size());
+        for (int64_t off = 1; off <= most && goesOn(); ++off) {
             for (const int64_t count : {need + off, need - off}) {
                 if (count < 0) continue;
                 attempt(std::to_string(count) + (count == 1 ? " frame was" : " frames were") + " needed",
@@ -184,8 +179,7 @@ private:
     const Request& mRequest;
     FrameSet mOpen;      // frames without an answer yet: what else would choose them
     Reasons mReasons;    // so far
-    size_t mFrames = 0;  // that one trial serves
-    size_t mServed = 0;  // by all of them
+    size_t mServed = 0;  // frames, by all trials
 };
 
 }  // namespace

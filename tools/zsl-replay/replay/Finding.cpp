@@ -24,32 +24,24 @@ void workOutSearch(Finding& finding) {
     const Account& account = finding.account;
     const Queue* meta = finding.request.metaQueue();
     if (!account.anchor || meta == nullptr) return;
-    const FrameList order = meta->deliveryOrder();
-    const auto frameAt = [&order](int64_t place) {
-        return place >= 0 && place < static_cast<int64_t>(order.size()) ? std::optional(order[place]) : std::nullopt;
-    };
-    const auto consumers = static_cast<int64_t>(meta->consumer.size());
+    const FrameList list = meta->deliveryOrder();
+    const auto at = [&list](size_t place) { return place < list.size() ? std::optional(list[place]) : std::nullopt; };
     // The frame that the search ended with may have given way to the next.
-    if (foundAnchor(finding.request, account)) finding.anchor = frameAt(consumers + account.anchor->offset);
+    const auto offset = static_cast<size_t>(account.anchor->offset);  // may be negative: its sum is not
+    if (foundAnchor(finding.request, account)) finding.anchor = at(meta->consumer.size() + offset);
     // The presence check moves the begin on by one for each frame that it misses. Past the consumer list no line says
     // where the span begins, but a frame that is chosen does.
-    const int64_t begin = static_cast<int64_t>(account.anchor->csbegin + account.notHeld.size());
+    const size_t begin = account.anchor->csbegin + account.notHeld.size();
     const FrameList& chosen = finding.run.chosen();
-    finding.spanBegin = frameAt(begin);
-    const bool isChosen = std::find(chosen.begin(), chosen.end(), finding.spanBegin) != chosen.end();
-    if (begin >= consumers && !isChosen) finding.spanBegin.reset();
+    const bool isChosen = std::find(chosen.begin(), chosen.end(), at(begin)) != chosen.end();
+    if (begin < meta->consumer.size() || isChosen) finding.spanBegin = at(begin);
 }
 
-// A time that is given goes before one that is assumed.
 std::map<uint32_t, FrameData> framesOf(const Request& request) {
     std::map<uint32_t, FrameData> frames;
     const auto note = [&frames](const Queue& queue) {
-        for (const auto* each : {&queue.held, &queue.lost}) {
-            for (const auto& [frame, data] : *each) {
-                FrameData& known = frames.insert({frame, data}).first->second;
-                if (known.assumed && !data.assumed) known = data;
-            }
-        }
+        frames.insert(queue.held.begin(), queue.held.end());
+        frames.insert(queue.lost.begin(), queue.lost.end());
     };
     if (const Queue* meta = request.metaQueue()) note(*meta);
     for (const Queue& queue : request.queues) note(queue);
@@ -107,9 +99,8 @@ void workOut(Finding& finding) {
 std::optional<int64_t> Finding::offsetNs(uint32_t frame) const {
     const auto known = frames.find(frame);
     int64_t offset = 0;
-    if (!targetNs || known == frames.end() || __builtin_sub_overflow(known->second.shutterTimeNs, *targetNs, &offset)) {
-        return std::nullopt;
-    }
+    if (!targetNs || known == frames.end()) return std::nullopt;
+    if (__builtin_sub_overflow(known->second.shutterTimeNs, *targetNs, &offset)) return std::nullopt;
     return offset;
 }
 

@@ -55,7 +55,6 @@ struct Evidence {
     int process = 0;
     int thread = 0;
     std::string time;  // of the first line, as the log writes it
-    size_t firstLine = 0;
     size_t lines = 0;  // in the log
     size_t reproduced = 0;
     bool showsGate = true;                 // false where no line shows the gate's answer

@@ -82,7 +82,6 @@ Rebuilder::Rebuilder(const LoggedRequest& logged)
     const LoggedLine& first = logged.firstLine();
     mEvidence.process = first.pid;
     mEvidence.thread = first.tid;
-    mEvidence.firstLine = first.number;
     mEvidence.time = first.time;
     mEvidence.missing = mLog.unread;
     mEvidence.missing.insert(mEvidence.missing.end(), logged.notes.begin(), logged.notes.end());

@@ -71,9 +71,8 @@ private:
         if (finding.isPicked && finding.canServe()) {
             fitToLog(session(mOptions.plugin, finding.platform), logged, finding);
         }
-        // Changes may name any request of the log.
         const bool isFull = mBatch.size() == (mOptions.against.empty() ? 1 : kBatch);
-        if (isFull && mOptions.changes.empty()) serveBatch();
+        if (isFull && mOptions.changes.empty()) serveBatch();  // changes may name any request of the log
     }
 
     Document rebuiltDocument() const {
@@ -177,9 +176,8 @@ Served serveLog(InputFile& log, const ReplayOptions& options, const Sink& sink) 
 }
 
 Served serveRoundTrip(const Document& document, const ReplayOptions& options, const Sink& sink) {
-    Served served;
     std::vector<Finding> all;
-    serveCase(document, options, [&all](Finding&& given) { all.push_back(std::move(given)); });
+    const Served served = serveCase(document, options, [&all](Finding&& given) { all.push_back(std::move(given)); });
     for (const Finding& given : all) {
         if (given.request.call) continue;  // a strategy called directly logs no lists
         const Sink judge = [&](Finding&& back) {
@@ -188,7 +186,6 @@ Served serveRoundTrip(const Document& document, const ReplayOptions& options, co
             }
             back.number = given.number;
             back.request.name = given.request.name;
-            ++served.requests;
             sink(std::move(back));
         };
         Replay replay(options, judge, given.file);

@@ -51,10 +51,7 @@ std::shared_ptr<halcore::FrameQueue> makeQueue(const Queue& queue) {
 
 // Without queues.
 zohal::ZSLFrameSelectInfo makeSelectInfo(const Request& request) {
-    zohal::ZSLFrameSelectInfo info{};
-    info.fwkFrame = request.fwkFrame;
-    info.usedZslFrames = request.used;
-    info.reqtMasterId = request.master;
+    zohal::ZSLFrameSelectInfo info{request.fwkFrame, request.used, request.master, {}, {}};
     // Only the first element is ever read; the others stand for the other frames needed.
     if (request.need > 0) info.requestMetas.push_back(makeMetadata(request.metadata));
     info.requestMetas.resize(request.need, std::make_shared<ZoMetadata>());
@@ -105,7 +102,6 @@ Session::Session(Case platform, std::string plugin, std::string vendorDir)
 Session::~Session() {
     mPlugin.reset();
     desk::setLogSink(nullptr);
-    desk::setBoottime(std::nullopt);
     for (const auto& [key, value] : mPlatform.properties) property_set(key.c_str(), nullptr);
     for (const auto& [camera, tags] : mPlatform.staticMetadata) {
         StaticMetadataWraper::getInstance()->setStaticMetadata(camera, nullptr);
