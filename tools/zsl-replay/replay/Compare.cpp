@@ -138,7 +138,8 @@ Difference differenceOf(const Run& before, const Run& after) {
     for (const auto& [what, was] : answersOf(before)) {
         const auto now = answers.find(what);  // only a frame that is chosen is checked
         if (now != answers.end() && now->second != was) {
-            difference.answers.push_back(what + ": was " + was + ", now " + now->second);
+            difference.answers.push_back(what + ": was " + was);
+            difference.answers.back() += ", now " + now->second;
         }
     }
     const auto [was, now] =

@@ -70,7 +70,7 @@ std::vector<Warning> warningsOf(const Request& request, const Run& run, const Ac
             if (queue.held.count(frame) == 0)
                 append(queues, std::to_string(queue.id) + " [" + queue.name + ']', " and ");
         }
-        if (!queues.empty()) append(notHeld, number + " is not held by queue " + queues);
+        if (!queues.empty()) append(notHeld, queues.insert(0, number + " is not held by queue "));
     }
     add(account.fallback, "fallback", "the search in time failed, and the normal strategy was asked");
     add(chosen.empty(), "nothing", isEmptyList ? "an empty list was selected" : "nothing was selected");

@@ -52,7 +52,7 @@ public:
     // `document`: of a case file.
     Served finish(const Document* document) {
         mCollector.finish();
-        if (!mOptions.changes.empty()) change(document != nullptr ? *document : rebuiltDocument());
+        if (!mOptions.changes.empty() && !mBatch.empty()) change(document != nullptr ? *document : rebuiltDocument());
         serveBatch();
         return mServed;
     }
