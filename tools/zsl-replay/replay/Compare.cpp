@@ -138,8 +138,8 @@ Difference differenceOf(const Run& before, const Run& after) {
     for (const auto& [what, was] : answersOf(before)) {
         const auto now = answers.find(what);  // only a frame that is chosen is checked
         if (now != answers.end() && now->second != was) {
-            difference.answers.push_back(what + ": was " + was);
-            difference.answers.back() += ", now " + now->second;
+            std::string& answer = difference.answers.emplace_back(what);
+            answer.append(": was ").append(was).append(", now ").append(now->second);
         }
     }
     const auto [was, now] =
