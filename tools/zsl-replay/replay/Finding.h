@@ -87,9 +87,10 @@ struct Finding {
     std::optional<uint32_t> anchor;   // only a frame met after the target
     std::optional<int64_t> anchorDistanceNs;  // from the target; absent without an anchor or a target
     std::optional<uint32_t> spanBegin;  // first frame of the span where the library put it, after the presence check
-    std::map<uint32_t, FrameData>
-        frames;  // that a queue holds or has lost, as the metadata queue has them, else another
     std::vector<Warning> warnings;
+
+    // Those that a queue holds or has lost: as the metadata queue has them, else the first of the others.
+    std::map<uint32_t, FrameData> frames;
 
     std::vector<std::string> differences;  // from what is expected, or from the log
     std::optional<Evidence> log;           // for a request from a log
@@ -107,6 +108,7 @@ struct Finding {
     // Of its shutter time from the target; absent without either.
     std::optional<int64_t> offsetNs(uint32_t frame) const;
 
+    // Whether frames were to be selected at all.
     bool isAsked() const { return run.outcome.selected || request.call; }
 
     bool canServe() const { return !log || log->obstacle.empty(); }

@@ -12,14 +12,16 @@
 
 namespace replay {
 
+// What came of one request, served once.
 struct Run {
     halcore::RequestOutcome outcome;
     bool result = false;   // of a strategy called directly
     FrameList selectList;  // of a strategy called directly
     std::vector<desk::LogLine> log;
     std::vector<desk::LogLine> offlineLog;
-    std::vector<std::string>
-        trace;  // the library's calls and log lines in their order, as far as builds have them alike
+
+    // The library's calls and log lines in the order they came, without what differs from build to build.
+    std::vector<std::string> trace;
 
     // The frames chosen: a strategy's list, or the list that every queue got; empty when nothing was selected.
     const FrameList& chosen() const;
@@ -38,6 +40,7 @@ public:
         return mBuild == plugin && mPlatform.properties == platform.properties;
     }
 
+    // Throws halcore::PluginError where the plug-in lacks a strategy that is called directly.
     Run serve(const Request& request, Recording recording = Recording::kOfflineLog);
 
 private:
