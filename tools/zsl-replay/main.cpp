@@ -45,7 +45,6 @@ class Desk {
 public:
     explicit Desk(const Options& options)
         : mOptions(options),
-          mReplay(options.replay, [this](Finding&& finding) { report(finding); }),
           mProgress(options.files),
           mAll(!options.replay.against.empty()),
           mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), options.log} {
@@ -85,7 +84,8 @@ private:
         input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
         const std::string& name = input.name();
         const bool isLog = input.looksLikeLog() && !mOptions.roundTrip;
-        const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
+        const Served served =
+            isLog ? serveLog(input, mOptions.replay, mSink) : serveRequests(parseDocument(name, input.readAll()));
         if (isLog && served.requests == 0) noteEmptyLog(name);
         mAll.addFile();
         if (served.requests > 0) note(served);
@@ -94,11 +94,11 @@ private:
         }
     }
 
-    Served serveCase(const Document& document) {
+    Served serveRequests(const Document& document) {
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
         const Case theCase = readCase(document);
         if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
-        return mOptions.roundTrip ? mReplay.roundTrip(document) : mReplay.serve(document);
+        return (mOptions.roundTrip ? serveRoundTrip : serveCase)(document, mOptions.replay, mSink);
     }
 
     void noteCutOff(const std::string& what) {
@@ -166,7 +166,7 @@ private:
     }
 
     const Options& mOptions;
-    Replay mReplay;
+    const Sink mSink = [this](Finding&& finding) { report(finding); };
     Progress mProgress;
     Totals mAll;
     Totals mOfFile{false};
@@ -269,7 +269,6 @@ int run(const CLI::App& app, Options& options) {
                     "--against", "--save-case"});
     makeAbsolute(options.replay.plugin);
     makeAbsolute(options.replay.against);
-    options.replay.offlineLog = options.log == LogChannel::kOffline;
     if (options.hasSeveralFiles() && !options.saveCase.empty()) {
         throw InputError("--save-case: expected one file, found several");
     }

@@ -36,9 +36,13 @@ std::string printable(std::string_view text) {
     return out;
 }
 
+void append(std::string& list, const std::string& each, const char* between) {
+    list += (list.empty() ? "" : between) + each;
+}
+
 std::string join(const std::vector<uint32_t>& frames) {
     std::string text;
-    for (const uint32_t frame : frames) text += (text.empty() ? "" : " ") + std::to_string(frame);
+    for (const uint32_t frame : frames) append(text, std::to_string(frame), " ");
     return frames.empty() ? "none" : text;
 }
 

@@ -40,6 +40,9 @@ bool parseNumber(std::string_view text, T& value) {
 // of writing, and what is no UTF-8 come out as "\x1b" or "\u202e". Everything that a person reads passes through here.
 std::string printable(std::string_view text);
 
+// Puts one more behind others.
+void append(std::string& list, const std::string& each, const char* between = ", ");
+
 // "1 2 3", or "none".
 std::string join(const std::vector<uint32_t>& frames);
 

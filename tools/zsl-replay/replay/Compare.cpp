@@ -1,5 +1,7 @@
 #include "replay/Compare.h"
 
+#include <android/log.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -11,115 +13,91 @@ namespace replay {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-void compare(const std::string& what, const std::string& expected, const std::string& found, Lines& out) {
-    if (expected != found) out.push_back(what + ": expected " + expected + ", found " + found);
-}
+using Selection = std::map<uint32_t, FrameList>;  // by queue
+using Log = std::vector<desk::LogLine>;
 
 std::string text(bool flag) { return flag ? "true" : "false"; }
 
 std::string text(const zohal::ZSLSelectorResult& check) { return text(check.first) + ' ' + text(check.second); }
-
-std::string messageText(const std::string& logged) {
-    const auto message = splitMessage(logged);
-    return message ? std::string(message->text) : logged;
-}
-
-std::string text(const std::map<uint32_t, FrameList>& selection) {
-    std::string all;
-    for (const auto& [id, frames] : selection) {
-        all += (all.empty() ? "" : "; ") + ("queue " + std::to_string(id)) + ": " + join(frames);
-    }
-    return all.empty() ? "nothing selected" : all;
-}
 
 template <typename T>
 std::string text(const std::optional<T>& number) {
     return number ? std::to_string(*number) : "none";
 }
 
+std::string text(const Selection& selection) {
+    std::string all;
+    for (const auto& [id, frames] : selection) append(all, "queue " + std::to_string(id) + ": " + join(frames), "; ");
+    return all.empty() ? "nothing selected" : all;
+}
+
+std::string checkOf(uint32_t frame) { return "check of frame " + std::to_string(frame); }
+
+void compare(const std::string& what, const std::string& expected, const std::string& found, Lines& out) {
+    if (expected != found) out.push_back(what + ": expected " + expected + ", found " + found);
+}
+
 void compareSelection(const Request& request, const Run& run, Lines& out) {
-    const std::map<uint32_t, FrameList> found(run.outcome.selection.begin(), run.outcome.selection.end());
-    if (request.expect.selection) {
-        compare("selection", text(*request.expect.selection), request.call ? join(run.selectList) : text(found), out);
-    } else if (request.expect.selectionOfAll && request.call) {
-        compare("list", join(*request.expect.selectionOfAll), join(run.selectList), out);
-    } else if (request.expect.selectionOfAll) {
-        std::map<uint32_t, FrameList> expected;
-        for (const Queue& queue : request.queues) expected[queue.id] = *request.expect.selectionOfAll;
-        compare("selection", text(expected), text(found), out);
+    std::optional<Selection> expected = request.expect.selection;
+    if (const auto& list = request.expect.selectionOfAll) {
+        if (request.call) return compare("list", join(*list), join(run.selectList), out);
+        expected.emplace();
+        for (const Queue& queue : request.queues) expected->emplace(queue.id, *list);
+    }
+    const Selection found(run.outcome.selection.begin(), run.outcome.selection.end());
+    if (expected) compare("selection", text(*expected), request.call ? join(run.selectList) : text(found), out);
+}
+
+void compareChecks(const Expectation& expect, const Run& run, Lines& out) {
+    const auto& found = run.outcome.checks;
+    if (!expect.checks) return;
+    if (expect.checks->empty()) compare("frames checked", "0", std::to_string(found.size()), out);
+    for (const auto& [frame, flags] : *expect.checks) {
+        const auto check = found.find(frame);
+        compare(checkOf(frame), text(zohal::ZSLSelectorResult{flags.first, flags.second}),
+                check != found.end() ? text(check->second) : "not checked", out);
     }
 }
 
-void compareChecks(const Request& request, const Run& run, Lines& out) {
-    if (!request.expect.checks) return;
-    if (request.expect.checks->empty()) {
-        compare("frames checked", "0", std::to_string(run.outcome.checks.size()), out);
-    }
-    for (const auto& [frame, expected] : *request.expect.checks) {
-        const auto found = run.outcome.checks.find(frame);
-        compare("check of frame " + std::to_string(frame),
-                text(zohal::ZSLSelectorResult{expected.first, expected.second}),
-                found == run.outcome.checks.end() ? "not checked" : text(found->second), out);
-    }
+std::string messageText(const desk::LogLine& line) {
+    const auto message = splitMessage(line.message);
+    return message ? std::string(message->text) : line.message;
 }
 
 // A message as case files give it: bare, or behind "D ZoCamHAL MotionZSLSelector.cpp isSelectorNeeded: ".
 bool isLine(const desk::LogLine& line, const std::string& expected) {
     const auto message = splitMessage(line.message);
-    if (!message) return false;
-    if (message->text == expected) return true;
-    const std::string full = std::string(line.priority == 3 ? "D " : "I ") + line.tag + ' ' +
-                             std::string(message->file) + ' ' + std::string(message->function) + ": " +
-                             std::string(message->text);
-    return full == expected;
+    const std::string level = line.priority == ANDROID_LOG_DEBUG ? "D " : "I ";
+    const std::string text = messageText(line);
+    return expected == text || (message && expected == level + line.tag + ' ' + std::string(message->file) + ' ' +
+                                                           std::string(message->function) + ": " + text);
 }
 
-std::string shown(const std::vector<desk::LogLine>& log, size_t at) {
-    return at < log.size() ? '"' + messageText(log[at].message) + '"' : "the end of the log";
+void compareWholeLog(const Lines& expected, const Log& log, Lines& out) {
+    const auto [found, missed] = std::mismatch(log.begin(), log.end(), expected.begin(), expected.end(), isLine);
+    if (found == log.end() && missed == expected.end()) return;
+    std::string wanted = "the end of the log";
+    std::string came = wanted;
+    if (missed != expected.end()) wanted = '"' + *missed + '"';
+    if (found != log.end()) came = '"' + messageText(*found) + '"';
+    compare("log message " + std::to_string(missed - expected.begin() + 1), wanted, came, out);
 }
 
-void compareLog(const Expectation& expect, const std::vector<desk::LogLine>& log, Lines& out) {
-    if (expect.log) {
-        const Lines& expected = *expect.log;
-        size_t at = 0;
-        while (at < expected.size() && at < log.size() && isLine(log[at], expected[at])) ++at;
-        if (at < expected.size() || at < log.size()) {
-            compare("log message " + std::to_string(at + 1),
-                    at < expected.size() ? '"' + expected[at] + '"' : "the end of the log", shown(log, at), out);
-        }
+// In this order, whatever stands between them.
+void findLines(const Lines& expected, const Log& log, Lines& out) {
+    auto next = expected.begin();
+    auto after = log.begin();
+    for (auto line = log.begin(); line != log.end() && next != expected.end(); ++line) {
+        if (!isLine(*line, *next)) continue;
+        ++next;
+        after = std::next(line);
     }
-    size_t at = 0;
-    for (const std::string& expected : expect.logHas) {
-        const size_t from = at;
-        while (at < log.size() && !isLine(log[at], expected)) ++at;
-        if (at == log.size()) {
-            out.push_back("log: expected, after message " + std::to_string(from) + ", \"" + expected +
-                          "\", found no such message");
-            return;
-        }
-        ++at;
-    }
+    if (next == expected.end()) return;
+    out.push_back("log: expected, after message " + std::to_string(after - log.begin()) + ", \"" + *next +
+                  "\", found no such message");
 }
 
-// A log line without source line and addresses: those of a selector, which the frame check logs, no two runs share.
-std::string comparable(const TraceStep& step) {
-    const auto message = step.kind == TraceStep::kLog ? splitMessage(step.text) : std::nullopt;
-    if (!message) return step.text;
-    return std::string(message->function) + "() " +
-           std::string(message->text.substr(0, message->text.find(" this = 0x")));
-}
-
-bool isSame(const TraceStep& a, const TraceStep& b) {
-    return a.kind == b.kind && (a.text == b.text || comparable(a) == comparable(b));
-}
-
-std::string described(const std::vector<TraceStep>& trace, size_t at) {
-    if (at >= trace.size()) return "nothing more";
-    if (trace[at].kind == TraceStep::kCall) return "call " + trace[at].text;
-    return "log \"" + messageText(trace[at].text) + '"';
-}
-
+// Those of `frames` that are not in `others`, as often as they are missing there.
 FrameList missingFrom(FrameList frames, FrameList others) {
     std::sort(frames.begin(), frames.end());
     std::sort(others.begin(), others.end());
@@ -128,19 +106,10 @@ FrameList missingFrom(FrameList frames, FrameList others) {
     return missing;
 }
 
-// Answers that no list of frames and not always a log line shows.
-std::vector<std::string> differingAnswers(const Run& before, const Run& after) {
-    std::vector<std::string> answers;
-    const auto compare = [&answers](const std::string& what, const std::string& was, const std::string& now) {
-        if (was != now) answers.push_back(what + ": was " + was + ", now " + now);
-    };
-    compare("gate", text(before.outcome.needed), text(after.outcome.needed));
-    compare("result", text(before.result), text(after.result));
-    for (const auto& [frame, check] : after.outcome.checks) {
-        const auto found = before.outcome.checks.find(frame);
-        if (found == before.outcome.checks.end()) continue;  // as it was not chosen
-        compare("check of frame " + std::to_string(frame), text(found->second), text(check));
-    }
+// Answers that no list of frames and not always a log line shows, by what was asked.
+std::map<std::string, std::string> answersOf(const Run& run) {
+    std::map<std::string, std::string> answers = {{"gate", text(run.outcome.needed)}, {"result", text(run.result)}};
+    for (const auto& [frame, check] : run.outcome.checks) answers[checkOf(frame)] = text(check);
     return answers;
 }
 
@@ -154,8 +123,9 @@ Lines differencesFromExpected(const Finding& finding) {
     if (expect.targetNs) compare("target", text(expect.targetNs), text(finding.account.targetNs), out);
     if (expect.anchor) compare("anchor", text(expect.anchor), text(finding.anchor), out);
     compareSelection(finding.request, finding.run, out);
-    compareChecks(finding.request, finding.run, out);
-    compareLog(expect, finding.run.log, out);
+    compareChecks(expect, finding.run, out);
+    if (expect.log) compareWholeLog(*expect.log, finding.run.log, out);
+    findLines(expect.logHas, finding.run.log, out);
     return out;
 }
 
@@ -164,12 +134,20 @@ Difference differenceOf(const Run& before, const Run& after) {
     difference.gained = missingFrom(after.chosen(), before.chosen());
     difference.lost = missingFrom(before.chosen(), after.chosen());
     difference.reordered = difference.gained.empty() && difference.lost.empty() && before.chosen() != after.chosen();
-    difference.answers = differingAnswers(before, after);
-    const size_t most = std::max(before.trace.size(), after.trace.size());
-    for (size_t i = 0; i < most && !difference.firstStep; ++i) {
-        const bool same = i < before.trace.size() && i < after.trace.size() && isSame(before.trace[i], after.trace[i]);
-        if (!same) difference.firstStep = {i + 1, described(before.trace, i), described(after.trace, i)};
+    const auto answers = answersOf(after);
+    for (const auto& [what, was] : answersOf(before)) {
+        const auto now = answers.find(what);  // only a frame that is chosen is checked
+        if (now != answers.end() && now->second != was) {
+            std::string& answer = difference.answers.emplace_back(what);
+            answer.append(": was ").append(was).append(", now ").append(now->second);
+        }
     }
+    const auto [was, now] =
+        std::mismatch(before.trace.begin(), before.trace.end(), after.trace.begin(), after.trace.end());
+    if (was == before.trace.end() && now == after.trace.end()) return difference;
+    const std::string none = "nothing more";
+    difference.firstStep = {static_cast<size_t>(was - before.trace.begin()) + 1,
+                            was != before.trace.end() ? *was : none, now != after.trace.end() ? *now : none};
     return difference;
 }
 

@@ -40,14 +40,12 @@ struct Difference {
     bool none() const { return gained.empty() && lost.empty() && !reordered && answers.empty() && !firstStep; }
 };
 
-// Why a frame was chosen or left out, at one place of one list.
+// Why a frame was chosen or left out, at one place of the metadata queue's lists.
 struct FrameReason {
     uint32_t frame;
-    std::string list;  // "consumer", "producer", "all"; of another queue than the metadata queue "consumer@3"
+    std::string list;  // "consumer", "producer", "all" (what neither has)
     size_t position;
-    std::optional<int64_t> shutterTimeNs;
-    bool assumedTime;                 // the input does not give it
-    std::optional<int64_t> offsetNs;  // from the target moment; absent without one
+    std::optional<int64_t> offsetNs;  // from the target moment; absent without it, or a shutter time
     std::vector<uint32_t> queues;     // the queues that hold it
     std::string reason;
 };
@@ -57,7 +55,6 @@ struct Evidence {
     int process = 0;
     int thread = 0;
     std::string time;  // of the first line, as the log writes it
-    size_t firstLine = 0;
     size_t lines = 0;  // in the log
     size_t reproduced = 0;
     bool showsGate = true;                 // false where no line shows the gate's answer
@@ -80,8 +77,8 @@ struct Finding {
     size_t number = 0;  // of the request in its file, from 1
     Case platform;      // of its file, without requests
     Request request;
+    bool isPicked = true;    // else served all the same, since state lasts, and not reported
     bool showsFrame = true;  // false where no line of the log shows the framework frame
-    bool recorded = false;   // a recorder wrote the case: nothing in it is assumed
     Run run;
     Account account;  // of the run's own lines
 
@@ -90,8 +87,10 @@ struct Finding {
     std::optional<uint32_t> anchor;   // only a frame met after the target
     std::optional<int64_t> anchorDistanceNs;  // from the target; absent without an anchor or a target
     std::optional<uint32_t> spanBegin;  // first frame of the span where the library put it, after the presence check
-    std::map<uint32_t, int64_t> shutterTimesNs;  // those that the log shows or the case gives, none assumed
     std::vector<Warning> warnings;
+
+    // Those that a queue holds or has lost: as the metadata queue has them, else the first of the others.
+    std::map<uint32_t, FrameData> frames;
 
     std::vector<std::string> differences;  // from what is expected, or from the log
     std::optional<Evidence> log;           // for a request from a log
@@ -106,6 +105,12 @@ struct Finding {
     // A frame of the selection that is not certain.
     bool isOpen(uint32_t frame) const;
 
+    // Of its shutter time from the target; absent without either.
+    std::optional<int64_t> offsetNs(uint32_t frame) const;
+
+    // Whether frames were to be selected at all.
+    bool isAsked() const { return run.outcome.selected || request.call; }
+
     bool canServe() const { return !log || log->obstacle.empty(); }
 
     // As expected, or as logged; with --against, the same from both builds.
@@ -114,11 +119,5 @@ struct Finding {
 
 // Fills in what is worked out from request, run and account; the warnings as certain.
 void workOut(Finding& finding);
-
-// The metadata queue, whose word comes first, then the others.
-std::vector<const Queue*> queuesByRank(const Request& request);
-
-// As a queue has the frame, or had it before it lost it: the metadata queue, else any other. Assumed times, too.
-std::optional<int64_t> shutterTimeNs(const Request& request, uint32_t frame);
 
 }  // namespace replay

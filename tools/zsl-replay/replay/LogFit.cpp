@@ -12,7 +12,6 @@ namespace replay {
 
 namespace {
 
-constexpr Recording kForComparison = {false, true, false};
 constexpr size_t kMostListed = 500;  // frames that are tried as the last used one: time grows by the square
 constexpr int kMostRounds = 64;      // in search of lost frames: each shows what the loss of the former brings to light
 
@@ -55,20 +54,20 @@ struct Attempt {
 Attempt tryUsedFrames(Session& session, const LoggedRequest& logged, Request request) {
     Attempt best;
     size_t whole = 0;
-    Capture capture = session.prepare(request);
+    FrameList nearest;
     for (const FrameList& used : usedCandidates(request)) {
-        capture.info.usedZslFrames = used;
-        const Run run = session.serve(capture, kForComparison);
-        const Agreement agreement = agreementOf(logged, loggedRequest(run.offlineLog));
+        request.used = used;
+        const Agreement agreement = agreementOf(logged, loggedRequest(session.serve(request).offlineLog));
         if (used.empty() || agreement.isNearerThan(best.agreement)) {
             best.consistent.clear();
             best.agreement = agreement;
-            request.used = used;
+            nearest = used;
         }
         whole += agreement.whole() ? 1 : 0;
         if (agreement.whole() && !best.agreement.isNearerThan(agreement)) best.consistent.push_back(used);
     }
     best.isEndRuledOut = whole > best.consistent.size();
+    request.used = nearest;
     best.request = std::move(request);
     return best;
 }
@@ -101,7 +100,7 @@ std::string assumeLostFrames(Session& session, const Account& log, Request& requ
     std::set<uint32_t> lost;
     request.used.clear();
     for (int round = 0; round < kMostRounds; ++round) {
-        const Account replayed = accountOf(session.serve(request, kForComparison).offlineLog);
+        const Account replayed = accountOf(session.serve(request).offlineLog);
         const size_t before = lost.size();
         bool begun = replayed.groups.empty();
         for (const FrameMet& met : replayed.met) {
@@ -181,7 +180,7 @@ void survey(Session& session, Finding& finding) {
         request.used = used;
         const Run run = session.serve(request);
         for (const uint32_t frame : std::set<uint32_t>(run.chosen().begin(), run.chosen().end())) ++chosen[frame];
-        for (const Warning& each : warningsOf(request, run, accountOf(run.log))) ++warnings[each.kind];
+        for (const Warning& each : warningsOf(request, run, accountOf(run.offlineLog))) ++warnings[each.kind];
     }
     for (const auto& [frame, count] : chosen) {
         evidence.possible.push_back(frame);

@@ -22,7 +22,6 @@ Evidence evidenceOf(const LoggedRequest& logged) {
     Evidence evidence;
     evidence.process = first.pid;
     evidence.thread = first.tid;
-    evidence.firstLine = first.number;
     evidence.time = first.time;
     evidence.showsGate = logged.account.showsGate();
     evidence.missing = logged.unread;

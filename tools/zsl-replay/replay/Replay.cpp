@@ -1,6 +1,7 @@
 #include "replay/Replay.h"
 
 #include <algorithm>
+#include <memory>
 #include <set>
 
 #include "account/LogRequests.h"
@@ -9,6 +10,7 @@
 #include "replay/Explain.h"
 #include "replay/LogFit.h"
 #include "replay/Rebuild.h"
+#include "replay/Session.h"
 
 namespace replay {
 
@@ -16,189 +18,181 @@ namespace {
 
 constexpr size_t kBatch = 256;  // requests of a log that are kept for the second build
 
-template <typename T>
-bool isAmong(const std::vector<T>& all, const T& one) {
-    return all.empty() || std::find(all.begin(), all.end(), one) != all.end();
+// Whether a log leaves room for a selection.
+bool allows(const Evidence& log, const FrameList& selection) {
+    const std::set<uint32_t> chosen(selection.begin(), selection.end());
+    return std::includes(chosen.begin(), chosen.end(), log.certain.begin(), log.certain.end()) &&
+           std::includes(log.possible.begin(), log.possible.end(), chosen.begin(), chosen.end());
 }
+
+// Leads the requests of one file through the plug-in.
+class Replay {
+public:
+    Replay(const ReplayOptions& options, const Sink& sink, std::string file)
+        : mOptions(options), mSink(sink), mFile(std::move(file)) {}
+
+    Finding& add(Finding finding) {
+        const uint32_t frame = finding.request.fwkFrame;
+        finding.file = mFile;
+        finding.number = ++mServed.requests;
+        finding.isPicked = (mOptions.numbers.empty() || mOptions.numbers.count(finding.number) > 0) &&
+                           (mOptions.frames.empty() || (finding.showsFrame && mOptions.frames.count(frame) > 0));
+        if (finding.showsFrame) {
+            mServed.firstFrame = std::min(mServed.firstFrame, frame);
+            mServed.lastFrame = std::max(mServed.lastFrame, frame);
+        }
+        mBatch.push_back(std::move(finding));
+        return mBatch.back();
+    }
+
+    void addLine(const InputFile::Line& line) {
+        if (auto found = selectorLine(line)) mCollector.add(std::move(*found));
+    }
+
+    // `document`: of a case file.
+    Served finish(const Document* document) {
+        mCollector.finish();
+        if (!mOptions.changes.empty() && !mBatch.empty()) change(document != nullptr ? *document : rebuiltDocument());
+        serveBatch();
+        return mServed;
+    }
+
+private:
+    Session& session(const std::string& plugin, const Case& platform) {
+        if (!mSession || !mSession->isOf(plugin, platform)) {
+            mSession.reset();  // only one at a time
+            mSession = std::make_unique<Session>(platform, plugin, mOptions.vendorDir);
+        }
+        return *mSession;
+    }
+
+    void addLogged(const LoggedRequest& logged) {
+        Finding& finding = add(rebuild(logged));
+        if (finding.isPicked && finding.canServe()) {
+            fitToLog(session(mOptions.plugin, finding.platform), logged, finding);
+        }
+        const bool isFull = mBatch.size() == (mOptions.against.empty() ? 1 : kBatch);
+        if (isFull && mOptions.changes.empty()) serveBatch();  // changes may name any request of the log
+    }
+
+    Document rebuiltDocument() const {
+        Case whole;
+        whole.file = mFile;
+        for (const Finding& finding : mBatch) whole.requests.push_back(finding.request);
+        return documentOf(whole);
+    }
+
+    // Serves the batch, which is all that `document` holds, as it is, and changes it.
+    void change(const Document& document) {
+        std::vector<Request> changed = readCase(withChanges(document, mOptions.changes)).requests;
+        serveWith(mOptions.plugin, [&changed](Finding& finding, Run&& run) {
+            finding.before = std::move(run);
+            finding.unchanged = std::exchange(finding.request, std::move(changed[finding.number - 1]));
+            const bool isOtherUsed = finding.request.used != finding.unchanged->used;
+            if (finding.log && isOtherUsed) finding.log->consistent = {finding.request.used};
+        });
+        mSession.reset();
+    }
+
+    void serveBatch() {
+        serveWith(mOptions.plugin, [this](Finding& finding, Run&& run) {
+            finding.run = std::move(run);
+            if (finding.isPicked) findOut(finding);
+        });
+        if (!mOptions.against.empty()) {
+            serveWith(mOptions.against, [](Finding& finding, Run&& run) {
+                finding.other = std::move(run);
+                finding.against = differenceOf(finding.run, *finding.other);
+            });
+            mSession.reset();
+        }
+        for (Finding& finding : mBatch) {
+            if (!finding.isPicked) continue;
+            if (!mOptions.against.empty()) noteMapped(finding);
+            mSink(std::move(finding));
+        }
+        mBatch.clear();
+    }
+
+    template <typename Visit>
+    void serveWith(const std::string& plugin, const Visit& visit) {
+        for (Finding& finding : mBatch) {
+            if (!finding.canServe()) continue;
+            visit(finding, session(plugin, finding.platform).serve(finding.request, Recording::kAll));
+        }
+    }
+
+    void findOut(Finding& finding) {
+        Session& session = this->session(mOptions.plugin, finding.platform);
+        finding.account = accountOf(finding.run.log);
+        workOut(finding);
+        if (finding.log) survey(session, finding);
+        if (finding.before) {
+            finding.whatIf = differenceOf(*finding.before, finding.run);
+        } else if (!finding.log) {
+            finding.differences = differencesFromExpected(finding);
+        }
+        if (mOptions.explain) explain(session, finding);
+    }
+
+    // Once a file: what has been closed and is still there keeps its state.
+    void noteMapped(Finding& finding) {
+        if (std::exchange(mIsMappedNoted, true)) return;
+        for (const std::string& build : {mOptions.plugin, mOptions.against}) {
+            if (!halcore::SelectorPlugin::isMapped(build)) continue;
+            finding.notes.push_back(
+                build + " stays in memory after it was closed: what it keeps lasts, and the other build may share it");
+        }
+    }
+
+    const ReplayOptions& mOptions;
+    const Sink& mSink;
+    const std::string mFile;
+    RequestCollector mCollector{[this](const LoggedRequest& logged) { addLogged(logged); }};
+    Served mServed;
+    std::vector<Finding> mBatch;  // not handed on yet
+    bool mIsMappedNoted = false;
+    std::unique_ptr<Session> mSession;
+};
 
 }  // namespace
 
-Served Replay::serve(const Document& document) {
-    begin();
+Served serveCase(const Document& document, const ReplayOptions& options, const Sink& sink) {
+    Replay replay(options, sink, document.file);
     Case platform = readCase(document);
-    const std::vector<Request> requests = std::move(platform.requests);
-    platform.requests.clear();
-    for (const Request& request : requests) {
+    for (Request& request : std::exchange(platform.requests, {})) {
         Finding finding;
-        finding.file = platform.file;
-        finding.recorded = platform.recorded;
         finding.platform = platform;
-        finding.request = request;
-        add(std::move(finding));
+        finding.request = std::move(request);
+        replay.add(std::move(finding));
     }
-    if (!mOptions.changes.empty()) change(document);
-    serveBatch();
-    return mServed;
+    return replay.finish(&document);
 }
 
-Served Replay::serve(InputFile& log) {
-    return serve([&log] { return log.next(); }, log.name());
+Served serveLog(InputFile& log, const ReplayOptions& options, const Sink& sink) {
+    Replay replay(options, sink, log.name());
+    while (const auto line = log.next()) replay.addLine(*line);
+    return replay.finish(nullptr);
 }
 
-Served Replay::serve(const Lines& nextLine, const std::string& name) {
-    begin();
-    RequestCollector collector([&](const LoggedRequest& logged) {
-        addLogged(logged, name);
-        // Changes may name any request of the log.
-        const bool isFull = mBatch.size() >= (mOptions.against.empty() ? 1 : kBatch);
-        if (isFull && mOptions.changes.empty()) serveBatch();
-    });
-    while (const auto line = nextLine()) {
-        if (auto found = selectorLine(*line)) collector.add(std::move(*found));
-    }
-    collector.finish();
-    if (!mOptions.changes.empty() && !mBatch.empty()) {
-        Case whole;
-        whole.file = name;
-        for (const Finding& finding : mBatch) whole.requests.push_back(finding.request);
-        change(documentOf(whole));
-    }
-    serveBatch();
-    return mServed;
-}
-
-void Replay::begin() {
-    mSession.reset();
-    mServed = {};
-    mBatch.clear();
-    mIsMappedNoted = false;
-}
-
-void Replay::addLogged(const LoggedRequest& logged, const std::string& name) {
-    Finding finding = rebuild(logged);
-    finding.file = name;
-    finding.number = mServed.requests + 1;
-    if (picks(finding) && finding.canServe()) fitToLog(session(mOptions.plugin, finding.platform), logged, finding);
-    add(std::move(finding));
-}
-
-void Replay::add(Finding finding) {
-    finding.number = ++mServed.requests;
-    if (finding.showsFrame) {
-        mServed.firstFrame = std::min(mServed.firstFrame, finding.request.fwkFrame);
-        mServed.lastFrame = std::max(mServed.lastFrame, finding.request.fwkFrame);
-    }
-    mBatch.push_back(std::move(finding));
-}
-
-bool Replay::picks(const Finding& finding) const {
-    const uint32_t fwkFrame = (finding.unchanged ? *finding.unchanged : finding.request).fwkFrame;
-    return (mOptions.frames.empty() || (finding.showsFrame && isAmong(mOptions.frames, fwkFrame))) &&
-           isAmong(mOptions.numbers, finding.number);
-}
-
-Session& Replay::session(const std::string& plugin, const Case& platform) {
-    if (!mSession || !mSession->isOf(plugin, platform)) {
-        mSession.reset();  // only one at a time
-        mSession = std::make_unique<Session>(platform, plugin, mOptions.vendorDir);
-    }
-    return *mSession;
-}
-
-Run Replay::run(const Finding& finding, const std::string& plugin) {
-    return session(plugin, finding.platform)
-        .serve(finding.request, {true, mOptions.offlineLog, !mOptions.changes.empty() || !mOptions.against.empty()});
-}
-
-// Serves the batch, which is all that `document` holds, as it is, and changes it.
-void Replay::change(const Document& document) {
-    std::vector<Request> changed = readCase(withChanges(document, mOptions.changes)).requests;
-    for (size_t i = 0; i < mBatch.size(); ++i) {
-        Finding& finding = mBatch[i];
-        if (!finding.canServe()) continue;
-        finding.before = run(finding, mOptions.plugin);
-        finding.unchanged = std::exchange(finding.request, std::move(changed[i]));
-        const bool isOtherUsed = finding.request.used != finding.unchanged->used;
-        if (finding.log && isOtherUsed) finding.log->consistent = {finding.request.used};
-    }
-    mSession.reset();
-}
-
-void Replay::serveBatch() {
-    for (Finding& finding : mBatch) {
-        if (finding.canServe()) serve(finding);
-    }
-    if (!mOptions.against.empty()) {
-        for (Finding& finding : mBatch) {
-            if (!finding.canServe()) continue;
-            finding.other = run(finding, mOptions.against);
-            finding.against = differenceOf(finding.run, *finding.other);
-        }
-        mSession.reset();
-    }
-    for (Finding& finding : mBatch) {
-        if (!picks(finding)) continue;
-        if (!mOptions.against.empty()) noteMapped(finding);
-        mSink(std::move(finding));
-    }
-    mBatch.clear();
-}
-
-void Replay::serve(Finding& finding) {
-    finding.run = run(finding, mOptions.plugin);
-    if (!picks(finding)) return;
-    finding.account = accountOf(finding.run.log);
-    workOut(finding);
-    Session& session = this->session(mOptions.plugin, finding.platform);
-    if (finding.log) survey(session, finding);
-    if (finding.before) {
-        finding.whatIf = differenceOf(*finding.before, finding.run);
-    } else if (!finding.log) {
-        finding.differences = differencesFromExpected(finding);
-    }
-    if (mOptions.explain) explain(session, finding);
-}
-
-// Once a file: what has been closed and is still there keeps its state.
-void Replay::noteMapped(Finding& finding) {
-    if (std::exchange(mIsMappedNoted, true)) return;
-    for (const std::string& build : {mOptions.plugin, mOptions.against}) {
-        if (!halcore::SelectorPlugin::isMapped(build)) continue;
-        finding.notes.push_back(build +
-                                " stays in memory after it was closed: what it keeps there lasts, and the other "
-                                "build may share it");
-    }
-}
-
-Served Replay::roundTrip(const Document& document) {
-    Served served;
-    const auto feedBack = [&](const Finding& given) {
-        if (given.request.call) return;  // a strategy called directly logs no lists
-        const FrameList& list = given.run.chosen();
-        const std::set<uint32_t> chosen(list.begin(), list.end());
-        const auto judge = [&](Finding&& back) {
-            const Evidence& log = *back.log;
-            if (!std::includes(chosen.begin(), chosen.end(), log.certain.begin(), log.certain.end()) ||
-                !std::includes(log.possible.begin(), log.possible.end(), chosen.begin(), chosen.end())) {
-                back.differences.push_back("its log leads to another selection than " + join(list));
+Served serveRoundTrip(const Document& document, const ReplayOptions& options, const Sink& sink) {
+    std::vector<Finding> all;
+    const Served served = serveCase(document, options, [&all](Finding&& given) { all.push_back(std::move(given)); });
+    for (const Finding& given : all) {
+        if (given.request.call) continue;  // a strategy called directly logs no lists
+        const Sink judge = [&](Finding&& back) {
+            if (!allows(*back.log, given.run.chosen())) {
+                back.differences.push_back("its log leads to another selection than " + join(given.run.chosen()));
             }
             back.number = given.number;
             back.request.name = given.request.name;
-            ++served.requests;
-            mSink(std::move(back));
+            sink(std::move(back));
         };
-        size_t count = 0;
-        std::string text;
-        const auto nextLine = [&]() -> std::optional<InputFile::Line> {
-            if (count == given.run.log.size()) return std::nullopt;
-            text = desk::threadtime(given.run.log[count]);
-            return InputFile::Line{text, ++count, false};
-        };
-        Replay(mOptions, judge).serve(nextLine, given.file);
-    };
-    std::vector<Finding> all;
-    Replay(mOptions, [&all](Finding&& given) { all.push_back(std::move(given)); }).serve(document);
-    std::for_each(all.begin(), all.end(), feedBack);
+        Replay replay(options, judge, given.file);
+        size_t number = 0;
+        for (const desk::LogLine& line : given.run.log) replay.addLine({desk::threadtime(line), ++number, false});
+        replay.finish(nullptr);
+    }
     return served;
 }
 

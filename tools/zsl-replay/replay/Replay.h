@@ -3,29 +3,25 @@
 #pragma once
 
 #include <functional>
-#include <memory>
+#include <set>
 #include <string>
-#include <vector>
 
-#include "account/LogRequests.h"
 #include "capture/Document.h"
 #include "capture/InputFile.h"
 #include "replay/Finding.h"
-#include "replay/Session.h"
 
 namespace replay {
 
 struct ReplayOptions {
     std::string plugin;
-    std::string vendorDir;    // where the adapter library is
-    std::string against;      // a second build of the plug-in; empty: none
-    bool offlineLog = false;  // open the offline channel, too; Run::offlineLog is empty without
+    std::string vendorDir;  // where the adapter library is
+    std::string against;    // a second build of the plug-in; empty: none
     bool explain = false;
     Changes changes;
 
     // Picks: everything is served, and what is picked by both is found out about. Empty: everything.
-    FrameList frames;             // framework frames
-    std::vector<size_t> numbers;  // of requests in their file, from 1
+    std::set<uint32_t> frames;  // framework frames
+    std::set<size_t> numbers;   // of requests in their file, from 1
 };
 
 using Sink = std::function<void(Finding&&)>;
@@ -37,42 +33,14 @@ struct Served {
     uint32_t lastFrame = 0;            // the highest
 };
 
-// Findings come in the order of the requests. Of a case file, which is one batch, they come when all of it has been
-// served; of a log as it is read, with --against in batches, and with changes at its end. Throws InputError for an
-// input that can't be served and halcore::PluginError for a build that can't be loaded; findings that were handed on
-// before stand.
-class Replay {
-public:
-    Replay(ReplayOptions options, Sink sink) : mOptions(std::move(options)), mSink(std::move(sink)) {}
+// Each serves one input and hands its findings on in the order of the requests: of a log as it is read, else when all
+// of it, or with --against a batch, has been served. They throw InputError for an input that can't be served and
+// halcore::PluginError for a build that can't be loaded; findings that were handed on before stand.
+Served serveCase(const Document& document, const ReplayOptions& options, const Sink& sink);
+Served serveLog(InputFile& log, const ReplayOptions& options, const Sink& sink);  // no request in it is no error
 
-    Served serve(const Document& document);  // a case file
-    Served serve(InputFile& log);            // no request in it is no error
-
-    // Feeds the log of each of a case's requests back. Findings are of these logs, and differ where they lead to
-    // another selection.
-    Served roundTrip(const Document& document);
-
-private:
-    using Lines = std::function<std::optional<InputFile::Line>()>;
-
-    Served serve(const Lines& nextLine, const std::string& name);
-    void begin();
-    void addLogged(const LoggedRequest& logged, const std::string& name);
-    void add(Finding finding);
-    void change(const Document& document);
-    void serveBatch();
-    void serve(Finding& finding);
-    void noteMapped(Finding& finding);
-    Run run(const Finding& finding, const std::string& plugin);
-    Session& session(const std::string& plugin, const Case& platform);
-    bool picks(const Finding& finding) const;
-
-    ReplayOptions mOptions;
-    Sink mSink;
-    Served mServed;               // of the file under way
-    std::vector<Finding> mBatch;  // of it, not handed on yet
-    bool mIsMappedNoted = false;  // in it
-    std::unique_ptr<Session> mSession;
-};
+// Feeds the log of each of a case's requests back. Findings are of these logs, and differ where they lead to another
+// selection.
+Served serveRoundTrip(const Document& document, const ReplayOptions& options, const Sink& sink);
 
 }  // namespace replay

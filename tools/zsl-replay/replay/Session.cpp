@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "account/LogLine.h"
 #include "capture/Metadata.h"
 #include "desk/Clock.h"
 #include "desk/OfflineLog.h"
@@ -19,20 +20,19 @@ namespace {
 constexpr char kMotionProperty[] = "desk.adapter.motion";
 constexpr uint32_t kZslGroup = 0x40;
 
-void openLog(const Recording& recording) {
-    zodebug::gZoCamLogLevel = 3;
-    zodebug::gZoCamLogGroup = recording.log ? kZslGroup : 0;
-    zodebug::gZoCamOfflineLogLevel = 3;
-    zodebug::gZoCamOfflineLogGroup = kZslGroup;
-    zodebug::gZoCamDebugMask = recording.offlineLog ? 1 : 0;
+std::string stepOf(const halcore::QueueCall& call) {
+    const std::string operation = call.operation;
+    const bool hasArgument = operation == "getFrame" || operation == "getFrameList";
+    return "call [" + std::to_string(call.queue.id()) + "] " + operation + '(' +
+           (hasArgument ? std::to_string(call.argument) : "") + (call.found ? ")" : ") -> none");
 }
 
-std::string describe(const halcore::QueueCall& call) {
-    std::string text = '[' + std::to_string(call.queue.id()) + "] " + call.operation + '(';
-    const std::string operation = call.operation;
-    if (operation == "getFrame" || operation == "getFrameList") text += std::to_string(call.argument);
-    text += ')';
-    return call.found ? text : text + " -> none";
+// Builds differ in source lines. No two runs share the addresses that the frame check logs.
+std::string stepOf(const desk::LogLine& line) {
+    const auto message = splitMessage(line.message);
+    if (!message) return "log \"" + line.message + '"';
+    const std::string_view text = message->text.substr(0, message->text.find(" this = 0x"));
+    return "log \"" + std::string(message->function) + ": " + std::string(text) + '"';
 }
 
 std::shared_ptr<halcore::FrameQueue> makeQueue(const Queue& queue) {
@@ -49,6 +49,15 @@ std::shared_ptr<halcore::FrameQueue> makeQueue(const Queue& queue) {
     return made;
 }
 
+// Without queues.
+zohal::ZSLFrameSelectInfo makeSelectInfo(const Request& request) {
+    zohal::ZSLFrameSelectInfo info{request.fwkFrame, request.used, request.master, {}, {}};
+    // Only the first element is ever read; the others stand for the other frames needed.
+    if (request.need > 0) info.requestMetas.push_back(makeMetadata(request.metadata));
+    info.requestMetas.resize(request.need, std::make_shared<ZoMetadata>());
+    return info;
+}
+
 std::optional<zohal::ZSLFrameCheckInfo> makeCheckInfo(const Request& request,
                                                       const zohal::ZSLFrameSelectInfo& selectInfo) {
     bool isChecked = request.check.of.has_value();
@@ -56,11 +65,8 @@ std::optional<zohal::ZSLFrameCheckInfo> makeCheckInfo(const Request& request,
     if (!isChecked) return std::nullopt;
 
     zohal::ZSLFrameCheckInfo info{};
-    if (request.check.metadata) {
-        info.requestMeta = makeMetadata(*request.check.metadata);
-    } else if (!selectInfo.requestMetas.empty()) {
-        info.requestMeta = selectInfo.requestMetas.front();
-    }
+    if (!selectInfo.requestMetas.empty()) info.requestMeta = selectInfo.requestMetas.front();
+    if (request.check.metadata) info.requestMeta = makeMetadata(*request.check.metadata);
     info.fwkFrameNum = request.fwkFrame;
     info.logicalId = request.check.camera;
     info.reqtMasterId = static_cast<int32_t>(request.master);
@@ -82,10 +88,13 @@ Session::Session(Case platform, std::string plugin, std::string vendorDir)
     for (const auto& [camera, tags] : mPlatform.staticMetadata) {
         StaticMetadataWraper::getInstance()->setStaticMetadata(camera, makeMetadata(tags));
     }
-    openLog({});
+    zodebug::gZoCamLogLevel = 3;
+    zodebug::gZoCamOfflineLogLevel = 3;
+    zodebug::gZoCamOfflineLogGroup = kZslGroup;
+    zodebug::gZoCamDebugMask = 1;
     mPlugin = std::make_unique<halcore::SelectorPlugin>(mBuild);
     desk::setLogSink([this](const desk::LogLine& line) {
-        if (mRecording.trace) mRun.trace.push_back({TraceStep::kLog, line.message});
+        mRun.trace.push_back(stepOf(line));
         mRun.log.push_back(line);
     });
 }
@@ -93,50 +102,37 @@ Session::Session(Case platform, std::string plugin, std::string vendorDir)
 Session::~Session() {
     mPlugin.reset();
     desk::setLogSink(nullptr);
-    desk::setBoottime(std::nullopt);
     for (const auto& [key, value] : mPlatform.properties) property_set(key.c_str(), nullptr);
     for (const auto& [camera, tags] : mPlatform.staticMetadata) {
         StaticMetadataWraper::getInstance()->setStaticMetadata(camera, nullptr);
     }
 }
 
-Capture Session::prepare(const Request& request) {
-    Capture capture{&request, {}, nullptr, std::nullopt};
-    zohal::ZSLFrameSelectInfo& info = capture.info;
-    info.fwkFrame = request.fwkFrame;
-    info.usedZslFrames = request.used;
-    info.reqtMasterId = request.master;
-    for (const Queue& queue : request.queues) {
-        const auto made = makeQueue(queue);
-        made->setObserver([this](const halcore::QueueCall& call) {
-            if (mRecording.trace) mRun.trace.push_back({TraceStep::kCall, describe(call)});
-        });
-        info.zslQueues.push_back(made);
-        if (&queue == request.metaQueue()) capture.metaQueue = made;
-    }
-    // Only the first element is ever read; the others stand for the other frames needed.
-    if (request.need > 0) info.requestMetas.push_back(makeMetadata(request.metadata));
-    info.requestMetas.resize(request.need, std::make_shared<ZoMetadata>());
-    capture.check = makeCheckInfo(request, info);
-    return capture;
-}
-
-Run Session::serve(const Capture& capture, Recording recording) {
-    const Request& request = *capture.request;
-    mRecording = recording;
+Run Session::serve(const Request& request, Recording recording) {
     mRun = {};
-    openLog(recording);
+    zodebug::gZoCamLogGroup = recording == Recording::kAll ? kZslGroup : 0;
     desk::setBoottime(request.clockNs);
     desk::setVendorLibraryDir(request.adapter == "absent" ? "" : mVendorDir);
     property_set(kMotionProperty, request.adapter == "absent" ? nullptr : request.adapter.c_str());
+
+    zohal::ZSLFrameSelectInfo info = makeSelectInfo(request);
+    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue;
+    for (const Queue& queue : request.queues) {
+        const auto made = makeQueue(queue);
+        if (recording == Recording::kAll) {
+            made->setObserver([this](const halcore::QueueCall& call) { mRun.trace.push_back(stepOf(call)); });
+        }
+        info.zslQueues.push_back(made);
+        if (&queue == request.metaQueue()) metaQueue = made;
+    }
     if (request.call) {
         halcore::StrategyCall call = *request.call;
-        mRun.result = mPlugin->callStrategy(call, capture.info, capture.metaQueue);
+        mRun.result = mPlugin->callStrategy(call, info, metaQueue);
         mRun.selectList = call.selectList;
     } else {
-        mRun.outcome = mPlugin->serve(capture.info, request.select, capture.check, request.check.of);
+        mRun.outcome = mPlugin->serve(info, request.select, makeCheckInfo(request, info), request.check.of);
     }
-    if (recording.offlineLog) mRun.offlineLog = desk::takeOfflineLog();
+    mRun.offlineLog = desk::takeOfflineLog();
     return std::move(mRun);
 }
 

@@ -12,38 +12,23 @@
 
 namespace replay {
 
-// A call or a log line of the library, in the order they came.
-struct TraceStep {
-    enum Kind { kCall, kLog } kind;
-    std::string text;
-};
-
+// What came of one request, served once.
 struct Run {
     halcore::RequestOutcome outcome;
     bool result = false;   // of a strategy called directly
     FrameList selectList;  // of a strategy called directly
     std::vector<desk::LogLine> log;
     std::vector<desk::LogLine> offlineLog;
-    std::vector<TraceStep> trace;
+
+    // The library's calls and log lines in the order they came, without what differs from build to build.
+    std::vector<std::string> trace;
 
     // The frames chosen: a strategy's list, or the list that every queue got; empty when nothing was selected.
     const FrameList& chosen() const;
 };
 
-// What is kept of a run beside its outcome. A channel that is not kept is shut.
-struct Recording {
-    bool log = true;
-    bool offlineLog = false;
-    bool trace = false;
-};
-
-// A request in the library's own form, built once to be served as often as wanted; the used frames may be changed.
-struct Capture {
-    const Request* request;
-    zohal::ZSLFrameSelectInfo info;
-    std::shared_ptr<zohal::ZSLFrameQueue> metaQueue;
-    std::optional<zohal::ZSLFrameCheckInfo> check;
-};
+// What is kept of a run beside its outcome: the offline log, which cuts nothing, or that, the online one and the trace.
+enum class Recording { kOfflineLog, kAll };
 
 // A freshly loaded plug-in with one selector. One at a time: the platform is the process's.
 class Session {
@@ -54,21 +39,15 @@ public:
     bool isOf(const std::string& plugin, const Case& platform) const {
         return mBuild == plugin && mPlatform.properties == platform.properties;
     }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
 
-    Run serve(const Request& request, Recording recording = {}) { return serve(prepare(request), recording); }
-
-    // The capture must not outlive the session and its request.
-    Capture prepare(const Request& request);
-    Run serve(const Capture& capture, Recording recording);
+    // Throws halcore::PluginError where the plug-in lacks a strategy that is called directly.
+    Run serve(const Request& request, Recording recording = Recording::kOfflineLog);
 
 private:
     std::string mVendorDir;
     std::string mBuild;
     Case mPlatform;
     std::unique_ptr<halcore::SelectorPlugin> mPlugin;
-    Recording mRecording;
     Run mRun;  // under way
 };
 

@@ -46,7 +46,7 @@ void addRequest(const Finding& finding, Json& json) {
         json["thread"] = log->thread;
         json["time"] = log->time;
     }
-    json["recorded"] = finding.recorded;
+    json["recorded"] = finding.platform.recorded;
     if (!finding.log || finding.account.driver) {  // a refused request's log does not tell
         json["need"] = request.need;
         json["master"] = request.master;
@@ -55,7 +55,9 @@ void addRequest(const Finding& finding, Json& json) {
     json["consumer"] = meta != nullptr ? meta->consumer : FrameList();
     json["producer"] = meta != nullptr ? meta->producer : FrameList();
     json["shutter"] = Json::object();
-    for (const auto& [frame, ns] : finding.shutterTimesNs) json["shutter"][std::to_string(frame)] = ns;
+    for (const auto& [frame, data] : finding.frames) {
+        if (!data.assumed) json["shutter"][std::to_string(frame)] = data.shutterTimeNs;
+    }
 }
 
 void addOutcome(const Finding& finding, Json& json) {

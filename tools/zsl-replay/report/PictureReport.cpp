@@ -81,8 +81,9 @@ public:
         for (const Queue& queue : finding.request.queues) {
             for (const FrameList* list : {&queue.consumer, &queue.producer, &queue.all}) {
                 for (const uint32_t frame : *list) {
-                    if (const auto ns = shutterTimeNs(finding.request, frame))
-                        mTimesNs[frame] = *ns;
+                    const auto known = finding.frames.find(frame);
+                    if (known != finding.frames.end())
+                        mTimesNs[frame] = known->second.shutterTimeNs;
                     else
                         mUntimed.insert(frame);
                 }

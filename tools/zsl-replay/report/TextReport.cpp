@@ -15,10 +15,6 @@ constexpr char kChosenColour[] = "\033[1;32m";
 constexpr char kWarningColour[] = "\033[33m";
 constexpr char kDiffersColour[] = "\033[1;31m";
 
-void append(std::string& list, const std::string& each, const char* between = ", ") {
-    list += (list.empty() ? "" : between) + each;
-}
-
 std::string gateWords(const Finding& finding) {
     const Account& account = finding.account;
     if (finding.log && !finding.log->showsGate) return "not in the log";
@@ -126,7 +122,7 @@ private:
         mText += printable(mFinding.request.name) + " (request " + std::to_string(mFinding.number);
         if (mFinding.log) mText += ", " + printable(mFinding.log->time);
         if (mFinding.showsFrame) mText += ", framework frame " + std::to_string(mFinding.request.fwkFrame);
-        mText += mFinding.recorded ? ", recorded)\n" : ")\n";
+        mText += mFinding.platform.recorded ? ", recorded)\n" : ")\n";
     }
 
     void writeQueues() {
@@ -249,10 +245,11 @@ private:
         std::vector<std::vector<std::string>> rows;
         for (const FrameReason& each : mFinding.explain) {
             std::string held;
+            const bool isAssumed = each.offsetNs && mFinding.frames.at(each.frame).assumed;
             for (const uint32_t queue : each.queues) held += ' ' + std::to_string(queue);
             rows.push_back({printable(each.list) + '[' + std::to_string(each.position) + ']',
                             std::to_string(each.frame),
-                            each.offsetNs ? (each.assumedTime ? "~" : "") + milliseconds(*each.offsetNs, 0) : "-",
+                            each.offsetNs ? (isAssumed ? "~" : "") + milliseconds(*each.offsetNs, 0) : "-",
                             "held by" + (held.empty() ? " none" : held), printable(each.reason)});
         }
         std::vector<size_t> widths(5);
