@@ -1,14 +1,12 @@
 #include "report/Output.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
-#include <climits>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 
@@ -21,27 +19,27 @@ namespace {
 namespace fs = std::filesystem;
 
 // Read by the signal handler.
-char gTemporary[PATH_MAX];
+std::atomic<const char*> gTemporary{nullptr};
 std::atomic<bool> gShowsProgress{false};
 
 constexpr std::string_view kClearLine = "\r\033[K";
 
 void onSignal(int signal) {
-    if (*gTemporary != '\0') unlink(gTemporary);
+    if (const char* temporary = gTemporary) unlink(temporary);
     if (gShowsProgress && write(STDERR_FILENO, kClearLine.data(), kClearLine.size()) < 0) _exit(2);
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
 
-int writeAll(int file, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = write(file, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0 && errno == EPIPE) std::raise(SIGPIPE);  // where it is ignored, or blocked, this says no more
-        if (written < 0) return errno;
-        text.remove_prefix(static_cast<size_t>(written));
-    }
-    return 0;
+// As the rest here does, says in errno why it could not.
+bool writeAll(std::FILE* file, std::string_view text) {
+    return std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0;
+}
+
+bool writeAndClose(std::FILE* file, std::string_view text) {
+    if (file == nullptr) return false;
+    const bool isWritten = writeAll(file, text);
+    return std::fclose(file) == 0 && isWritten;
 }
 
 // Where a chain of symbolic links leads, whether there is something or not.
@@ -84,19 +82,13 @@ OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& 
     : mGoal(goal == "-" ? "/dev/stdout" : goal) {
     struct stat found {};
     const bool exists = stat(mGoal.c_str(), &found) == 0;
-    if (!exists && errno != ENOENT) fail(errno);
+    if (!exists && errno != ENOENT) fail();
     if (exists && isInput(found, inputs)) {
         throw OutputError(printable(mGoal) + ": expected a file that is not read as well, found an input");
     }
     // A file that may not be written is not replaced either. Better said before the work than after.
     const std::string written = exists ? mGoal : folderOf(followed(mGoal));
-    if (access(written.c_str(), W_OK) != 0) fail(errno);
-    std::string name = fs::temp_directory_path() / "zsl-replay-XXXXXX";
-    const int file = mkstemp(name.data());
-    if (file < 0) fail(errno);
-    mStream.open(name, std::ios::in | std::ios::out | std::ios::binary);
-    unlink(name.c_str());
-    close(file);
+    if (access(written.c_str(), W_OK) != 0) fail();
 }
 
 void OutputFile::keep() {
@@ -105,42 +97,30 @@ void OutputFile::keep() {
     struct stat standard {};
     const bool exists = stat(mGoal.c_str(), &found) == 0;
     const bool isStandard = exists && fstat(STDOUT_FILENO, &standard) == 0 && isSame(found, standard);
-    if (!isStandard && (!exists || S_ISREG(found.st_mode))) return replace(exists ? &found : nullptr);
-    const int file = isStandard ? dup(STDOUT_FILENO) : open(mGoal.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
-    if (file < 0) fail(errno);
-    const int error = copyTo(file);
-    close(file);
-    if (error != 0) fail(error);
+    const bool isDirect = exists && !S_ISREG(found.st_mode);
+    const bool isKept = isStandard ? writeAll(stdout, mText.str())
+                        : isDirect ? writeAndClose(std::fopen(mGoal.c_str(), "we"), mText.str())
+                                   : replace(exists ? &found : nullptr);
+    if (!isKept) fail();
 }
 
-void OutputFile::replace(const struct stat* old) {
+bool OutputFile::replace(const struct stat* old) const {
     const std::string goal = followed(mGoal);
     const std::string temporary = folderOf(goal) + "/.zsl-replay-" + std::to_string(getpid());
-    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, old != nullptr ? 0600 : 0666);
-    if (file < 0) fail(errno);
-    std::strcpy(gTemporary, temporary.c_str());
-    int error = copyTo(file);
-    if (error == 0 && old != nullptr && fchmod(file, old->st_mode & 07777U) != 0) error = errno;
-    if (close(file) != 0 && error == 0) error = errno;
-    if (error == 0 && rename(temporary.c_str(), goal.c_str()) != 0) error = errno;
-    if (error != 0) unlink(temporary.c_str());
-    *gTemporary = '\0';
-    if (error != 0) fail(error);
+    std::FILE* file = std::fopen(temporary.c_str(), "wxe");
+    if (file == nullptr) return false;
+    gTemporary = temporary.c_str();
+    if (old != nullptr) fchmod(fileno(file), old->st_mode & 07777U);
+    const bool isReplaced = writeAndClose(file, mText.str()) && rename(temporary.c_str(), goal.c_str()) == 0;
+    const int error = errno;
+    if (!isReplaced) unlink(temporary.c_str());
+    gTemporary = nullptr;
+    errno = error;
+    return isReplaced;
 }
 
-int OutputFile::copyTo(int file) {
-    if (!mStream.flush()) return EIO;
-    mStream.seekg(0);
-    std::array<char, 65536> block;
-    while (mStream.read(block.data(), block.size()) || mStream.gcount() > 0) {
-        const int error = writeAll(file, {block.data(), static_cast<size_t>(mStream.gcount())});
-        if (error != 0) return error;
-    }
-    return mStream.bad() ? EIO : 0;
-}
-
-void OutputFile::fail(int error) const {
-    throw OutputError(printable(mGoal) + ": expected a file that can be written, found: " + std::strerror(error));
+void OutputFile::fail() const {
+    throw OutputError(printable(mGoal) + ": expected a file that can be written, found: " + std::strerror(errno));
 }
 
 void refuseStandardOutputTo(const std::vector<std::string>& inputs) {
@@ -151,17 +131,18 @@ void refuseStandardOutputTo(const std::vector<std::string>& inputs) {
 
 void writeStandardOutput(std::string_view text) {
     clearProgress();
-    const int error = writeAll(STDOUT_FILENO, text);
-    if (error != 0) throw OutputError(std::string("standard output can't be written: ") + std::strerror(error));
+    if (!writeAll(stdout, text)) {
+        throw OutputError(std::string("standard output can't be written: ") + std::strerror(errno));
+    }
 }
 
 void showProgress(const std::string& line) {
     gShowsProgress = true;
-    writeAll(STDERR_FILENO, std::string(kClearLine) + line);
+    writeAll(stderr, std::string(kClearLine) + line);
 }
 
 void clearProgress() {
-    if (gShowsProgress.exchange(false)) writeAll(STDERR_FILENO, kClearLine);
+    if (gShowsProgress.exchange(false)) writeAll(stderr, kClearLine);
 }
 
 }  // namespace replay

@@ -4,7 +4,7 @@
 
 #include <sys/stat.h>
 
-#include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -22,24 +22,23 @@ public:
 // gone away ends it without a word.
 void cleanUpOnSignals();
 
-// A file that appears whole or not at all. What is written goes to a file without a name; when it is kept, it is copied
-// beside the goal, with the goal's permissions, and takes its place, where a symbolic link leads. What can't be
-// replaced (a terminal, standard output by any name, a pipe) gets the contents when they are whole.
+// A file that appears whole or not at all. What is written is kept in memory; then it is written beside the goal, with
+// the goal's permissions, and takes its place, where a symbolic link leads. What can't be replaced (a terminal, standard
+// output by any name, a pipe) is written directly.
 class OutputFile {
 public:
     // "-" is standard output. Throws OutputError where the goal can't be written, or is a file that is read as well.
     OutputFile(const std::string& goal, const std::vector<std::string>& inputs);
 
-    std::ostream& stream() { return mStream; }
+    std::ostream& stream() { return mText; }
     void keep();  // throws OutputError; without it the goal stays as it was
 
 private:
-    void replace(const struct stat* old);  // null: there is none
-    int copyTo(int file);                  // returns what errno says
-    [[noreturn]] void fail(int error) const;
+    bool replace(const struct stat* old) const;  // null: there is none
+    [[noreturn]] void fail() const;              // errno says why
 
     std::string mGoal;
-    std::fstream mStream;
+    std::ostringstream mText;
 };
 
 // Throws OutputError when standard output goes to a file that is read.
