@@ -5,7 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <iostream>
-#include <memory>
+#include <optional>
 #include <sstream>
 
 #include "capture/Document.h"
@@ -27,18 +27,30 @@ namespace fs = std::filesystem;
 struct Options {
     std::vector<std::string> files;
     ReplayOptions replay;
-    LogChannel log = LogChannel::kNone;
+    std::string log;  // the channel to show; empty: none
     bool json = false;
     bool totals = false;
     bool roundTrip = false;
     std::string picture;
     std::string saveCase;
 
+    LogChannel channel() const {
+        return log.empty() ? LogChannel::kNone : log == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
+    }
     bool hasSeveralFiles() const { return files.size() > 1; }
     bool picks() const { return !replay.frames.empty() || !replay.numbers.empty(); }
     // Of several files only what is not as it should be is reported one by one, unless more is asked about requests.
     bool summarizes() const { return hasSeveralFiles() && !replay.explain && replay.changes.empty() && !picks(); }
+    std::vector<std::string> inputs() const;
 };
+
+std::vector<std::string> Options::inputs() const {
+    std::vector<std::string> inputs = files;
+    for (const std::string& build : {replay.plugin, replay.against}) {
+        if (!build.empty()) inputs.push_back(build);
+    }
+    return inputs;
+}
 
 // Leads files through the rooms, and findings to whoever wants them.
 class Desk {
@@ -46,18 +58,12 @@ public:
     explicit Desk(const Options& options)
         : mOptions(options),
           mReplay(options.replay, [this](Finding&& finding) { report(finding); }),
-          mProgress(options.files),
+          mProgress(options.files.size()),
           mAll(!options.replay.against.empty()),
-          mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), options.log} {
+          mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), options.channel()} {
         refuseStandardOutputTo(options.files);
-        std::vector<std::string> inputs = options.files;
-        for (const std::string& build : {options.replay.plugin, options.replay.against}) {
-            if (!build.empty()) inputs.push_back(build);
-        }
-        if (!options.picture.empty()) {
-            mPicture = std::make_unique<PictureReport>(options.picture, inputs, options.hasSeveralFiles());
-        }
-        if (!options.saveCase.empty()) mSaved = std::make_unique<SavedCase>(options.saveCase, inputs, origin());
+        if (!options.picture.empty()) mPicture.emplace(options.picture, options.inputs(), options.hasSeveralFiles());
+        if (!options.saveCase.empty()) mSaved.emplace(options.saveCase, options.inputs(), origin());
     }
 
     int run() {
@@ -80,15 +86,18 @@ public:
 private:
     void serve(const std::string& file) {
         mOfFile = Totals(!mOptions.replay.against.empty());
-        mProgress.beginFile();
+        mProgress.beginFile(file);
         InputFile input(file);
         input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
         const std::string& name = input.name();
         const bool isLog = input.looksLikeLog() && !mOptions.roundTrip;
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
-        if (isLog && served.requests == 0) noteEmptyLog(name);
-        mAll.addFile();
-        if (served.requests > 0) note(served);
+        const bool isEmptyLog = isLog && served.requests == 0;
+        if (isEmptyLog) noteEmptyLog(name);
+        mAll.addFile(isEmptyLog);
+        mServed.requests = std::max(mServed.requests, served.requests);
+        mServed.firstFrame = std::min(mServed.firstFrame, served.firstFrame);
+        mServed.lastFrame = std::max(mServed.lastFrame, served.lastFrame);
         if (!mOptions.json && mOptions.hasSeveralFiles() && mOfFile.requests() > 0) {
             writeStandardOutput(mOfFile.line(name));
         }
@@ -96,28 +105,15 @@ private:
 
     Served serveCase(const Document& document) {
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
-        const Case theCase = readCase(document);
-        if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
+        if (!document.cutOff.empty()) tell(document.file + ": " + document.cutOff);
         return mOptions.roundTrip ? mReplay.roundTrip(document) : mReplay.serve(document);
     }
 
-    void noteCutOff(const std::string& what) {
-        warn(what);
-        if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
-    }
-
     // One among many is no error.
-    void noteEmptyLog(const std::string& name) {
+    void noteEmptyLog(const std::string& name) const {
         const std::string what = name + ": expected a log with lines of the selector, found none";
         if (!mOptions.hasSeveralFiles()) throw InputError(what);
         warn(what);
-        mAll.addFileWithoutRequests();
-    }
-
-    void note(const Served& served) {
-        mServed.requests = std::max(mServed.requests, served.requests);
-        mServed.firstFrame = std::min(mServed.firstFrame, served.firstFrame);
-        mServed.lastFrame = std::max(mServed.lastFrame, served.lastFrame);
     }
 
     std::string nothingPicked() const {
@@ -131,7 +127,7 @@ private:
         mOfFile.add(finding);
         if (!finding.passes() && mStatus == 0) mStatus = 1;
         if (!mOptions.totals && mOptions.json) {
-            writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
+            writeStandardOutput(jsonOf(finding, mText.log, mOptions.replay.explain));
         } else if (!mOptions.totals && !(mOptions.summarizes() && finding.passes())) {
             writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
@@ -155,6 +151,12 @@ private:
         }
     }
 
+    // Of a case as a whole: part of the report, for which JSON has no place.
+    void tell(const std::string& what) const {
+        if (mOptions.json) return warn(what);
+        writeStandardOutput(printable(what) + '\n');
+    }
+
     void warn(const std::string& what) const {
         clearProgress();
         std::cerr << printable(what) << '\n';
@@ -173,8 +175,8 @@ private:
     TextOptions mText;
     size_t mReported = 0;  // one by one
     Served mServed;        // the most that a file holds, and all framework frames
-    std::unique_ptr<PictureReport> mPicture;
-    std::unique_ptr<SavedCase> mSaved;
+    std::optional<PictureReport> mPicture;
+    std::optional<SavedCase> mSaved;
     int mStatus = 0;
 };
 
@@ -183,11 +185,6 @@ void findLibraries(ReplayOptions& options) {
     const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
     options.plugin = bin.parent_path() / "lib/zsl-replay/com.nexaro.zsl.motion.so";
     options.vendorDir = bin.parent_path() / "lib/zsl-replay/vendor";
-}
-
-// A bare name would be looked for where the system's libraries are.
-void makeAbsolute(std::string& build) {
-    if (!build.empty()) build = fs::absolute(build);
 }
 
 void addChangeOptions(CLI::App& app, Options& options) {
@@ -228,12 +225,7 @@ void addReportOptions(CLI::App& app, Options& options) {
         ->check([](const std::string& file) {
             return canDrawTo(file) ? std::string() : "expected a name ending in .svg or .png, found " + file;
         });
-    app.add_option_function<std::string>(
-           "--log",
-           [&options](const std::string& channel) {
-               options.log = channel == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
-           },
-           "show the log lines of a channel: online (default) or offline")
+    app.add_option("--log", options.log, "show the log lines of a channel: online (default) or offline")
         ->option_text("[CHANNEL]")
         ->expected(0, 1)
         ->default_str("online")
@@ -256,9 +248,8 @@ void addOptions(CLI::App& app, Options& options) {
 // What would be ignored is refused.
 void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
     for (const std::string& other : others) {
-        if (app.count(option) > 0 && app.count(other) > 0) {
-            throw InputError(std::string(option).append(": expected without ").append(other).append(", found both"));
-        }
+        if (app.count(option) == 0 || app.count(other) == 0) continue;
+        throw InputError(std::string(option).append(": expected without ").append(other).append(", found both"));
     }
 }
 
@@ -267,12 +258,14 @@ int run(const CLI::App& app, Options& options) {
     refuseTogether(app, "--round-trip",
                    {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set", "--drop",
                     "--against", "--save-case"});
-    makeAbsolute(options.replay.plugin);
-    makeAbsolute(options.replay.against);
-    options.replay.offlineLog = options.log == LogChannel::kOffline;
     if (options.hasSeveralFiles() && !options.saveCase.empty()) {
         throw InputError("--save-case: expected one file, found several");
     }
+    // A bare name would be looked for where the system's libraries are.
+    for (std::string* build : {&options.replay.plugin, &options.replay.against}) {
+        if (!build->empty()) *build = fs::absolute(*build);
+    }
+    options.replay.offlineLog = options.channel() == LogChannel::kOffline;
     return Desk(options).run();
 }
 

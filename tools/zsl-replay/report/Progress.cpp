@@ -11,35 +11,21 @@ namespace replay {
 
 using namespace std::chrono_literals;
 
-Progress::Progress(const std::vector<std::string>& files)
-    : mIsShown(isatty(STDERR_FILENO) == 1), mFiles(files.size()), mNext(Clock::now() + 1s) {
-    for (const std::string& file : files) {
-        std::error_code error;
-        const auto size = std::filesystem::file_size(file, error);
-        // One pipe among the files, and there is no share of all.
-        if (error) {
-            mBytesInAll = 0;
-            return;
-        }
-        mBytesInAll += size;
-    }
-}
+Progress::Progress(size_t files)
+    : mIsShown(isatty(STDERR_FILENO) == 1), mFiles(files), mNext(Clock::now() + 1s) {}
 
-void Progress::beginFile() {
+void Progress::beginFile(const std::string& file) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(file, error);
+    mFileSize = error ? 0 : size;
     ++mFile;
-    mBytesBefore += mBytes;
-    mBytes = 0;
 }
 
 void Progress::update(uint64_t bytes, size_t requests) {
-    mBytes = bytes;
     if (!mIsShown || Clock::now() < mNext) return;
     mNext = Clock::now() + 200ms;
     std::string line = "file " + std::to_string(mFile) + " of " + std::to_string(mFiles) + ", ";
-    if (mBytesInAll > 0) {
-        const uint64_t percent = std::min<uint64_t>(100, (mBytesBefore + mBytes) * 100 / mBytesInAll);
-        line += std::to_string(percent) + " %, ";
-    }
+    if (mFileSize > 0) line += std::to_string(std::min<uint64_t>(100, bytes * 100 / mFileSize)) + " % of it, ";
     showProgress(line + std::to_string(requests) + " requests");
 }
 

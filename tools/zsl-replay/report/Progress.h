@@ -5,15 +5,14 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace replay {
 
 class Progress {
 public:
-    explicit Progress(const std::vector<std::string>& files);
+    explicit Progress(size_t files);
 
-    void beginFile();
+    void beginFile(const std::string& file);
     // Shows the line when it is time to. `bytes`: of this file, so far.
     void update(uint64_t bytes, size_t requests);
 
@@ -23,9 +22,7 @@ private:
     bool mIsShown;
     size_t mFiles;
     size_t mFile = 0;
-    uint64_t mBytesInAll = 0;  // 0: not known
-    uint64_t mBytesBefore = 0;
-    uint64_t mBytes = 0;
+    uint64_t mFileSize = 0;  // 0: not known, as of a pipe
     Clock::time_point mNext;
 };
 
