@@ -19,8 +19,8 @@ struct TextOptions {
 // Lines, each with its end. Nothing in them that a terminal would obey but colours.
 std::string textOf(const Finding& finding, const TextOptions& options);
 
-// Whether there is a request to show: some in a log can't be rebuilt.
-bool isRebuilt(const Finding& finding);
+// "short: 2 of 3 frames needed".
+std::string textOf(const Warning& warning);
 
 // "1 line", "2 lines".
 std::string counted(size_t number, const std::string& what);
