@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -13,8 +14,8 @@
 #include "capture/Text.h"
 #include "replay/Replay.h"
 #include "report/JsonReport.h"
+#include "report/Output.h"
 #include "report/PictureReport.h"
-#include "report/Progress.h"
 #include "report/SavedCase.h"
 #include "report/TextReport.h"
 #include "report/Totals.h"
@@ -75,7 +76,6 @@ public:
             }
         }
         if (mStatus != 2 && mOptions.picks() && mAll.requests() == 0) complain(nothingPicked());
-        clearProgress();
         writeTotals();
         if (mStatus == 2) return mStatus;  // nothing is kept
         if (mPicture) mPicture->finish();
@@ -158,7 +158,7 @@ private:
     }
 
     void warn(const std::string& what) const {
-        clearProgress();
+        Progress::clear();
         std::cerr << printable(what) << '\n';
     }
 
@@ -272,7 +272,7 @@ int run(const CLI::App& app, Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    cleanUpOnSignals();
+    std::signal(SIGPIPE, SIG_DFL);  // a reader that has gone away ends the tool quietly
     Options options;
     findLibraries(options.replay);
     CLI::App app{
@@ -292,7 +292,6 @@ int main(int argc, char** argv) {
         }
         return run(app, options);
     } catch (const std::exception& error) {
-        clearProgress();
         std::cerr << printable(error.what()) << '\n';
         return 2;
     }

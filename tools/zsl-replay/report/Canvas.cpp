@@ -12,6 +12,33 @@ namespace replay {
 
 namespace {
 
+// The blue is dark enough to stand out in grey print, too.
+constexpr char kStyle[] = R"(<style>
+text {font: 11px sans-serif; paint-order: stroke; stroke: #fff; stroke-width: 4px}
+.title {font-size: 13px; font-weight: bold}
+.name {font-size: 12px; font-weight: bold}
+.number {font-size: 10px; text-anchor: middle}
+.bold {font-weight: bold}
+line {stroke: #000}
+.row {stroke: #d9d9d9}
+.anchor {stroke-width: 1.2; stroke-dasharray: 5 4}
+.target {stroke-width: 1.8}
+g {fill: #b8b8b8; stroke: #6e6e6e; stroke-width: 1.2}
+.chosen {fill: #002973; stroke: #002973}
+.not-held {fill: #fff}
+.ring {fill: #fff; stroke-width: 1.6}
+.not-certain .ring {stroke-dasharray: 3 2.3}
+</style>
+<defs>
+<circle id="consumer" r="7"/>
+<rect id="producer" x="-7" y="-7" width="14" height="14"/>
+<path id="all" d="M0-10 10 0 0 10-10 0z"/>
+<path id="gained" d="M0-25v11M-5.5-19.5h11" stroke="#000" stroke-width="2"/>
+<path id="lost" d="M-11-11 11 11M-11 11 11-11" stroke="#000" stroke-width="2"/>
+</defs>
+<rect width="100%" height="100%" fill="#fff"/>
+)";
+
 std::string escaped(const std::string& text) {
     std::string xml;
     for (const char c : printable(text)) {
@@ -22,45 +49,39 @@ std::string escaped(const std::string& text) {
 
 }  // namespace
 
+std::string Mark::words() const {
+    std::string words = list;
+    if (!isHeld) words += " not-held";
+    if (isChosen) words += " chosen";
+    if (!isCertain) words += " not-certain";
+    return *change != '\0' ? words + ' ' + change : words;
+}
+
 Canvas::Canvas() { mMarks << std::fixed << std::setprecision(1); }
 
-void Canvas::text(double x, double y, const std::string& text, const TextStyle& style) {
+void Canvas::text(double x, double y, const std::string& text, const char* style) {
     if (text.empty()) return;
-    mMarks << "<text x=\"" << x << "\" y=\"" << y << "\" font-size=\"" << style.size << "\" text-anchor=\""
-           << style.anchor << (style.bold ? "\" font-weight=\"bold\">" : "\">") << escaped(text) << "</text>\n";
+    mMarks << "<text class=\"" << style << "\" x=\"" << x << "\" y=\"" << y << "\">" << escaped(text) << "</text>\n";
 }
 
-void Canvas::line(double x0, double y0, double x1, double y1, const Pen& pen) {
-    mMarks << "<line x1=\"" << x0 << "\" y1=\"" << y0 << "\" x2=\"" << x1 << "\" y2=\"" << y1 << '"';
-    finish(pen);
+void Canvas::line(double x0, double y0, double x1, double y1, const char* style) {
+    mMarks << "<line class=\"" << style << "\" x1=\"" << x0 << "\" y1=\"" << y0 << "\" x2=\"" << x1 << "\" y2=\"" << y1
+           << "\"/>\n";
 }
 
-void Canvas::outline(double x, double y, double radius, Shape shape, const Pen& pen, Colour fill) {
-    if (shape == Shape::kCircle) {
-        mMarks << "<circle cx=\"" << x << "\" cy=\"" << y << "\" r=\"" << radius << '"';
-    } else {
-        mMarks << "<rect x=\"" << x - radius << "\" y=\"" << y - radius << "\" width=\"" << 2 * radius << "\" height=\""
-               << 2 * radius << '"';
-        if (shape == Shape::kDiamond) mMarks << " transform=\"rotate(45 " << x << ' ' << y << ")\"";
-    }
-    mMarks << " fill=\"" << fill << '"';
-    finish(pen);
+void Canvas::mark(double x, double y, double scale, const Mark& mark, const std::string& title) {
+    mMarks << "<g class=\"" << mark.words() << "\" transform=\"translate(" << x << ' ' << y << ") scale(" << scale
+           << ")\"><title>" << escaped(title) << ", " << mark.words() << "</title>";
+    if (mark.isChosen) mMarks << "<use class=\"ring\" href=\"#" << mark.list << "\" transform=\"scale(1.75)\"/>";
+    mMarks << "<use href=\"#" << mark.list << "\"/>";
+    if (*mark.change != '\0') mMarks << "<use href=\"#" << mark.change << "\"/>";
+    mMarks << "</g>\n";
 }
-
-void Canvas::finish(const Pen& pen) {
-    mMarks << " stroke=\"" << pen.colour << "\" stroke-width=\"" << pen.width
-           << (pen.dashed ? "\" stroke-dasharray=\"5 4\"/>\n" : "\"/>\n");
-}
-
-void Canvas::beginGroup(const std::string& title) { mMarks << "<g><title>" << escaped(title) << "</title>\n"; }
-void Canvas::endGroup() { mMarks << "</g>\n"; }
 
 std::string Canvas::svg(double width, double height) const {
     std::ostringstream out;
-    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
-        << "\" font-family=\"sans-serif\">\n<style>text {paint-order: stroke; stroke: #fff; stroke-width: "
-           "4px}</style>\n<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n"
-        << mMarks.str() << "</svg>\n";
+    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height << "\">\n"
+        << kStyle << mMarks.str() << "</svg>\n";
     return out.str();
 }
 

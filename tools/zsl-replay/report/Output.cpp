@@ -3,12 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "capture/Text.h"
 
@@ -18,18 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Read by the signal handler.
-std::atomic<const char*> gTemporary{nullptr};
-std::atomic<bool> gShowsProgress{false};
-
-constexpr std::string_view kClearLine = "\r\033[K";
-
-void onSignal(int signal) {
-    if (const char* temporary = gTemporary) unlink(temporary);
-    if (gShowsProgress && write(STDERR_FILENO, kClearLine.data(), kClearLine.size()) < 0) _exit(2);
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-}
+constexpr char kClearLine[] = "\r\033[K";
+bool gShowsProgress = false;
 
 // As the rest here does, says in errno why it could not.
 bool writeAll(std::FILE* file, std::string_view text) {
@@ -71,13 +62,6 @@ bool isInput(const struct stat& goal, const std::vector<std::string>& inputs) {
 
 }  // namespace
 
-void cleanUpOnSignals() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-        // What the caller had ignored (nohup) stays so.
-        if (std::signal(signal, onSignal) == SIG_IGN && signal != SIGPIPE) std::signal(signal, SIG_IGN);
-    }
-}
-
 OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& inputs)
     : mGoal(goal == "-" ? "/dev/stdout" : goal) {
     struct stat found {};
@@ -92,7 +76,7 @@ OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& 
 }
 
 void OutputFile::keep() {
-    clearProgress();
+    Progress::clear();
     struct stat found {};
     struct stat standard {};
     const bool exists = stat(mGoal.c_str(), &found) == 0;
@@ -107,14 +91,16 @@ void OutputFile::keep() {
 bool OutputFile::replace(const struct stat* old) const {
     const std::string goal = followed(mGoal);
     const std::string temporary = folderOf(goal) + "/.zsl-replay-" + std::to_string(getpid());
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, &before);  // one that would end the tool waits until nothing is left behind
     std::FILE* file = std::fopen(temporary.c_str(), "wxe");
-    if (file == nullptr) return false;
-    gTemporary = temporary.c_str();
-    if (old != nullptr) fchmod(fileno(file), old->st_mode & 07777U);
+    if (file != nullptr && old != nullptr) fchmod(fileno(file), old->st_mode & 07777U);
     const bool isReplaced = writeAndClose(file, mText.str()) && rename(temporary.c_str(), goal.c_str()) == 0;
     const int error = errno;
-    if (!isReplaced) unlink(temporary.c_str());
-    gTemporary = nullptr;
+    if (file != nullptr && !isReplaced) unlink(temporary.c_str());
+    sigprocmask(SIG_SETMASK, &before, nullptr);
     errno = error;
     return isReplaced;
 }
@@ -130,19 +116,30 @@ void refuseStandardOutputTo(const std::vector<std::string>& inputs) {
 }
 
 void writeStandardOutput(std::string_view text) {
-    clearProgress();
+    Progress::clear();
     if (!writeAll(stdout, text)) {
         throw OutputError(std::string("standard output can't be written: ") + std::strerror(errno));
     }
 }
 
-void showProgress(const std::string& line) {
-    gShowsProgress = true;
-    writeAll(stderr, std::string(kClearLine) + line);
+void Progress::beginFile(const std::string& file) {
+    std::error_code error;
+    const auto size = fs::file_size(file, error);
+    mFileSize = error ? 0 : size;
+    ++mFile;
 }
 
-void clearProgress() {
-    if (gShowsProgress.exchange(false)) writeAll(stderr, kClearLine);
+void Progress::update(uint64_t bytes, size_t requests) {
+    if (Clock::now() < mNext || isatty(STDERR_FILENO) == 0) return;
+    mNext = Clock::now() + std::chrono::milliseconds(200);
+    std::string line = "file " + std::to_string(mFile) + " of " + std::to_string(mFiles) + ", ";
+    if (mFileSize > 0) line += std::to_string(std::min<uint64_t>(100, bytes * 100 / mFileSize)) + " % of it, ";
+    writeAll(stderr, kClearLine + line + std::to_string(requests) + " requests");
+    gShowsProgress = true;
+}
+
+void Progress::clear() {
+    if (std::exchange(gShowsProgress, false)) writeAll(stderr, kClearLine);
 }
 
 }  // namespace replay

@@ -4,6 +4,8 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
+#include <cstdint>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -18,13 +20,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// From here on a signal that ends the tool leaves no temporary file and no progress line behind, and a reader that has
-// gone away ends it without a word.
-void cleanUpOnSignals();
-
 // A file that appears whole or not at all. What is written is kept in memory; then it is written beside the goal, with
-// the goal's permissions, and takes its place, where a symbolic link leads. What can't be replaced (a terminal, standard
-// output by any name, a pipe) is written directly.
+// the goal's permissions, and takes its place, where a symbolic link leads. What can't be replaced (a terminal,
+// standard output by any name, a pipe) is written directly.
 class OutputFile {
 public:
     // "-" is standard output. Throws OutputError where the goal can't be written, or is a file that is read as well.
@@ -47,8 +45,25 @@ void refuseStandardOutputTo(const std::vector<std::string>& inputs);
 // All of it at once. Throws OutputError.
 void writeStandardOutput(std::string_view text);
 
-// One line on standard error, in place of the last one, until it is cleared or anything else is written.
-void showProgress(const std::string& line);
-void clearProgress();
+// A line on standard error, where that is a terminal, for work that takes longer than a second.
+class Progress {
+public:
+    explicit Progress(size_t files) : mFiles(files) {}
+    ~Progress() { clear(); }
+
+    void beginFile(const std::string& file);
+    // `bytes`: of this file, so far.
+    void update(uint64_t bytes, size_t requests);
+    // Whatever else is written to the terminal would stand behind the line.
+    static void clear();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    size_t mFiles;
+    size_t mFile = 0;
+    uint64_t mFileSize = 0;  // 0: not known, as of a pipe
+    Clock::time_point mNext = Clock::now() + std::chrono::seconds(1);
+};
 
 }  // namespace replay
