@@ -28,30 +28,18 @@ namespace fs = std::filesystem;
 struct Options {
     std::vector<std::string> files;
     ReplayOptions replay;
-    std::string log;  // the channel to show; empty: none
+    std::string log;  // "online", "offline"; empty: none
     bool json = false;
     bool totals = false;
     bool roundTrip = false;
     std::string picture;
     std::string saveCase;
 
-    LogChannel channel() const {
-        return log.empty() ? LogChannel::kNone : log == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
-    }
     bool hasSeveralFiles() const { return files.size() > 1; }
     bool picks() const { return !replay.frames.empty() || !replay.numbers.empty(); }
     // Of several files only what is not as it should be is reported one by one, unless more is asked about requests.
     bool summarizes() const { return hasSeveralFiles() && !replay.explain && replay.changes.empty() && !picks(); }
-    std::vector<std::string> inputs() const;
 };
-
-std::vector<std::string> Options::inputs() const {
-    std::vector<std::string> inputs = files;
-    for (const std::string& build : {replay.plugin, replay.against}) {
-        if (!build.empty()) inputs.push_back(build);
-    }
-    return inputs;
-}
 
 // Leads files through the rooms, and findings to whoever wants them.
 class Desk {
@@ -61,10 +49,13 @@ public:
           mReplay(options.replay, [this](Finding&& finding) { report(finding); }),
           mProgress(options.files.size()),
           mAll(!options.replay.against.empty()),
-          mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), options.channel()} {
+          mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), nullptr} {
+        if (!options.log.empty()) mText.log = options.log == "offline" ? &Run::offlineLog : &Run::log;
         refuseStandardOutputTo(options.files);
-        if (!options.picture.empty()) mPicture.emplace(options.picture, options.inputs(), options.hasSeveralFiles());
-        if (!options.saveCase.empty()) mSaved.emplace(options.saveCase, options.inputs(), origin());
+        std::vector<std::string> inputs = options.files;
+        inputs.insert(inputs.end(), {options.replay.plugin, options.replay.against});
+        if (!options.picture.empty()) mPicture.emplace(options.picture, inputs, options.hasSeveralFiles());
+        if (!options.saveCase.empty()) mSaved.emplace(options.saveCase, inputs, origin());
     }
 
     int run() {
@@ -105,7 +96,10 @@ private:
 
     Served serveCase(const Document& document) {
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
-        if (!document.cutOff.empty()) tell(document.file + ": " + document.cutOff);
+        if (!document.cutOff.empty()) {
+            const std::string what = document.file + ": " + document.cutOff;
+            mOptions.json ? warn(what) : writeStandardOutput(printable(what) + '\n');
+        }
         return mOptions.roundTrip ? mReplay.roundTrip(document) : mReplay.serve(document);
     }
 
@@ -151,12 +145,6 @@ private:
         }
     }
 
-    // Of a case as a whole: part of the report, for which JSON has no place.
-    void tell(const std::string& what) const {
-        if (mOptions.json) return warn(what);
-        writeStandardOutput(printable(what) + '\n');
-    }
-
     void warn(const std::string& what) const {
         Progress::clear();
         std::cerr << printable(what) << '\n';
@@ -180,67 +168,46 @@ private:
     int mStatus = 0;
 };
 
-// The plug-in and the desk's libraries lie beside the tool, built or installed, wherever that is moved to.
-void findLibraries(ReplayOptions& options) {
-    const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
-    options.plugin = bin.parent_path() / "lib/zsl-replay/com.nexaro.zsl.motion.so";
-    options.vendorDir = bin.parent_path() / "lib/zsl-replay/vendor";
-}
-
-void addChangeOptions(CLI::App& app, Options& options) {
-    app.add_option("--set", options.replay.changes.settings,
-                   "what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
-                   "metadata.nexaro.hdr.enabled), in every request, or in request N (N:KEY=VALUE); repeatable.\n"
-                   "What the case expects is not compared: exit status 0")
-        ->option_text("KEY=VALUE")
-        ->allow_extra_args(false);
-    app.add_option("--drop", options.replay.changes.drops,
-                   "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set")
-        ->option_text("FRAME[@QUEUE]")
-        ->allow_extra_args(false);
-    app.add_option("--against", options.replay.against,
-                   "a second build of the plug-in: serve every request with it too, and report where they differ;\n"
-                   "exit status 1 if they do")
-        ->option_text("FILE")
-        ->check(CLI::ExistingFile);
-    app.add_option("--save-case", options.saveCase,
-                   "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out\n"
-                   "of it")
-        ->option_text("FILE");
-}
-
-void addReportOptions(CLI::App& app, Options& options) {
-    app.add_option("--frame", options.replay.frames, "only requests with this framework frame; repeatable")
-        ->option_text("N")
-        ->allow_extra_args(false);
-    app.add_option("--request", options.replay.numbers, "only request N of each file, from 1; repeatable")
-        ->option_text("N")
-        ->allow_extra_args(false)
+void addOptions(CLI::App& app, Options& options) {
+    ReplayOptions& replay = options.replay;
+    app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
+    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
+    const auto add = [&app](const char* name, auto& value, const char* text, const char* help) {
+        return app.add_option(name, value, help)->option_text(text);
+    };
+    const auto addRepeatable = [&add](const char* name, auto& values, const char* text, const char* help) {
+        return add(name, values, text, help)->allow_extra_args(false);
+    };
+    addRepeatable("--frame", replay.frames, "N", "only requests with this framework frame; repeatable");
+    addRepeatable("--request", replay.numbers, "N", "only request N of each file, from 1; repeatable")
         ->check(CLI::PositiveNumber);
-    app.add_flag("--explain", options.replay.explain,
+    app.add_flag("--explain", replay.explain,
                  "one line a frame: why it was chosen or left out, as the library was seen to do, or as a replay with\n"
                  "one thing changed shows");
-    app.add_option("--picture", options.picture, "draw the requests to a file, one panel each: .svg or .png")
-        ->option_text("FILE")
+    add("--picture", options.picture, "FILE", "draw the requests to a file, one panel each: .svg or .png")
         ->check([](const std::string& file) {
             return canDrawTo(file) ? std::string() : "expected a name ending in .svg or .png, found " + file;
         });
-    app.add_option("--log", options.log, "show the log lines of a channel: online (default) or offline")
-        ->option_text("[CHANNEL]")
+    add("--log", options.log, "[CHANNEL]", "show the log lines of a channel: online (default) or offline")
         ->expected(0, 1)
         ->default_str("online")
         ->check(CLI::IsMember({"online", "offline"}));
     app.add_flag("--json", options.json, "print one JSON object a request");
     app.add_flag("--totals", options.totals, "print only what all requests come to; with --json as one object");
-}
-
-void addOptions(CLI::App& app, Options& options) {
-    app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
-    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
-    addReportOptions(app, options);
-    addChangeOptions(app, options);
-    app.add_option("--plugin", options.replay.plugin, "the plug-in to load, instead of the one beside the tool")
-        ->option_text("FILE");
+    addRepeatable("--set", replay.changes.settings, "KEY=VALUE",
+                  "what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
+                  "metadata.nexaro.hdr.enabled), in every request, or in request N (N:KEY=VALUE); repeatable.\n"
+                  "What the case expects is not compared: exit status 0");
+    addRepeatable("--drop", replay.changes.drops, "FRAME[@QUEUE]",
+                  "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set");
+    add("--against", replay.against, "FILE",
+        "a second build of the plug-in: serve every request with it too, and report where they differ;\n"
+        "exit status 1 if they do")
+        ->check(CLI::ExistingFile);
+    add("--save-case", options.saveCase, "FILE",
+        "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out\n"
+        "of it");
+    add("--plugin", replay.plugin, "FILE", "the plug-in to load, instead of the one beside the tool");
     app.add_flag("--round-trip", options.roundTrip,
                  "feed every case's own log back and compare the selections; alone, or with --plugin");
 }
@@ -261,11 +228,14 @@ int run(const CLI::App& app, Options& options) {
     if (options.hasSeveralFiles() && !options.saveCase.empty()) {
         throw InputError("--save-case: expected one file, found several");
     }
+    // The plug-in and the desk's libraries lie beside the tool, built or installed, wherever that is moved to.
+    const fs::path libraries = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "lib/zsl-replay";
+    ReplayOptions& replay = options.replay;
+    replay.vendorDir = libraries / "vendor";
     // A bare name would be looked for where the system's libraries are.
-    for (std::string* build : {&options.replay.plugin, &options.replay.against}) {
-        if (!build->empty()) *build = fs::absolute(*build);
-    }
-    options.replay.offlineLog = options.channel() == LogChannel::kOffline;
+    replay.plugin = replay.plugin.empty() ? libraries / "com.nexaro.zsl.motion.so" : fs::absolute(replay.plugin);
+    if (!replay.against.empty()) replay.against = fs::absolute(replay.against);
+    replay.offlineLog = options.log == "offline";
     return Desk(options).run();
 }
 
@@ -274,7 +244,6 @@ int run(const CLI::App& app, Options& options) {
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_DFL);  // a reader that has gone away ends the tool quietly
     Options options;
-    findLibraries(options.replay);
     CLI::App app{
         "Runs the requests of case files, or of logs in logcat's threadtime format, through the selector plug-in and\n"
         "reports what it chose: [chosen], (lost by a queue), * the anchor, ? not certain.\n"
@@ -282,15 +251,11 @@ int main(int argc, char** argv) {
         "zsl-replay"};
     addOptions(app, options);
     try {
-        try {
-            app.parse(argc, argv);
-        } catch (const CLI::Success& asked) {
-            std::ostringstream text;
-            app.exit(asked, text, text);
-            writeStandardOutput(text.str());
-            return 0;
-        }
+        app.parse(argc, argv);
         return run(app, options);
+    } catch (const CLI::Success& asked) {
+        app.exit(asked);
+        return std::cout.flush() ? 0 : 2;
     } catch (const std::exception& error) {
         std::cerr << printable(error.what()) << '\n';
         return 2;

@@ -101,9 +101,9 @@ std::string jsonOf(const Finding& finding, LogChannel log, bool explains) {
     if (finding.whatIf) json["whatIf"] = *finding.whatIf;
     if (finding.against && !finding.against->none()) json["against"] = *finding.against;
     if (explains) json["explain"] = finding.explain;
-    if (log != LogChannel::kNone) {
+    if (log != nullptr) {
         json["log"] = Json::array();
-        for (const desk::LogLine& line : logOf(finding.run, log)) json["log"].push_back(desk::threadtime(line));
+        for (const desk::LogLine& line : finding.run.*log) json["log"].push_back(desk::threadtime(line));
     }
     // Names of files and queues need not be UTF-8. Characters beyond ASCII are escaped: some move a terminal's cursor.
     return json.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) + '\n';

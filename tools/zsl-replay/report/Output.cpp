@@ -20,6 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kClearLine[] = "\r\033[K";
+constexpr char kStandardOutput[] = "/dev/stdout";
 bool gShowsProgress = false;
 
 // As the rest here does, says in errno why it could not.
@@ -34,69 +35,53 @@ bool writeAndClose(std::FILE* file, std::string_view text) {
 }
 
 // Where a chain of symbolic links leads, whether there is something or not.
-std::string followed(const std::string& name) {
-    fs::path path = name;
-    for (int links = 0; links < 40 && fs::is_symlink(fs::symlink_status(path)); ++links) {
-        path = path.parent_path() / fs::read_symlink(path);
-    }
-    return path;
+fs::path followed(const fs::path& name) {
+    const fs::path path = fs::absolute(name);
+    return fs::is_symlink(path) ? followed(path.parent_path() / fs::read_symlink(path)) : path;
 }
 
-std::string folderOf(const std::string& name) {
-    const fs::path folder = fs::path(name).parent_path();
-    return folder.empty() ? "." : folder.string();
+bool isSame(const std::string& one, const std::string& other) {
+    std::error_code isAbsent;
+    return fs::equivalent(one, other, isAbsent);
 }
 
-bool isSame(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
-
-// Whether writing there would destroy, or wait for, what is read. A terminal may well be both.
-bool isInput(const struct stat& goal, const std::vector<std::string>& inputs) {
-    if (S_ISCHR(goal.st_mode) || S_ISSOCK(goal.st_mode)) return false;
-    for (const std::string& input : inputs) {
-        struct stat found {};
-        const int status = input == "-" ? fstat(STDIN_FILENO, &found) : stat(input.c_str(), &found);
-        if (status == 0 && isSame(found, goal)) return true;
-    }
-    return false;
+// Whether writing there would destroy what is read.
+bool isInput(const std::string& goal, const std::vector<std::string>& inputs) {
+    return std::any_of(inputs.begin(), inputs.end(),
+                       [&goal](const std::string& input) { return isSame(goal, input == "-" ? "/dev/stdin" : input); });
 }
 
 }  // namespace
 
 OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& inputs)
-    : mGoal(goal == "-" ? "/dev/stdout" : goal) {
-    struct stat found {};
-    const bool exists = stat(mGoal.c_str(), &found) == 0;
-    if (!exists && errno != ENOENT) fail();
-    if (exists && isInput(found, inputs)) {
+    : mGoal(goal == "-" ? kStandardOutput : goal) {
+    if (isInput(mGoal, inputs)) {
         throw OutputError(printable(mGoal) + ": expected a file that is not read as well, found an input");
     }
     // A file that may not be written is not replaced either. Better said before the work than after.
-    const std::string written = exists ? mGoal : folderOf(followed(mGoal));
-    if (access(written.c_str(), W_OK) != 0) fail();
+    if (access(mGoal.c_str(), W_OK) == 0) return;
+    if (errno != ENOENT || access(followed(mGoal).parent_path().c_str(), W_OK) != 0) fail();
 }
 
 void OutputFile::keep() {
     Progress::clear();
-    struct stat found {};
-    struct stat standard {};
-    const bool exists = stat(mGoal.c_str(), &found) == 0;
-    const bool isStandard = exists && fstat(STDOUT_FILENO, &standard) == 0 && isSame(found, standard);
-    const bool isDirect = exists && !S_ISREG(found.st_mode);
-    const bool isKept = isStandard ? writeAll(stdout, mText.str())
-                        : isDirect ? writeAndClose(std::fopen(mGoal.c_str(), "we"), mText.str())
-                                   : replace(exists ? &found : nullptr);
+    const bool isDirect = fs::exists(mGoal) && !fs::is_regular_file(mGoal);
+    const bool isKept = isSame(mGoal, kStandardOutput) ? writeAll(stdout, mText.str())
+                        : isDirect                     ? writeAndClose(std::fopen(mGoal.c_str(), "we"), mText.str())
+                                                       : replace();
     if (!isKept) fail();
 }
 
-bool OutputFile::replace(const struct stat* old) const {
-    const std::string goal = followed(mGoal);
-    const std::string temporary = folderOf(goal) + "/.zsl-replay-" + std::to_string(getpid());
+bool OutputFile::replace() const {
+    const fs::path goal = followed(mGoal);
+    const fs::path temporary = goal.parent_path() / (".zsl-replay-" + std::to_string(getpid()));
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &before);  // one that would end the tool waits until nothing is left behind
     std::FILE* file = std::fopen(temporary.c_str(), "wxe");
-    if (file != nullptr && old != nullptr) fchmod(fileno(file), old->st_mode & 07777U);
+    struct stat old {};
+    if (file != nullptr && stat(goal.c_str(), &old) == 0) fchmod(fileno(file), old.st_mode & 07777U);
     const bool isReplaced = writeAndClose(file, mText.str()) && rename(temporary.c_str(), goal.c_str()) == 0;
     const int error = errno;
     if (file != nullptr && !isReplaced) unlink(temporary.c_str());
@@ -110,8 +95,7 @@ void OutputFile::fail() const {
 }
 
 void refuseStandardOutputTo(const std::vector<std::string>& inputs) {
-    struct stat out {};
-    if (fstat(STDOUT_FILENO, &out) != 0 || !S_ISREG(out.st_mode) || !isInput(out, inputs)) return;
+    if (!isInput(kStandardOutput, inputs)) return;
     throw OutputError("standard output: expected a file that is not read as well, found an input");
 }
 

@@ -2,8 +2,6 @@
 
 #pragma once
 
-#include <sys/stat.h>
-
 #include <chrono>
 #include <cstdint>
 #include <sstream>
@@ -32,8 +30,9 @@ public:
     void keep();  // throws OutputError; without it the goal stays as it was
 
 private:
-    bool replace(const struct stat* old) const;  // null: there is none
-    [[noreturn]] void fail() const;              // errno says why
+    // Both say why they fail, or failed, in errno.
+    bool replace() const;
+    [[noreturn]] void fail() const;
 
     std::string mGoal;
     std::ostringstream mText;

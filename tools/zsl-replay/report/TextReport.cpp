@@ -1,6 +1,8 @@
 #include "report/TextReport.h"
 
 #include <algorithm>
+#include <iomanip>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -58,7 +60,9 @@ public:
         }
         for (const Warning& warning : mFinding.warnings) line("warning", textOf(warning), kWarningColour);
         if (mFinding.log) writeEvidence(*mFinding.log);
-        for (const auto& each : logOf(mFinding.run, mOptions.log)) mText += printable(desk::threadtime(each)) + '\n';
+        if (mOptions.log != nullptr) {
+            for (const auto& each : mFinding.run.*mOptions.log) mText += printable(desk::threadtime(each)) + '\n';
+        }
         for (const std::string& each : mFinding.differences) line("DIFFERS", each, kDiffersColour);
         if (mFinding.whatIf) writeDifference("what if", *mFinding.whatIf);
         if (mFinding.against) writeDifference("against", *mFinding.against);
@@ -224,25 +228,15 @@ private:
         for (const std::string& answer : difference.answers) line("answer", answer);
     }
 
-    // Columns are padded; numbers and times to the right.
     void writeReasons() {
-        std::vector<std::vector<std::string>> rows;
         for (const FrameReason& each : mFinding.explain) {
-            rows.push_back({printable(each.list) + '[' + std::to_string(each.position) + ']',
-                            std::to_string(each.frame),
-                            each.offsetNs ? (each.assumedTime ? "~" : "") + milliseconds(*each.offsetNs, 0) : "-",
-                            "held by " + join(each.queues), printable(each.reason)});
-        }
-        std::vector<size_t> widths(5);
-        for (const auto& row : rows) {
-            for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
-        }
-        for (const auto& row : rows) {
-            for (size_t i = 0; i + 1 < row.size(); ++i) {
-                const std::string padding(widths[i] - row[i].size(), ' ');
-                mText += "  " + (i == 1 || i == 2 ? padding + row[i] : row[i] + padding);
-            }
-            mText += "  " + row.back() + '\n';
+            const std::string assumed = each.assumedTime ? "~" : "";
+            std::ostringstream row;
+            row << "  " << std::left << std::setw(12) << each.list + '[' + std::to_string(each.position) + ']'
+                << std::right << std::setw(6) << each.frame << std::setw(14)
+                << (each.offsetNs ? assumed + milliseconds(*each.offsetNs, 0) : "-") << "  held by " << std::left
+                << std::setw(5) << join(each.queues) << "  " << each.reason;
+            mText += printable(row.str()) + '\n';
         }
     }
 
@@ -261,11 +255,6 @@ std::string counted(size_t number, const std::string& what) {
 
 std::string textOf(const Warning& warning) {
     return warning.kind + ": " + warning.text + (warning.certain ? "" : " (not certain)");
-}
-
-const std::vector<desk::LogLine>& logOf(const Run& run, LogChannel channel) {
-    static const std::vector<desk::LogLine> none;
-    return channel == LogChannel::kOnline ? run.log : channel == LogChannel::kOffline ? run.offlineLog : none;
 }
 
 std::string textOf(const Finding& finding, const TextOptions& options) { return TextWriter(finding, options).write(); }

@@ -3,17 +3,19 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "replay/Finding.h"
 
 namespace replay {
 
-enum class LogChannel { kNone, kOnline, kOffline };
+// The lines of a run that are shown; null: none.
+using LogChannel = std::vector<desk::LogLine> Run::*;
 
 struct TextOptions {
     bool colour = false;
     bool namesFile = false;  // ahead of the request
-    LogChannel log = LogChannel::kNone;
+    LogChannel log = nullptr;
 };
 
 // Lines, each with its end. Nothing in them that a terminal would obey but colours.
@@ -24,8 +26,5 @@ std::string textOf(const Warning& warning);
 
 // "1 line", "2 lines".
 std::string counted(size_t number, const std::string& what);
-
-// The lines that a run logged to a channel.
-const std::vector<desk::LogLine>& logOf(const Run& run, LogChannel channel);
 
 }  // namespace replay
