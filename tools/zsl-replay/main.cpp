@@ -51,7 +51,7 @@ public:
           mAll(!options.replay.against.empty()),
           mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), nullptr} {
         if (!options.log.empty()) mText.log = options.log == "offline" ? &Run::offlineLog : &Run::log;
-        refuseStandardOutputTo(options.files);
+        refuseInputAt(kStandardOutput, options.files);
         std::vector<std::string> inputs = options.files;
         inputs.insert(inputs.end(), {options.replay.plugin, options.replay.against});
         if (!options.picture.empty()) mPicture.emplace(options.picture, inputs, options.hasSeveralFiles());
@@ -84,7 +84,11 @@ private:
         const bool isLog = input.looksLikeLog() && !mOptions.roundTrip;
         const Served served = isLog ? mReplay.serve(input) : serveCase(parseDocument(name, input.readAll()));
         const bool isEmptyLog = isLog && served.requests == 0;
-        if (isEmptyLog) noteEmptyLog(name);
+        if (isEmptyLog) {
+            const std::string what = name + ": expected a log with lines of the selector, found none";
+            if (!mOptions.hasSeveralFiles()) throw InputError(what);
+            warn(what);  // one among many is no error
+        }
         mAll.addFile(isEmptyLog);
         mServed.requests = std::max(mServed.requests, served.requests);
         mServed.firstFrame = std::min(mServed.firstFrame, served.firstFrame);
@@ -101,13 +105,6 @@ private:
             mOptions.json ? warn(what) : writeStandardOutput(printable(what) + '\n');
         }
         return mOptions.roundTrip ? mReplay.roundTrip(document) : mReplay.serve(document);
-    }
-
-    // One among many is no error.
-    void noteEmptyLog(const std::string& name) const {
-        const std::string what = name + ": expected a log with lines of the selector, found none";
-        if (!mOptions.hasSeveralFiles()) throw InputError(what);
-        warn(what);
     }
 
     std::string nothingPicked() const {
@@ -181,13 +178,10 @@ void addOptions(CLI::App& app, Options& options) {
     addRepeatable("--frame", replay.frames, "N", "only requests with this framework frame; repeatable");
     addRepeatable("--request", replay.numbers, "N", "only request N of each file, from 1; repeatable")
         ->check(CLI::PositiveNumber);
-    app.add_flag("--explain", replay.explain,
-                 "one line a frame: why it was chosen or left out, as the library was seen to do, or as a replay with\n"
-                 "one thing changed shows");
-    add("--picture", options.picture, "FILE", "draw the requests to a file, one panel each: .svg or .png")
-        ->check([](const std::string& file) {
-            return canDrawTo(file) ? std::string() : "expected a name ending in .svg or .png, found " + file;
-        });
+    app.add_flag(
+        "--explain", replay.explain,
+        "one line a frame: why it was chosen or left out, as seen, or as a replay with one thing changed shows");
+    add("--picture", options.picture, "FILE", "draw the requests to a file, one panel each: .svg or .png");
     add("--log", options.log, "[CHANNEL]", "show the log lines of a channel: online (default) or offline")
         ->expected(0, 1)
         ->default_str("online")
@@ -195,18 +189,15 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_flag("--json", options.json, "print one JSON object a request");
     app.add_flag("--totals", options.totals, "print only what all requests come to; with --json as one object");
     addRepeatable("--set", replay.changes.settings, "KEY=VALUE",
-                  "what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
-                  "metadata.nexaro.hdr.enabled), in every request, or in request N (N:KEY=VALUE); repeatable.\n"
-                  "What the case expects is not compared: exit status 0");
+                  "what if KEY, a path such as queues[0].lost, were different in every request, or in request N\n"
+                  "(N:KEY=VALUE)? Repeatable; what the case expects is not compared");
     addRepeatable("--drop", replay.changes.drops, "FRAME[@QUEUE]",
                   "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set");
     add("--against", replay.against, "FILE",
-        "a second build of the plug-in: serve every request with it too, and report where they differ;\n"
-        "exit status 1 if they do")
+        "serve every request with a second build of the plug-in, too: exit status 1 where the two differ")
         ->check(CLI::ExistingFile);
     add("--save-case", options.saveCase, "FILE",
-        "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out\n"
-        "of it");
+        "keep the changed case, or the one that a log is rebuilt into: it expects what came out");
     add("--plugin", replay.plugin, "FILE", "the plug-in to load, instead of the one beside the tool");
     app.add_flag("--round-trip", options.roundTrip,
                  "feed every case's own log back and compare the selections; alone, or with --plugin");

@@ -19,43 +19,32 @@ text {font: 11px sans-serif; paint-order: stroke; stroke: #fff; stroke-width: 4p
 .name {font-size: 12px; font-weight: bold}
 .number {font-size: 10px; text-anchor: middle}
 .bold {font-weight: bold}
-line {stroke: #000}
+line {stroke: #000; stroke-width: 1.4}
 .row {stroke: #d9d9d9}
-.anchor {stroke-width: 1.2; stroke-dasharray: 5 4}
-.target {stroke-width: 1.8}
+.anchor {stroke-dasharray: 5 4}
 g {fill: #b8b8b8; stroke: #6e6e6e; stroke-width: 1.2}
-.chosen {fill: #002973; stroke: #002973}
+.chosen, .uncertain {fill: #002973; stroke: #002973}
 .not-held {fill: #fff}
-.ring {fill: #fff; stroke-width: 1.6}
-.not-certain .ring {stroke-dasharray: 3 2.3}
 </style>
 <defs>
 <circle id="consumer" r="7"/>
 <rect id="producer" x="-7" y="-7" width="14" height="14"/>
 <path id="all" d="M0-10 10 0 0 10-10 0z"/>
-<path id="gained" d="M0-25v11M-5.5-19.5h11" stroke="#000" stroke-width="2"/>
+<circle id="chosen" r="13" fill="#fff" stroke-width="2.8"/>
+<circle id="uncertain" r="13" fill="#fff" stroke-width="2.8" stroke-dasharray="5 4"/>
+<path id="gained" d="M0-27v12M-6-21h12" stroke="#000" stroke-width="2"/>
 <path id="lost" d="M-11-11 11 11M-11 11 11-11" stroke="#000" stroke-width="2"/>
+<g id="not-held"/>
 </defs>
 <rect width="100%" height="100%" fill="#fff"/>
 )";
 
 std::string escaped(const std::string& text) {
-    std::string xml;
-    for (const char c : printable(text)) {
-        xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
-    }
-    return xml;
+    const std::unique_ptr<gchar, void (*)(gpointer)> xml(g_markup_escape_text(printable(text).c_str(), -1), g_free);
+    return xml.get();
 }
 
 }  // namespace
-
-std::string Mark::words() const {
-    std::string words = list;
-    if (!isHeld) words += " not-held";
-    if (isChosen) words += " chosen";
-    if (!isCertain) words += " not-certain";
-    return *change != '\0' ? words + ' ' + change : words;
-}
 
 Canvas::Canvas() { mMarks << std::fixed << std::setprecision(1); }
 
@@ -69,12 +58,11 @@ void Canvas::line(double x0, double y0, double x1, double y1, const char* style)
            << "\"/>\n";
 }
 
-void Canvas::mark(double x, double y, double scale, const Mark& mark, const std::string& title) {
-    mMarks << "<g class=\"" << mark.words() << "\" transform=\"translate(" << x << ' ' << y << ") scale(" << scale
-           << ")\"><title>" << escaped(title) << ", " << mark.words() << "</title>";
-    if (mark.isChosen) mMarks << "<use class=\"ring\" href=\"#" << mark.list << "\" transform=\"scale(1.75)\"/>";
-    mMarks << "<use href=\"#" << mark.list << "\"/>";
-    if (*mark.change != '\0') mMarks << "<use href=\"#" << mark.change << "\"/>";
+void Canvas::mark(double x, double y, double scale, const std::string& words, const std::string& title) {
+    mMarks << "<g class=\"" << words << "\" transform=\"translate(" << x << ' ' << y << ") scale(" << scale
+           << ")\"><title>" << escaped(title) << "</title>";
+    std::istringstream symbols(words);
+    for (std::string symbol; symbols >> symbol;) mMarks << "<use href=\"#" << symbol << "\"/>";
     mMarks << "</g>\n";
 }
 

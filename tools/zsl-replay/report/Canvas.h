@@ -9,17 +9,6 @@
 
 namespace replay {
 
-// A frame in a queue. In these words, too, which are classes of the style sheet.
-struct Mark {
-    const char* list = "consumer";  // or "producer", "all": its shape
-    bool isHeld = true;
-    bool isChosen = false;
-    bool isCertain = true;
-    const char* change = "";  // or "gained", "lost"
-
-    std::string words() const;
-};
-
 // In pixels, downwards.
 class Canvas {
 public:
@@ -28,8 +17,9 @@ public:
     // From a base line. Stands on white, so that lines behind it don't cross it out.
     void text(double x, double y, const std::string& text, const char* style = "plain");
     void line(double x0, double y0, double x1, double y1, const char* style);
-    // A reader shows the title under the pointer.
-    void mark(double x, double y, double scale, const Mark& mark, const std::string& title);
+    // Of words such as "chosen producer", each a symbol of the page and a style. A reader shows the title under the
+    // pointer.
+    void mark(double x, double y, double scale, const std::string& words, const std::string& title);
 
     std::string svg(double width, double height) const;
     // Throws InputError for one that is too large.

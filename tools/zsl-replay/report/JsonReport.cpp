@@ -78,25 +78,22 @@ void addOutcome(const Finding& finding, Json& json) {
     json["differences"] = finding.differences;
 }
 
-void addEvidence(const Evidence& log, bool isFromLog, Json& json) {
-    if (isFromLog) {
-        json["certain"] = log.certain;
-        json["possible"] = log.possible;
-        if (!log.open.empty()) json["open"] = log.open;
-        json["lines"] = log.lines;
-        json["reproduced"] = log.reproduced;
-    }
-    json["assumptions"] = log.assumptions;
-    json["missing"] = log.missing;
-}
-
 }  // namespace
 
 std::string jsonOf(const Finding& finding, LogChannel log, bool explains) {
     Json json = {{"file", finding.file}};
     addRequest(finding, json);
     addOutcome(finding, json);
-    addEvidence(finding.log.value_or(Evidence()), finding.log.has_value(), json);
+    const Evidence evidence = finding.log.value_or(Evidence());
+    if (finding.log) {
+        json["certain"] = evidence.certain;
+        json["possible"] = evidence.possible;
+        if (!evidence.open.empty()) json["open"] = evidence.open;
+        json["lines"] = evidence.lines;
+        json["reproduced"] = evidence.reproduced;
+    }
+    json["assumptions"] = evidence.assumptions;
+    json["missing"] = evidence.missing;
     json["notes"] = finding.notes;
     if (finding.whatIf) json["whatIf"] = *finding.whatIf;
     if (finding.against && !finding.against->none()) json["against"] = *finding.against;

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <stdexcept>
 #include <utility>
 
 #include "capture/Text.h"
@@ -20,7 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kClearLine[] = "\r\033[K";
-constexpr char kStandardOutput[] = "/dev/stdout";
 bool gShowsProgress = false;
 
 // As the rest here does, says in errno why it could not.
@@ -45,19 +45,18 @@ bool isSame(const std::string& one, const std::string& other) {
     return fs::equivalent(one, other, isAbsent);
 }
 
-// Whether writing there would destroy what is read.
-bool isInput(const std::string& goal, const std::vector<std::string>& inputs) {
-    return std::any_of(inputs.begin(), inputs.end(),
-                       [&goal](const std::string& input) { return isSame(goal, input == "-" ? "/dev/stdin" : input); });
-}
-
 }  // namespace
+
+void refuseInputAt(const std::string& goal, const std::vector<std::string>& inputs) {
+    for (const std::string& input : inputs) {
+        if (!isSame(goal, input == "-" ? "/dev/stdin" : input)) continue;
+        throw std::runtime_error(printable(goal) + ": expected a file that is not read as well, found an input");
+    }
+}
 
 OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& inputs)
     : mGoal(goal == "-" ? kStandardOutput : goal) {
-    if (isInput(mGoal, inputs)) {
-        throw OutputError(printable(mGoal) + ": expected a file that is not read as well, found an input");
-    }
+    refuseInputAt(mGoal, inputs);
     // A file that may not be written is not replaced either. Better said before the work than after.
     if (access(mGoal.c_str(), W_OK) == 0) return;
     if (errno != ENOENT || access(followed(mGoal).parent_path().c_str(), W_OK) != 0) fail();
@@ -91,18 +90,14 @@ bool OutputFile::replace() const {
 }
 
 void OutputFile::fail() const {
-    throw OutputError(printable(mGoal) + ": expected a file that can be written, found: " + std::strerror(errno));
-}
-
-void refuseStandardOutputTo(const std::vector<std::string>& inputs) {
-    if (!isInput(kStandardOutput, inputs)) return;
-    throw OutputError("standard output: expected a file that is not read as well, found an input");
+    throw std::runtime_error(printable(mGoal) +
+                             ": expected a file that can be written, found: " + std::strerror(errno));
 }
 
 void writeStandardOutput(std::string_view text) {
     Progress::clear();
     if (!writeAll(stdout, text)) {
-        throw OutputError(std::string("standard output can't be written: ") + std::strerror(errno));
+        throw std::runtime_error(std::string("standard output can't be written: ") + std::strerror(errno));
     }
 }
 

@@ -1,33 +1,32 @@
-// What the tool writes: files, standard output, and a line that shows how far it is.
+// What the tool writes: files, standard output, and a line that shows how far it is. What can't be written is a
+// std::runtime_error, ready to print.
 
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace replay {
 
-// Output that can't be written; what() is ready to print.
-class OutputError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+constexpr char kStandardOutput[] = "/dev/stdout";
+
+// Throws where writing to the goal would destroy what is read, by whatever name.
+void refuseInputAt(const std::string& goal, const std::vector<std::string>& inputs);
 
 // A file that appears whole or not at all. What is written is kept in memory; then it is written beside the goal, with
 // the goal's permissions, and takes its place, where a symbolic link leads. What can't be replaced (a terminal,
 // standard output by any name, a pipe) is written directly.
 class OutputFile {
 public:
-    // "-" is standard output. Throws OutputError where the goal can't be written, or is a file that is read as well.
+    // "-" is standard output. Throws where the goal can't be written, or is a file that is read as well.
     OutputFile(const std::string& goal, const std::vector<std::string>& inputs);
 
     std::ostream& stream() { return mText; }
-    void keep();  // throws OutputError; without it the goal stays as it was
+    void keep();  // without it the goal stays as it was
 
 private:
     // Both say why they fail, or failed, in errno.
@@ -38,10 +37,7 @@ private:
     std::ostringstream mText;
 };
 
-// Throws OutputError when standard output goes to a file that is read.
-void refuseStandardOutputTo(const std::vector<std::string>& inputs);
-
-// All of it at once. Throws OutputError.
+// All of it at once.
 void writeStandardOutput(std::string_view text);
 
 // A line on standard error, where that is a terminal, for work that takes longer than a second.

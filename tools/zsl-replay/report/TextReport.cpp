@@ -100,13 +100,12 @@ private:
     std::string marked(const FrameList& frames) const {
         std::string words;
         for (const uint32_t frame : frames) {
-            const std::string number = std::to_string(frame) + (mFinding.anchor == frame ? "*" : "");
-            const bool isChosen = mChosen.count(frame) > 0;
-            append(words,
-                   isChosen                 ? '[' + number + (mFinding.isOpen(frame) ? "?]" : "]")
-                   : mLost.count(frame) > 0 ? '(' + number + ')'
-                                            : number,
-                   " ");
+            std::string word = std::to_string(frame) + (mFinding.anchor == frame ? "*" : "");
+            if (mChosen.count(frame) > 0)
+                word = '[' + word + (mFinding.isOpen(frame) ? "?]" : "]");
+            else if (mLost.count(frame) > 0)
+                word = '(' + word + ')';
+            append(words, word, " ");
         }
         return words.empty() ? "none" : words;
     }
@@ -195,9 +194,7 @@ private:
         if (!log.obstacle.empty()) {
             line("certain", "nothing: it can't be rebuilt");
         } else if (log.settled()) {
-            line("certain", mFinding.run.chosen().empty()
-                                ? "that nothing is chosen, whichever last used frame the lines allow"
-                                : "all of these, whichever last used frame the lines allow");
+            line("certain", "the selection, whichever last used frame the lines allow");
         } else {
             list("certain", join(log.certain));
             list("possible", join(log.possible));
@@ -232,7 +229,7 @@ private:
         for (const FrameReason& each : mFinding.explain) {
             const std::string assumed = each.assumedTime ? "~" : "";
             std::ostringstream row;
-            row << "  " << std::left << std::setw(12) << each.list + '[' + std::to_string(each.position) + ']'
+            row << "  " << std::left << std::setw(11) << each.list + '[' + std::to_string(each.position) + ']'
                 << std::right << std::setw(6) << each.frame << std::setw(14)
                 << (each.offsetNs ? assumed + milliseconds(*each.offsetNs, 0) : "-") << "  held by " << std::left
                 << std::setw(5) << join(each.queues) << "  " << each.reason;

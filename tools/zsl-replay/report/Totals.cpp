@@ -27,7 +27,6 @@ void Totals::add(const Finding& finding) {
     ++mRequests;
     mFailing += finding.differences.empty() ? 0 : 1;
     mDiffer += finding.against && !finding.against->none() ? 1 : 0;
-    mWarned += finding.warnings.empty() ? 0 : 1;
     for (const std::string& strategy : finding.account.strategies) ++mStrategies[strategy];
     for (const Warning& warning : finding.warnings) ++mWarnings[warning.kind];
     if (finding.anchorDistanceNs) mDistancesNs.insert(*finding.anchorDistanceNs);
@@ -50,7 +49,7 @@ std::string Totals::reproduced() const {
 std::string Totals::line(const std::string& name) const {
     std::string text = printable(name) + ": " + counted(mRequests, "request");
     if (mLogged > 0) text += ", " + reproduced();
-    if (mWarned > 0) text += ", " + std::to_string(mWarned) + " with warnings";
+    if (!mWarnings.empty()) text += ", warnings: " + words(mWarnings);
     if (mCompares) text += mDiffer == 0 ? ", both builds agree" : ", the builds differ in " + std::to_string(mDiffer);
     if (mFailing > 0) return text + ", " + std::to_string(mFailing) + (mFailing == 1 ? " differs\n" : " differ\n");
     return text + (mLogged > 0 ? ", consistent with the log\n" : ", as expected\n");

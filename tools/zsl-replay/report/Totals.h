@@ -37,7 +37,6 @@ private:
     size_t mRequests = 0;
     size_t mFailing = 0;  // against what is expected, or logged
     size_t mDiffer = 0;   // between two builds
-    size_t mWarned = 0;
     std::map<std::string, size_t> mStrategies;
     std::map<std::string, size_t> mWarnings;  // by kind
     std::multiset<int64_t> mDistancesNs;      // of anchors from their targets
