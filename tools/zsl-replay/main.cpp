@@ -63,10 +63,14 @@ public:
             try {
                 serve(file);
             } catch (const InputError& error) {
-                complain(error.what());
+                warn(error.what());
+                mStatus = 2;
             }
         }
-        if (mStatus != 2 && mOptions.picks() && mAll.requests() == 0) complain(nothingPicked());
+        if (mStatus != 2 && mOptions.picks() && mAll.requests() == 0) {
+            warn(nothingPicked());
+            mStatus = 2;
+        }
         writeTotals();
         if (mStatus == 2) return mStatus;  // nothing is kept
         if (mPicture) mPicture->finish();
@@ -145,11 +149,6 @@ private:
     void warn(const std::string& what) const {
         Progress::clear();
         std::cerr << printable(what) << '\n';
-    }
-
-    void complain(const std::string& what) {
-        warn(what);
-        mStatus = 2;
     }
 
     const Options& mOptions;

@@ -31,14 +31,6 @@ static void to_json(Json& json, const FrameReason& reason) {
 
 namespace {
 
-// The keys become text, as JSON wants them.
-template <typename Map>
-Json mapOf(const Map& map) {
-    Json json = Json::object();
-    for (const auto& [key, value] : map) json[std::to_string(key)] = value;
-    return json;
-}
-
 void addRequest(const Finding& finding, Json& json) {
     const Request& request = finding.request;
     const Queue* meta = request.metaQueue();
@@ -58,7 +50,8 @@ void addRequest(const Finding& finding, Json& json) {
     if (finding.account.driver) json["sensorMode"] = finding.account.driver->sensorModeType;
     json["consumer"] = meta != nullptr ? meta->consumer : FrameList();
     json["producer"] = meta != nullptr ? meta->producer : FrameList();
-    json["shutter"] = mapOf(finding.shutterTimesNs);
+    json["shutter"] = Json::object();
+    for (const auto& [frame, ns] : finding.shutterTimesNs) json["shutter"][std::to_string(frame)] = ns;
 }
 
 void addOutcome(const Finding& finding, Json& json) {
@@ -69,7 +62,8 @@ void addOutcome(const Finding& finding, Json& json) {
     if (finding.targetNs) json["target"] = *finding.targetNs;
     if (finding.anchor) json["anchor"] = *finding.anchor;
     if (finding.anchorDistanceNs) json["anchorDistance"] = *finding.anchorDistanceNs;
-    json["selection"] = mapOf(outcome.selection);
+    json["selection"] = Json::object();
+    for (const auto& [id, frames] : outcome.selection) json["selection"][std::to_string(id)] = frames;
     if (finding.request.call) json["call"] = {{"result", finding.run.result}, {"list", finding.run.selectList}};
     json["checks"] = Json::object();
     for (const auto& [frame, check] : outcome.checks)

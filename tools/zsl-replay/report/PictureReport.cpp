@@ -16,10 +16,10 @@ namespace {
 
 // In pixels.
 constexpr double kEdge = 16;
-constexpr double kLeft = 152;   // of the first frame
-constexpr double kRight = 132;  // behind the last one: a moment's name fits in
-constexpr double kMargin = 22;  // of rows and axis beyond both
-constexpr double kPitch = 44;   // between frames, as far as the length allows
+constexpr double kLeft = 152;         // of the first frame
+constexpr double kRight = 132;        // behind the last one: a moment's name fits in
+constexpr double kMargin = 22;        // of rows and axis beyond both
+constexpr double kPitch = 44;         // between frames, as far as the length allows
 constexpr double kMostLength = 5000;  // of an axis
 constexpr double kLine = 16;
 constexpr double kHead = 74;  // from the top of a run to its first row: its caption, the names of two moments
@@ -82,8 +82,8 @@ Finding servedAs(const Request& request, const Run& run) {
 
 // Where moments stand on the page, those of all servings that a panel compares.
 struct TimeAxis {
-    const char* name = "ms from the target moment";
     int64_t originNs;
+    const char* name;
     int64_t firstNs;
     int64_t lastNs;
     double scale;  // pixels a millisecond
@@ -97,7 +97,9 @@ struct TimeAxis {
 
 // From the first to the last frame, and to a moment that is at most a dozen frames away from them: were it farther, the
 // frames could not be told apart.
-TimeAxis::TimeAxis(const std::vector<Serving>& servings) : originNs(servings.front().finding.targetNs.value_or(0)) {
+TimeAxis::TimeAxis(const std::vector<Serving>& servings)
+    : originNs(servings.front().finding.targetNs.value_or(0)),
+      name(originNs != 0 ? "ms from the target moment" : "ms from the first frame") {
     std::set<int64_t> timesNs;
     for (const Serving& serving : servings) {
         for (const auto& [frame, ns] : serving.timesNs) timesNs.insert(ns);
@@ -119,10 +121,7 @@ TimeAxis::TimeAxis(const std::vector<Serving>& servings) : originNs(servings.fro
     }
     firstNs = *timesNs.begin();
     lastNs = *timesNs.rbegin();
-    if (originNs == 0) {
-        name = "ms from the first frame";
-        originNs = firstNs;
-    }
+    if (originNs == 0) originNs = firstNs;
     scale = kPitch / std::max(pitchMs, millisecondsBetween(firstNs, lastNs) * kPitch / kMostLength);
     pitch = pitchMs * scale;
 }
@@ -131,11 +130,12 @@ void drawAxis(Canvas& canvas, const TimeAxis& axis, double y) {
     canvas.line(kLeft - kMargin, y, axis.end(), y, "axis");
     const double step = std::pow(10, std::ceil(std::log10(60 / axis.scale)));
     const double firstMs = millisecondsBetween(axis.originNs, axis.firstNs);
-    const double lastMs = millisecondsBetween(axis.originNs, axis.lastNs);
-    for (double tick = std::ceil(firstMs / step); tick * step <= lastMs; ++tick) {
-        const double x = kLeft + (tick * step - firstMs) * axis.scale;
+    const auto last = static_cast<int64_t>(std::floor(millisecondsBetween(axis.originNs, axis.lastNs) / step));
+    for (auto tick = static_cast<int64_t>(std::ceil(firstMs / step)); tick <= last; ++tick) {
+        const double ms = static_cast<double>(tick) * step;
+        const double x = kLeft + (ms - firstMs) * axis.scale;
         char label[40];
-        std::snprintf(label, sizeof(label), tick == 0 ? "0" : "%+.10g", tick * step);
+        std::snprintf(label, sizeof(label), tick == 0 ? "0" : "%+.10g", ms);
         canvas.line(x, y, x, y + 5, "axis");
         canvas.text(x, y + 18, label, "number");
     }
@@ -167,27 +167,24 @@ void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, con
     canvas.text(kEdge, y - 2, queue.name, "name");
     canvas.text(kEdge, y + 13, "queue " + std::to_string(queue.id));
     const auto marks = marksOf(serving, queue);
-    const auto isChosen = [&serving](uint32_t frame) { return serving.chosen.count(frame) > 0; };
-    // The chosen last: their rings lie over their neighbours. But their numbers first: others as there is room.
-    for (const bool chosen : {false, true}) {
-        for (const auto& [frame, words] : marks) {
-            if (isChosen(frame) != chosen) continue;
-            const int64_t ns = serving.timesNs.at(frame);
-            canvas.mark(axis.x(ns), y, std::clamp(axis.pitch / 29, 0.3, 1.0), words,
-                        std::to_string(frame) + ", " + milliseconds(ns, axis.originNs) + ", " + words);
-        }
+    for (const auto& [frame, words] : marks) {
+        const int64_t ns = serving.timesNs.at(frame);
+        canvas.mark(axis.x(ns), y, std::clamp(axis.pitch / 29, 0.3, 1.0), words,
+                    std::to_string(frame) + ", " + milliseconds(ns, axis.originNs) + ", " + words);
     }
+    // The numbers of the chosen first, then others as there is room.
     std::vector<double> taken;
-    for (const bool chosen : {true, false}) {
+    for (const bool isChosen : {true, false}) {
         for (const auto& [frame, words] : marks) {
+            if (isChosen != (serving.chosen.count(frame) > 0)) continue;
             std::string number = std::to_string(frame) + (serving.finding.anchor == frame ? "*" : "");
-            if (chosen && serving.finding.isOpen(frame)) number += '?';
+            if (isChosen && serving.finding.isOpen(frame)) number += '?';
             const double x = axis.x(serving.timesNs.at(frame));
             const double room = kDigit * static_cast<double>(number.size() + 1);
             const auto isNear = [&](double other) { return std::abs(other - x) < room; };
-            if (isChosen(frame) != chosen || std::any_of(taken.begin(), taken.end(), isNear)) continue;
+            if (std::any_of(taken.begin(), taken.end(), isNear)) continue;
             taken.push_back(x);
-            canvas.text(x, y + 25, number, chosen ? "number bold" : "number");
+            canvas.text(x, y + 25, number, isChosen ? "number bold" : "number");
         }
     }
 }

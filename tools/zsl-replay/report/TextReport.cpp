@@ -42,12 +42,7 @@ std::string gateWords(const Finding& finding) {
 
 class TextWriter {
 public:
-    TextWriter(const Finding& finding, const TextOptions& options)
-        : mFinding(finding), mOptions(options), mChosen(finding.run.chosen().begin(), finding.run.chosen().end()) {
-        for (const Queue& queue : finding.request.queues) {
-            for (const auto& [frame, data] : queue.lost) mLost.insert(frame);
-        }
-    }
+    TextWriter(const Finding& finding, const TextOptions& options) : mFinding(finding), mOptions(options) {}
 
     std::string write() {
         writeTitle();
@@ -98,12 +93,17 @@ private:
 
     // [chosen], (lost by some queue), the anchor with a star, what is not certain with a question mark.
     std::string marked(const FrameList& frames) const {
+        const std::set<uint32_t> chosen(mFinding.run.chosen().begin(), mFinding.run.chosen().end());
+        std::set<uint32_t> lost;
+        for (const Queue& queue : mFinding.request.queues) {
+            for (const auto& [frame, data] : queue.lost) lost.insert(frame);
+        }
         std::string words;
         for (const uint32_t frame : frames) {
             std::string word = std::to_string(frame) + (mFinding.anchor == frame ? "*" : "");
-            if (mChosen.count(frame) > 0)
+            if (chosen.count(frame) > 0)
                 word = '[' + word + (mFinding.isOpen(frame) ? "?]" : "]");
-            else if (mLost.count(frame) > 0)
+            else if (lost.count(frame) > 0)
                 word = '(' + word + ')';
             append(words, word, " ");
         }
@@ -239,8 +239,6 @@ private:
 
     const Finding& mFinding;
     const TextOptions& mOptions;
-    std::set<uint32_t> mChosen;
-    std::set<uint32_t> mLost;
     std::string mText;
 };
 
