@@ -152,9 +152,9 @@ std::map<uint32_t, std::string> marksOf(const Serving& serving, const Queue& que
             if (serving.timesNs.count(frame) == 0) continue;
             const bool isChosen = serving.chosen.count(frame) > 0;
             const bool wasChosen = serving.chosenBefore.count(frame) > 0;
-            std::string words = name;
-            if (queue.held.count(frame) == 0) words = "not-held " + words;
-            if (isChosen) words = (serving.finding.isOpen(frame) ? "uncertain " : "chosen ") + words;
+            std::string words = !isChosen ? "" : serving.finding.isOpen(frame) ? "uncertain " : "chosen ";
+            if (queue.held.count(frame) == 0) words += "not-held ";
+            words += name;
             if (isChosen != wasChosen) words += isChosen ? " gained" : " lost";
             marks.emplace(frame, words);
         }

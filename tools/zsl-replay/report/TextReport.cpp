@@ -100,12 +100,13 @@ private:
         }
         std::string words;
         for (const uint32_t frame : frames) {
-            std::string word = std::to_string(frame) + (mFinding.anchor == frame ? "*" : "");
+            const std::string number = std::to_string(frame) + (mFinding.anchor == frame ? "*" : "");
             if (chosen.count(frame) > 0)
-                word = '[' + word + (mFinding.isOpen(frame) ? "?]" : "]");
+                append(words, '[' + number + (mFinding.isOpen(frame) ? "?]" : "]"), " ");
             else if (lost.count(frame) > 0)
-                word = '(' + word + ')';
-            append(words, word, " ");
+                append(words, '(' + number + ')', " ");
+            else
+                append(words, number, " ");
         }
         return words.empty() ? "none" : words;
     }
