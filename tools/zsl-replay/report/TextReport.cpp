@@ -231,7 +231,7 @@ private:
             const std::string assumed = each.assumedTime ? "~" : "";
             std::ostringstream row;
             row << "  " << std::left << std::setw(11) << each.list + '[' + std::to_string(each.position) + ']'
-                << std::right << std::setw(6) << each.frame << std::setw(14)
+                << std::right << "  " << std::setw(4) << each.frame << "  " << std::setw(12)
                 << (each.offsetNs ? assumed + milliseconds(*each.offsetNs, 0) : "-") << "  held by " << std::left
                 << std::setw(5) << join(each.queues) << "  " << each.reason;
             mText += printable(row.str()) + '\n';
