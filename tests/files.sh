@@ -14,13 +14,15 @@ status() { local expected=$1; shift; "$@" > out 2> err; local got=$?; [ $got = "
 untouched() { cmp -s jump.log before || fail "$1 destroyed its input"; cp before jump.log; }
 cp jump.log before
 
-# A goal that is there: through a symbolic link, with its permissions, and left alone when something goes wrong.
-mkdir kept && echo old > kept/goal && chmod 640 kept/goal && ln -s kept/goal link && ln -s kept/new dangling
+# A goal that is there: through a symbolic link, with its permissions, and left alone when something goes wrong. It is
+# another file that takes its place: what else links to the old one keeps it.
+mkdir kept && echo old > kept/goal && chmod 640 kept/goal && ln kept/goal same && ln -s kept/goal link && ln -s kept/new dangling
 status 2 "$replay" "$jump" --set need=x --save-case link
 [ "$(cat kept/goal)" = old ] || fail "an error destroyed the goal"
 status 2 "$replay" jump.log none.log --picture link.svg
 [ ! -e link.svg ] || fail "a picture in spite of an error"
 status 0 "$replay" jump.log --save-case link
+[ "$(cat same)" = old ] || fail "written in place"
 [ -L link ] && [ "$(stat -c %a kept/goal)" = 640 ] && grep -q '^requests:' kept/goal || fail "link or permissions"
 status 0 "$replay" jump.log --save-case dangling
 cmp -s kept/goal kept/new || fail "a link to what is not there yet"

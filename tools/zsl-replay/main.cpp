@@ -3,9 +3,10 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <filesystem>
 #include <iostream>
-#include <memory>
+#include <optional>
 #include <sstream>
 
 #include "capture/Document.h"
@@ -13,8 +14,8 @@
 #include "capture/Text.h"
 #include "replay/Replay.h"
 #include "report/JsonReport.h"
+#include "report/Output.h"
 #include "report/PictureReport.h"
-#include "report/Progress.h"
 #include "report/SavedCase.h"
 #include "report/TextReport.h"
 #include "report/Totals.h"
@@ -27,7 +28,7 @@ namespace fs = std::filesystem;
 struct Options {
     std::vector<std::string> files;
     ReplayOptions replay;
-    LogChannel log = LogChannel::kNone;
+    std::string log;  // "online", "offline"; empty: none
     bool json = false;
     bool totals = false;
     bool roundTrip = false;
@@ -45,18 +46,15 @@ class Desk {
 public:
     explicit Desk(const Options& options)
         : mOptions(options),
-          mProgress(options.files),
+          mProgress(options.files.size()),
           mAll(!options.replay.against.empty()),
-          mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), options.log} {
-        refuseStandardOutputTo(options.files);
+          mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), nullptr} {
+        if (!options.log.empty()) mText.log = options.log == "offline" ? &Run::offlineLog : &Run::log;
+        refuseInputAt(kStandardOutput, options.files);
         std::vector<std::string> inputs = options.files;
-        for (const std::string& build : {options.replay.plugin, options.replay.against}) {
-            if (!build.empty()) inputs.push_back(build);
-        }
-        if (!options.picture.empty()) {
-            mPicture = std::make_unique<PictureReport>(options.picture, inputs, options.hasSeveralFiles());
-        }
-        if (!options.saveCase.empty()) mSaved = std::make_unique<SavedCase>(options.saveCase, inputs, origin());
+        inputs.insert(inputs.end(), {options.replay.plugin, options.replay.against});
+        if (!options.picture.empty()) mPicture.emplace(options.picture, inputs, options.hasSeveralFiles());
+        if (!options.saveCase.empty()) mSaved.emplace(options.saveCase, inputs, origin());
     }
 
     int run() {
@@ -64,11 +62,14 @@ public:
             try {
                 serve(file);
             } catch (const InputError& error) {
-                complain(error.what());
+                warn(error.what());
+                mStatus = 2;
             }
         }
-        if (mStatus != 2 && mOptions.picks() && mAll.requests() == 0) complain(nothingPicked());
-        clearProgress();
+        if (mStatus != 2 && mOptions.picks() && mAll.requests() == 0) {
+            warn(nothingPicked());
+            mStatus = 2;
+        }
         writeTotals();
         if (mStatus == 2) return mStatus;  // nothing is kept
         if (mPicture) mPicture->finish();
@@ -79,16 +80,23 @@ public:
 private:
     void serve(const std::string& file) {
         mOfFile = Totals(!mOptions.replay.against.empty());
-        mProgress.beginFile();
+        mProgress.beginFile(file);
         InputFile input(file);
         input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
         const std::string& name = input.name();
         const bool isLog = input.looksLikeLog() && !mOptions.roundTrip;
         const Served served =
             isLog ? serveLog(input, mOptions.replay, mSink) : serveRequests(parseDocument(name, input.readAll()));
-        if (isLog && served.requests == 0) noteEmptyLog(name);
-        mAll.addFile();
-        if (served.requests > 0) note(served);
+        const bool isEmptyLog = isLog && served.requests == 0;
+        if (isEmptyLog) {
+            const std::string what = name + ": expected a log with lines of the selector, found none";
+            if (!mOptions.hasSeveralFiles()) throw InputError(what);
+            warn(what);  // one among many is no error
+        }
+        mAll.addFile(isEmptyLog);
+        mServed.requests = std::max(mServed.requests, served.requests);
+        mServed.firstFrame = std::min(mServed.firstFrame, served.firstFrame);
+        mServed.lastFrame = std::max(mServed.lastFrame, served.lastFrame);
         if (!mOptions.json && mOptions.hasSeveralFiles() && mOfFile.requests() > 0) {
             writeStandardOutput(mOfFile.line(name));
         }
@@ -96,28 +104,11 @@ private:
 
     Served serveRequests(const Document& document) {
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
-        const Case theCase = readCase(document);
-        if (!theCase.cutOff.empty()) noteCutOff(theCase.file + ": " + theCase.cutOff);
+        if (!document.cutOff.empty()) {
+            const std::string what = document.file + ": " + document.cutOff;
+            mOptions.json ? warn(what) : writeStandardOutput(printable(what) + '\n');
+        }
         return (mOptions.roundTrip ? serveRoundTrip : serveCase)(document, mOptions.replay, mSink);
-    }
-
-    void noteCutOff(const std::string& what) {
-        warn(what);
-        if (!mOptions.json) writeStandardOutput(printable(what) + '\n');
-    }
-
-    // One among many is no error.
-    void noteEmptyLog(const std::string& name) {
-        const std::string what = name + ": expected a log with lines of the selector, found none";
-        if (!mOptions.hasSeveralFiles()) throw InputError(what);
-        warn(what);
-        mAll.addFileWithoutRequests();
-    }
-
-    void note(const Served& served) {
-        mServed.requests = std::max(mServed.requests, served.requests);
-        mServed.firstFrame = std::min(mServed.firstFrame, served.firstFrame);
-        mServed.lastFrame = std::max(mServed.lastFrame, served.lastFrame);
     }
 
     std::string nothingPicked() const {
@@ -131,7 +122,7 @@ private:
         mOfFile.add(finding);
         if (!finding.passes() && mStatus == 0) mStatus = 1;
         if (!mOptions.totals && mOptions.json) {
-            writeStandardOutput(jsonOf(finding, mOptions.log, mOptions.replay.explain));
+            writeStandardOutput(jsonOf(finding, mText.log, mOptions.replay.explain));
         } else if (!mOptions.totals && !(mOptions.summarizes() && finding.passes())) {
             writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
@@ -156,13 +147,8 @@ private:
     }
 
     void warn(const std::string& what) const {
-        clearProgress();
+        Progress::clear();
         std::cerr << printable(what) << '\n';
-    }
-
-    void complain(const std::string& what) {
-        warn(what);
-        mStatus = 2;
     }
 
     const Options& mOptions;
@@ -173,82 +159,45 @@ private:
     TextOptions mText;
     size_t mReported = 0;  // one by one
     Served mServed;        // the most that a file holds, and all framework frames
-    std::unique_ptr<PictureReport> mPicture;
-    std::unique_ptr<SavedCase> mSaved;
+    std::optional<PictureReport> mPicture;
+    std::optional<SavedCase> mSaved;
     int mStatus = 0;
 };
 
-// The plug-in and the desk's libraries lie beside the tool, built or installed, wherever that is moved to.
-void findLibraries(ReplayOptions& options) {
-    const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
-    options.plugin = bin.parent_path() / "lib/zsl-replay/com.nexaro.zsl.motion.so";
-    options.vendorDir = bin.parent_path() / "lib/zsl-replay/vendor";
-}
-
-// A bare name would be looked for where the system's libraries are.
-void makeAbsolute(std::string& build) {
-    if (!build.empty()) build = fs::absolute(build);
-}
-
-void addChangeOptions(CLI::App& app, Options& options) {
-    app.add_option("--set", options.replay.changes.settings,
-                   "what if a request's key were different? KEY is a path (queues[0].lost counts from 0;\n"
-                   "metadata.nexaro.hdr.enabled), in every request, or in request N (N:KEY=VALUE); repeatable.\n"
-                   "What the case expects is not compared: exit status 0")
-        ->option_text("KEY=VALUE")
-        ->allow_extra_args(false);
-    app.add_option("--drop", options.replay.changes.drops,
-                   "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set")
-        ->option_text("FRAME[@QUEUE]")
-        ->allow_extra_args(false);
-    app.add_option("--against", options.replay.against,
-                   "a second build of the plug-in: serve every request with it too, and report where they differ;\n"
-                   "exit status 1 if they do")
-        ->option_text("FILE")
-        ->check(CLI::ExistingFile);
-    app.add_option("--save-case", options.saveCase,
-                   "keep the changed case, or the one that a log is rebuilt into, in a file; it expects what came out\n"
-                   "of it")
-        ->option_text("FILE");
-}
-
-void addReportOptions(CLI::App& app, Options& options) {
-    app.add_option("--frame", options.replay.frames, "only requests with this framework frame; repeatable")
-        ->option_text("N")
-        ->allow_extra_args(false);
-    app.add_option("--request", options.replay.numbers, "only request N of each file, from 1; repeatable")
-        ->option_text("N")
-        ->allow_extra_args(false)
+void addOptions(CLI::App& app, Options& options) {
+    ReplayOptions& replay = options.replay;
+    app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
+    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
+    const auto add = [&app](const char* name, auto& value, const char* text, const char* help) {
+        return app.add_option(name, value, help)->option_text(text);
+    };
+    const auto addRepeatable = [&add](const char* name, auto& values, const char* text, const char* help) {
+        return add(name, values, text, help)->allow_extra_args(false);
+    };
+    addRepeatable("--frame", replay.frames, "N", "only requests with this framework frame; repeatable");
+    addRepeatable("--request", replay.numbers, "N", "only request N of each file, from 1; repeatable")
         ->check(CLI::PositiveNumber);
-    app.add_flag("--explain", options.replay.explain,
-                 "one line a frame: why it was chosen or left out, as the library was seen to do, or as a replay with\n"
-                 "one thing changed shows");
-    app.add_option("--picture", options.picture, "draw the requests to a file, one panel each: .svg or .png")
-        ->option_text("FILE")
-        ->check([](const std::string& file) {
-            return canDrawTo(file) ? std::string() : "expected a name ending in .svg or .png, found " + file;
-        });
-    app.add_option_function<std::string>(
-           "--log",
-           [&options](const std::string& channel) {
-               options.log = channel == "offline" ? LogChannel::kOffline : LogChannel::kOnline;
-           },
-           "show the log lines of a channel: online (default) or offline")
-        ->option_text("[CHANNEL]")
+    app.add_flag(
+        "--explain", replay.explain,
+        "one line a frame: why it was chosen or left out, as seen, or as a replay with one thing changed shows");
+    add("--picture", options.picture, "FILE", "draw the requests to a file, one panel each: .svg or .png");
+    add("--log", options.log, "[CHANNEL]", "show the log lines of a channel: online (default) or offline")
         ->expected(0, 1)
         ->default_str("online")
         ->check(CLI::IsMember({"online", "offline"}));
     app.add_flag("--json", options.json, "print one JSON object a request");
     app.add_flag("--totals", options.totals, "print only what all requests come to; with --json as one object");
-}
-
-void addOptions(CLI::App& app, Options& options) {
-    app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
-    app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
-    addReportOptions(app, options);
-    addChangeOptions(app, options);
-    app.add_option("--plugin", options.replay.plugin, "the plug-in to load, instead of the one beside the tool")
-        ->option_text("FILE");
+    addRepeatable("--set", replay.changes.settings, "KEY=VALUE",
+                  "what if KEY, a path such as queues[0].lost, were different in every request, or in request N\n"
+                  "(N:KEY=VALUE)? Repeatable; what the case expects is not compared");
+    addRepeatable("--drop", replay.changes.drops, "FRAME[@QUEUE]",
+                  "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set");
+    add("--against", replay.against, "FILE",
+        "serve every request with a second build of the plug-in, too: exit status 1 where the two differ")
+        ->check(CLI::ExistingFile);
+    add("--save-case", options.saveCase, "FILE",
+        "keep the changed case, or the one that a log is rebuilt into: it expects what came out");
+    add("--plugin", replay.plugin, "FILE", "the plug-in to load, instead of the one beside the tool");
     app.add_flag("--round-trip", options.roundTrip,
                  "feed every case's own log back and compare the selections; alone, or with --plugin");
 }
@@ -256,9 +205,8 @@ void addOptions(CLI::App& app, Options& options) {
 // What would be ignored is refused.
 void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
     for (const std::string& other : others) {
-        if (app.count(option) > 0 && app.count(other) > 0) {
-            throw InputError(std::string(option).append(": expected without ").append(other).append(", found both"));
-        }
+        if (app.count(option) == 0 || app.count(other) == 0) continue;
+        throw InputError(std::string(option).append(": expected without ").append(other).append(", found both"));
     }
 }
 
@@ -267,20 +215,24 @@ int run(const CLI::App& app, Options& options) {
     refuseTogether(app, "--round-trip",
                    {"--frame", "--request", "--explain", "--picture", "--log", "--json", "--totals", "--set", "--drop",
                     "--against", "--save-case"});
-    makeAbsolute(options.replay.plugin);
-    makeAbsolute(options.replay.against);
     if (options.hasSeveralFiles() && !options.saveCase.empty()) {
         throw InputError("--save-case: expected one file, found several");
     }
+    // The plug-in and the desk's libraries lie beside the tool, built or installed, wherever that is moved to.
+    const fs::path libraries = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "lib/zsl-replay";
+    ReplayOptions& replay = options.replay;
+    replay.vendorDir = libraries / "vendor";
+    // A bare name would be looked for where the system's libraries are.
+    replay.plugin = replay.plugin.empty() ? libraries / "com.nexaro.zsl.motion.so" : fs::absolute(replay.plugin);
+    if (!replay.against.empty()) replay.against = fs::absolute(replay.against);
     return Desk(options).run();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    cleanUpOnSignals();
+    std::signal(SIGPIPE, SIG_DFL);  // a reader that has gone away ends the tool quietly
     Options options;
-    findLibraries(options.replay);
     CLI::App app{
         "Runs the requests of case files, or of logs in logcat's threadtime format, through the selector plug-in and\n"
         "reports what it chose: [chosen], (lost by a queue), * the anchor, ? not certain.\n"
@@ -288,17 +240,12 @@ int main(int argc, char** argv) {
         "zsl-replay"};
     addOptions(app, options);
     try {
-        try {
-            app.parse(argc, argv);
-        } catch (const CLI::Success& asked) {
-            std::ostringstream text;
-            app.exit(asked, text, text);
-            writeStandardOutput(text.str());
-            return 0;
-        }
+        app.parse(argc, argv);
         return run(app, options);
+    } catch (const CLI::Success& asked) {
+        app.exit(asked);
+        return std::cout.flush() ? 0 : 2;
     } catch (const std::exception& error) {
-        clearProgress();
         std::cerr << printable(error.what()) << '\n';
         return 2;
     }

@@ -12,55 +12,64 @@ namespace replay {
 
 namespace {
 
+// The blue is dark enough to stand out in grey print, too.
+constexpr char kStyle[] = R"(<style>
+text {font: 11px sans-serif; paint-order: stroke; stroke: #fff; stroke-width: 4px}
+.title {font-size: 13px; font-weight: bold}
+.name {font-size: 12px; font-weight: bold}
+.number {font-size: 10px; text-anchor: middle}
+.bold {font-weight: bold}
+line {stroke: #000; stroke-width: 1.4}
+.row {stroke: #d9d9d9}
+.anchor {stroke-dasharray: 5 4}
+g {fill: #b8b8b8; stroke: #6e6e6e; stroke-width: 1.2}
+.chosen, .uncertain {fill: #002973; stroke: #002973}
+.not-held {fill: #fff}
+</style>
+<defs>
+<circle id="consumer" r="7"/>
+<rect id="producer" x="-7" y="-7" width="14" height="14"/>
+<path id="all" d="M0-10 10 0 0 10-10 0z"/>
+<circle id="chosen" r="13" fill="#fff" stroke-width="2.8"/>
+<circle id="uncertain" r="13" fill="#fff" stroke-width="2.8" stroke-dasharray="5 4"/>
+<path id="gained" d="M0-27v12M-6-21h12" stroke="#000" stroke-width="2"/>
+<path id="lost" d="M-11-11 11 11M-11 11 11-11" stroke="#000" stroke-width="2"/>
+<g id="not-held"/>
+</defs>
+<rect width="100%" height="100%" fill="#fff"/>
+)";
+
 std::string escaped(const std::string& text) {
-    std::string xml;
-    for (const char c : printable(text)) {
-        xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
-    }
-    return xml;
+    const std::unique_ptr<gchar, void (*)(gpointer)> xml(g_markup_escape_text(printable(text).c_str(), -1), g_free);
+    return xml.get();
 }
 
 }  // namespace
 
 Canvas::Canvas() { mMarks << std::fixed << std::setprecision(1); }
 
-void Canvas::text(double x, double y, const std::string& text, const TextStyle& style) {
+void Canvas::text(double x, double y, const std::string& text, const char* style) {
     if (text.empty()) return;
-    mMarks << "<text x=\"" << x << "\" y=\"" << y << "\" font-size=\"" << style.size << "\" text-anchor=\""
-           << style.anchor << (style.bold ? "\" font-weight=\"bold\">" : "\">") << escaped(text) << "</text>\n";
+    mMarks << "<text class=\"" << style << "\" x=\"" << x << "\" y=\"" << y << "\">" << escaped(text) << "</text>\n";
 }
 
-void Canvas::line(double x0, double y0, double x1, double y1, const Pen& pen) {
-    mMarks << "<line x1=\"" << x0 << "\" y1=\"" << y0 << "\" x2=\"" << x1 << "\" y2=\"" << y1 << '"';
-    finish(pen);
+void Canvas::line(double x0, double y0, double x1, double y1, const char* style) {
+    mMarks << "<line class=\"" << style << "\" x1=\"" << x0 << "\" y1=\"" << y0 << "\" x2=\"" << x1 << "\" y2=\"" << y1
+           << "\"/>\n";
 }
 
-void Canvas::outline(double x, double y, double radius, Shape shape, const Pen& pen, Colour fill) {
-    if (shape == Shape::kCircle) {
-        mMarks << "<circle cx=\"" << x << "\" cy=\"" << y << "\" r=\"" << radius << '"';
-    } else {
-        mMarks << "<rect x=\"" << x - radius << "\" y=\"" << y - radius << "\" width=\"" << 2 * radius << "\" height=\""
-               << 2 * radius << '"';
-        if (shape == Shape::kDiamond) mMarks << " transform=\"rotate(45 " << x << ' ' << y << ")\"";
-    }
-    mMarks << " fill=\"" << fill << '"';
-    finish(pen);
+void Canvas::mark(double x, double y, double scale, const std::string& words, const std::string& title) {
+    mMarks << "<g class=\"" << words << "\" transform=\"translate(" << x << ' ' << y << ") scale(" << scale
+           << ")\"><title>" << escaped(title) << "</title>";
+    std::istringstream symbols(words);
+    for (std::string symbol; symbols >> symbol;) mMarks << "<use href=\"#" << symbol << "\"/>";
+    mMarks << "</g>\n";
 }
-
-void Canvas::finish(const Pen& pen) {
-    mMarks << " stroke=\"" << pen.colour << "\" stroke-width=\"" << pen.width
-           << (pen.dashed ? "\" stroke-dasharray=\"5 4\"/>\n" : "\"/>\n");
-}
-
-void Canvas::beginGroup(const std::string& title) { mMarks << "<g><title>" << escaped(title) << "</title>\n"; }
-void Canvas::endGroup() { mMarks << "</g>\n"; }
 
 std::string Canvas::svg(double width, double height) const {
     std::ostringstream out;
-    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
-        << "\" font-family=\"sans-serif\">\n<style>text {paint-order: stroke; stroke: #fff; stroke-width: "
-           "4px}</style>\n<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n"
-        << mMarks.str() << "</svg>\n";
+    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height << "\">\n"
+        << kStyle << mMarks.str() << "</svg>\n";
     return out.str();
 }
 

@@ -11,23 +11,21 @@
 
 namespace replay {
 
-// Whether the name ends in .svg or .png, as a picture's must.
-bool canDrawTo(const std::string& file);
-
 // One panel a request. Where a finding compares, the panel has the runs below each other on one time axis: the
 // unchanged request above the changed one, the first build above the second.
 class PictureReport {
 public:
+    // Throws InputError for a name that ends in neither .svg nor .png.
     PictureReport(const std::string& file, const std::vector<std::string>& inputs, bool namesFile);
     void add(const Finding& finding);
     void finish();
 
 private:
     OutputFile mOut;
-    bool mIsSvg;
+    std::string mEnding;
     bool mNamesFile;
     Canvas mCanvas;
-    double mWidth;
+    double mWidth = 1040;  // the legend's
     double mHeight = 0;
 };
 

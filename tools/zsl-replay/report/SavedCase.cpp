@@ -77,7 +77,7 @@ void SavedCase::add(const Finding& finding, const Case& platform) {
 }
 
 void SavedCase::finish() {
-    if (!mPlatform) throw OutputError("--save-case: expected a request that can be replayed, found none");
+    if (!mPlatform) throw std::runtime_error("--save-case: expected a request that can be replayed, found none");
     for (const std::string& comment : mComments) mOut.stream() << "# " << printable(comment) << '\n';
     mOut.keep();
 }

@@ -3,29 +3,28 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "replay/Finding.h"
 
 namespace replay {
 
-enum class LogChannel { kNone, kOnline, kOffline };
+// The lines of a run that are shown; null: none.
+using LogChannel = std::vector<desk::LogLine> Run::*;
 
 struct TextOptions {
     bool colour = false;
     bool namesFile = false;  // ahead of the request
-    LogChannel log = LogChannel::kNone;
+    LogChannel log = nullptr;
 };
 
 // Lines, each with its end. Nothing in them that a terminal would obey but colours.
 std::string textOf(const Finding& finding, const TextOptions& options);
 
-// Whether there is a request to show: some in a log can't be rebuilt.
-bool isRebuilt(const Finding& finding);
+// "short: 2 of 3 frames needed".
+std::string textOf(const Warning& warning);
 
 // "1 line", "2 lines".
 std::string counted(size_t number, const std::string& what);
-
-// The lines that a run logged to a channel.
-const std::vector<desk::LogLine>& logOf(const Run& run, LogChannel channel);
 
 }  // namespace replay

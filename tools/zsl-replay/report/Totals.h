@@ -4,8 +4,8 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
-#include <vector>
 
 #include "replay/Finding.h"
 
@@ -15,9 +15,8 @@ class Totals {
 public:
     explicit Totals(bool compares) : mCompares(compares) {}  // two builds
 
+    void addFile(bool isEmptyLog);
     void add(const Finding& finding);
-    void addFile() { ++mFiles; }
-    void addFileWithoutRequests() { ++mFilesWithout; }
 
     size_t files() const { return mFiles; }
     size_t requests() const { return mRequests; }
@@ -28,26 +27,23 @@ public:
     std::string json() const;  // one line
 
 private:
-    // Of anchors from their targets; 90 % lie within `most`.
-    struct Distances {
-        int64_t median, most, furthest;
-    };
-    std::optional<Distances> distances() const;
+    // The least distance that so many percent of all do not exceed; there must be one.
+    int64_t distanceNs(size_t percent) const;
+    std::string reproduced() const;
 
+    bool mCompares;
     size_t mFiles = 0;
-    size_t mFilesWithout = 0;
+    size_t mEmptyLogs = 0;
     size_t mRequests = 0;
     size_t mFailing = 0;  // against what is expected, or logged
-    size_t mWarned = 0;
+    size_t mDiffer = 0;   // between two builds
     std::map<std::string, size_t> mStrategies;
     std::map<std::string, size_t> mWarnings;  // by kind
-    std::vector<int64_t> mDistancesNs;
-    size_t mLogged = 0;  // requests from logs
+    std::multiset<int64_t> mDistancesNs;      // of anchors from their targets
+    size_t mLogged = 0;                       // requests from logs
     size_t mCertain = 0;
     size_t mLines = 0;
     size_t mReproduced = 0;
-    bool mCompares;
-    size_t mDiffer = 0;  // between two builds
 };
 
 }  // namespace replay
