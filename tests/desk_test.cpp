@@ -135,31 +135,6 @@ TEST(Desk, AndroidLogCutsAndPrintsAsADeviceDoes) {
               "11-14 22:13:20.123    42 12345 D Tag     : one\n11-14 22:13:20.123    42 12345 D Tag     : two");
 }
 
-// The core sees to it that no two gate calls overlap until one has found the adapter, which here is late.
-TEST(Desk, TwoThreadsRunTwoSelectorsOnceTheAdapterIsLoaded) {
-    zodebug::gZoCamLogGroup = 0;
-    property_set("desk.adapter.motion", "0x500");
-    property_set(kSwitch, "0");
-    halcore::SelectorPlugin first(PLUGIN), second(PLUGIN);
-    for (const char* adapter : {"", DESK_ADAPTER}) {
-        gAdapter = adapter;
-        first.selector().isSelectorNeeded(motionRequest());
-    }
-    const auto serve = [](halcore::SelectorPlugin& plugin) {
-        for (int i = 0; i < 50; ++i) {
-            const auto request = motionRequest();
-            const zohal::ZSLFrameCheckInfo check{0, request.requestMetas[0], 1, 0, 0, 0, request.zslQueues, 0};
-            EXPECT_EQ(plugin.serve(request, halcore::Select::kAlways, check).selection,
-                      (zohal::SelectionResult{{1, {7}}}));
-        }
-    };
-    gTries = 0;
-    std::thread other(serve, std::ref(second));
-    serve(first);
-    other.join();
-    EXPECT_EQ(gTries, 0);
-}
-
 std::vector<uint32_t> numbers(uint32_t begin, uint32_t end) {
     std::vector<uint32_t> list(end - begin);
     std::iota(list.begin(), list.end(), begin);

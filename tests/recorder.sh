@@ -41,7 +41,7 @@ for file in "$cases"/*.yaml; do
     diff <(lines "$folder.yaml") <(lines "${files[0]}") >"$work/out" || { fail "$name: the record has other lines"; head -6 "$work/out"; }
 done
 
-# A disk that is full after a while, or takes nothing from the start; where one can be mounted.
+# Many requests, recorded until something stops it.
 disk=$work/disk
 mkdir "$disk"
 {
@@ -49,14 +49,37 @@ mkdir "$disk"
     echo "requests:"
     for ((i = 1; i < 40; ++i)); do echo "- {adapter: 0x100, need: 3, queues: [{consumer: [{first: 800, count: 60}]}, {id: 2}]}"; done
 } >"$work/many.yaml"
+"$tool" "$work/many.yaml" --json >"$work/plain"
+replays() {
+    for file in "$disk"/zsl-*; do
+        [ ! -f "$file" ] || "$tool" "$file" >"$work/out" 2>&1 || { fail "$1: what is left does not replay"; head -5 "$work/out"; }
+    done
+}
+
+# Files that may grow no longer, as on a disk that is full at any byte.
+for ((blocks = 0; blocks < 24; blocks += 3)); do
+    (trap '' XFSZ; ulimit -f $blocks; "$tool" --plugin "$recorder" "$work/many.yaml" --json | diff "$work/plain" - >/dev/null) ||
+        fail "$blocks KiB: another report"
+    replays "$blocks KiB"
+    rm -f "$disk"/zsl-*
+done
+
+# A disk that is full after a while, or takes nothing from the start; where one can be mounted.
 for option in size=4k size=8k size=64k ro; do
     mount -t tmpfs -o $option none "$disk" 2>/dev/null || break
     "$tool" --plugin "$recorder" --log "$work/many.yaml" >"$work/out" || fail "$option: a request differs"
     [ "$(grep -c 'recording has stopped' "$work/out")" = 1 ] || fail "$option: not one line about it"
-    diff <("$tool" "$work/many.yaml" --json) <("$tool" --plugin "$recorder" "$work/many.yaml" --json) >"$work/out" || fail "$option: another report"
-    for file in "$disk"/zsl-*; do
-        [ ! -f "$file" ] || "$tool" "$file" >/dev/null 2>&1 || fail "$option: what is left does not replay"
-    done
+    "$tool" --plugin "$recorder" "$work/many.yaml" --json | diff "$work/plain" - >"$work/out" || fail "$option: another report"
+    replays $option
     umount "$disk"
 done
+
+# A process that is killed.
+for ((i = 0; i < 9000; ++i)); do echo "- {select: always, queues: [{consumer: [7, 8]}, {id: 2}]}"; done >"$work/more"
+sed '/^- /d' "$work/many.yaml" | cat - "$work/more" >"$work/endless.yaml"
+"$tool" --plugin "$recorder" "$work/endless.yaml" >/dev/null &
+until grep -qs '^# end' "$disk"/zsl-*; do sleep 0.01; done
+kill -9 $! || fail "killed: it had ended before"
+wait $! 2>/dev/null
+replays killed
 exit $failed

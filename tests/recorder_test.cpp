@@ -3,12 +3,9 @@
 #include <cutils/properties.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <numeric>
@@ -217,39 +214,6 @@ TEST_F(Recorder, AFolderThatCannotBeWrittenToCostsOneLine) {
     serveAll(2);
     EXPECT_EQ(log, "recording has stopped: " + folder + "/missing/zsl-" + std::to_string(getpid()) +
                        "-1.yaml: No such file or directory\n");
-}
-
-// Every write fails that can: at any byte of the first requests.
-TEST_F(Recorder, AFullDiskLeavesAFileThatReplaysAndOneLine) {
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
-    for (rlim_t bytes = 0; bytes < 17'000; bytes += 1700) {
-        log.clear();
-        const rlimit limited{bytes, RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &limited);
-        serveAll(4);
-        setrlimit(RLIMIT_FSIZE, &unlimited);
-        EXPECT_EQ(count(log, "recording has stopped"), 1U) << bytes << log;
-        expectThatAllReplay();
-        fs::remove_all(folder);
-        fs::create_directory(folder);
-    }
-}
-
-TEST_F(Recorder, AKilledProcessLeavesAFileThatReplays) {
-    for (const int ms : {30, 70, 110}) {
-        const pid_t child = fork();
-        if (child == 0) {
-            SelectorPlugin plugin(RECORDER);
-            for (uint32_t i = 0; i < 900; ++i) serve(plugin, makeRequest(i));
-            _exit(0);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(ms));
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-    }
-    expectThatAllReplay();
-    EXPECT_FALSE(files().empty());
 }
 
 TEST_F(Recorder, TwoThreadsRecordTwoSelectors) {
