@@ -49,7 +49,7 @@ static void readLog(InputFile& log) {
 static void readCaseFile(const std::string& text) {
     const Case theCase = readCase(parseDocument("case", text));
     if (theCase.requests.empty()) return;
-    const std::string made = reprinted(printed(theCase));  // once for bytes that are no UTF-8, which are replaced
+    const std::string made = printed(theCase);
     const std::string madeAgain = reprinted(made);
     if (made != madeAgain) broken("a printed case is the same", made, madeAgain);
 }

@@ -177,8 +177,8 @@ T note(const std::string& call, T result) {
 }
 
 struct FrameQueue : zohal::ZSLFrameQueue {
-    FrameQueue(std::string name, int32_t type, uint32_t id, Frames consumer = {}, Frames producer = {})
-        : mName(std::move(name)), mType(type), mId(id), mLists{std::move(consumer), std::move(producer)} {}
+    FrameQueue(std::string name, int32_t type, uint32_t id, Frames consumer = {})
+        : mName(std::move(name)), mType(type), mId(id), mConsumer(std::move(consumer)) {}
 
     int32_t getQueueType() const override { return note(mName + " type", mType); }
     void ownOfTheCore() override { ADD_FAILURE() << "the core's own operation was called"; }
@@ -189,15 +189,14 @@ struct FrameQueue : zohal::ZSLFrameQueue {
         return note(mName + " frame " + std::to_string(zslFrame), found != frames.end() ? &found->second : nullptr);
     }
     Frames getFrameList(int32_t kind) const override {
-        // All frames: the consumer list's, in its order, is order enough.
-        return note(mName + " list " + std::to_string(kind), mLists[kind % 2]);
+        return note(mName + " list " + std::to_string(kind), kind == 1 ? Frames() : mConsumer);
     }
 
     std::map<uint32_t, zohal::ZSLFrameEntry> frames;
     const std::string mName;
     const int32_t mType;
     const uint32_t mId;
-    const Frames mLists[2];
+    const Frames mConsumer;
 };
 
 constexpr uint8_t kUnknownType = 9;  // to camera metadata

@@ -209,13 +209,6 @@ TEST_F(Recorder, FilesAreBoundedInSizeAndNumber) {
     for (const auto& file : files()) EXPECT_LT(fs::file_size(file), (4U << 20) + 700'000);
 }
 
-TEST_F(Recorder, AFolderThatCannotBeWrittenToCostsOneLine) {
-    property_set(kFolder, (folder + "/missing").c_str());
-    serveAll(2);
-    EXPECT_EQ(log, "recording has stopped: " + folder + "/missing/zsl-" + std::to_string(getpid()) +
-                       "-1.yaml: No such file or directory\n");
-}
-
 TEST_F(Recorder, TwoThreadsRecordTwoSelectors) {
     {
         SelectorPlugin one(RECORDER), two(RECORDER);

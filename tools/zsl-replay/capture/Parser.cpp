@@ -176,7 +176,7 @@ auto inFile(const std::string& file, Read read) {
 }  // namespace
 
 Value parseYaml(const std::string& text) {
-    std::istringstream stream(text);
+    std::istringstream stream(validUtf8(text));  // what is printed is, too, and reads back as the same
     Builder builder;
     try {
         YAML::Parser parser(stream);

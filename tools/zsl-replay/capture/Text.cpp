@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <cstdio>
+#include <memory>
 
 namespace replay {
 
@@ -16,6 +17,12 @@ bool isShown(gunichar c) {
 }
 
 }  // namespace
+
+std::string validUtf8(std::string_view text) {
+    const std::unique_ptr<gchar, void (*)(gpointer)> valid(
+        g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())), g_free);
+    return valid.get();
+}
 
 std::string printable(std::string_view text) {
     std::string out;

@@ -36,6 +36,9 @@ bool parseNumber(std::string_view text, T& value) {
     return true;
 }
 
+// What is no UTF-8 in it replaced by U+FFFD.
+std::string validUtf8(std::string_view text);
+
 // Text of a log, a case or a command line as it may reach a terminal: control characters, those that turn the direction
 // of writing, and what is no UTF-8 come out as "\x1b" or "\u202e". Everything that a person reads passes through here.
 std::string printable(std::string_view text);

@@ -52,7 +52,10 @@ public:
         for (const Warning& warning : mFinding.warnings) line("warning", textOf(warning), kWarningColour);
         if (mFinding.log) writeEvidence(*mFinding.log);
         if (mOptions.log != nullptr) {
-            for (const auto& each : mFinding.run.*mOptions.log) mText += printable(desk::threadtime(each)) + '\n';
+            for (desk::LogLine each : mFinding.run.*mOptions.log) {
+                each.message = printable(each.message);
+                mText += desk::threadtime(each) + '\n';
+            }
         }
         for (const std::string& each : mFinding.differences) line("DIFFERS", each, kDiffersColour);
         if (mFinding.whatIf) writeDifference("what if", *mFinding.whatIf);
