@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <iostream>
 #include <optional>
-#include <sstream>
 
 #include "capture/Document.h"
 #include "capture/InputFile.h"
@@ -38,7 +37,9 @@ struct Options {
     bool hasSeveralFiles() const { return files.size() > 1; }
     bool picks() const { return !replay.frames.empty() || !replay.numbers.empty(); }
     // Of several files only what is not as it should be is reported one by one, unless more is asked about requests.
-    bool summarizes() const { return hasSeveralFiles() && !replay.explain && replay.changes.empty() && !picks(); }
+    bool summarizes() const {
+        return hasSeveralFiles() && !replay.explain && replay.changes.empty() && log.empty() && !picks();
+    }
 };
 
 // Leads files through the rooms, and findings to whoever wants them.
@@ -112,9 +113,12 @@ private:
     }
 
     std::string nothingPicked() const {
-        return "--frame and --request: expected requests from 1 to " + std::to_string(mServed.requests) +
-               " and framework frames from " + std::to_string(mServed.firstFrame) + " to " +
-               std::to_string(mServed.lastFrame) + ", found none of those asked for";
+        std::string there = "requests from 1 to " + std::to_string(mServed.requests);
+        if (mServed.firstFrame <= mServed.lastFrame) {
+            there += " and framework frames from " + std::to_string(mServed.firstFrame) + " to " +
+                     std::to_string(mServed.lastFrame);
+        }
+        return "--frame and --request: expected " + there + ", found none of those asked for";
     }
 
     void report(const Finding& finding) {
@@ -127,7 +131,7 @@ private:
             writeStandardOutput((mReported++ > 0 ? "\n" : "") + textOf(finding, mText));
         }
         if (mPicture) mPicture->add(finding);
-        if (mSaved) mSaved->add(finding, finding.platform);
+        if (mSaved) mSaved->add(finding);
     }
 
     std::vector<std::string> origin() const {
@@ -217,6 +221,9 @@ int run(const CLI::App& app, Options& options) {
                     "--against", "--save-case"});
     if (options.hasSeveralFiles() && !options.saveCase.empty()) {
         throw InputError("--save-case: expected one file, found several");
+    }
+    if (!options.picture.empty() && options.picture == options.saveCase) {
+        throw InputError("--picture: expected another file than that of --save-case, found the same");
     }
     // The plug-in and the desk's libraries lie beside the tool, built or installed, wherever that is moved to.
     const fs::path libraries = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "lib/zsl-replay";

@@ -48,6 +48,7 @@ struct LoggedLine {
     uint32_t unsigned32(size_t i) const { return static_cast<uint32_t>(numbers[i]); }
     int32_t signed32(size_t i) const { return static_cast<int32_t>(numbers[i]); }
 
+    bool isGate() const { return function == "isSelectorNeeded"; }
     bool isFirst() const;                      // of a selection, or of a frame's check
     std::optional<uint32_t> fwkFrame() const;  // where it shows that
 };

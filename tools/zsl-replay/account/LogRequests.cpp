@@ -10,8 +10,7 @@ namespace {
 
 constexpr size_t kMostOpen = 64;                // requests that more lines may come for
 constexpr size_t kMostBytes = 1 * 1024 * 1024;  // of one request
-
-bool isGate(const LoggedLine& line) { return line.function == "isSelectorNeeded"; }
+constexpr size_t kMostNotes = 20;               // on lines that the log dropped
 
 }  // namespace
 
@@ -22,11 +21,11 @@ void LoggedRequest::add(LoggedLine&& line) {
     const char* damage = line.isCut ? "cut" : line.entry == nullptr ? "damaged or unknown" : nullptr;
     if (damage != nullptr) unread.push_back("line " + std::to_string(line.number) + ", which is " + damage);
     if (!account.fwkFrame) account.fwkFrame = line.fwkFrame();
-    const bool isStrategy = !line.isCheck && !isGate(line) && line.function != "selectZSLFrames";
+    const bool isStrategy = !line.isCheck && !line.isGate() && line.function != "selectZSLFrames";
     if (isStrategy && line.entry != nullptr) account.addStrategy(line.function);
     if (line.entry != nullptr && line.entry->note != nullptr) line.entry->note(line, account);
-    selection |= !line.isCheck && !isGate(line);
-    hasDebug |= line.level == 'D';
+    selection |= !line.isCheck && !line.isGate();
+    hasDebug |= line.level == 'D' && !line.isCheck;  // levels are set by tag
     (line.isCheck ? checkOf(line).lines : lines).push_back(std::move(line));
 }
 
@@ -42,7 +41,7 @@ bool LoggedRequest::endsBefore(const LoggedLine& line) const {
     const auto fwkFrame = line.fwkFrame();
     const bool isOtherFrame = fwkFrame && account.fwkFrame && fwkFrame != account.fwkFrame;
     const bool isRepeated = lines.back().function == line.function && lines.back().text == line.text;
-    return isGate(line) || isOtherFrame || (line.isFirst() && selection && !isRepeated);
+    return line.isGate() || isOtherFrame || (line.isFirst() && selection && !isRepeated);
 }
 
 LoggedRequest loggedRequest(const std::vector<desk::LogLine>& lines) {
@@ -71,7 +70,8 @@ LoggedRequest* RequestCollector::requestOf(const LoggedLine& line) {
 void RequestCollector::add(LoggedLine line) {
     LoggedRequest* request = requestOf(line);
     if (line.function.empty()) {
-        if (request != nullptr) request->notes.push_back("lines dropped by the log: \"" + line.text + '"');
+        if (request != nullptr && request->notes.size() < kMostNotes)
+            request->notes.push_back("lines dropped by the log: \"" + line.text + '"');
         return;
     }
     if (!line.isCheck && request != nullptr && request->endsBefore(line)) {

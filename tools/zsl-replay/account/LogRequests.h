@@ -25,7 +25,7 @@ struct LoggedRequest {
     std::vector<std::string> notes;   // what the log itself says is missing, or what was given up
     std::vector<std::string> unread;  // lines that are cut, damaged or unknown
     bool selection = false;           // has lines of the selection
-    bool hasDebug = false;            // has debug lines
+    bool hasDebug = false;            // has debug lines of the gate or the selection
     bool ended = false;               // a later request of the same thread follows
 
     // Adds a line of this request where it belongs.
@@ -45,8 +45,8 @@ private:
 // A request's lines, as a replay has logged them.
 LoggedRequest loggedRequest(const std::vector<desk::LogLine>& lines);
 
-// Collects lines as they come and hands every request on, in the order they began, once no more of it is to be
-// expected. Requests of one process and thread follow each other; the checks of one may come later, from any thread of
+// Collects lines as they come and hands every request on, in the order they began, once 64 others have begun or the
+// log ends. Requests of one process and thread follow each other; the checks of one may come later, from any thread of
 // its process.
 class RequestCollector {
 public:

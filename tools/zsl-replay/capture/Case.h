@@ -23,6 +23,7 @@ inline const Value::Words kSelectWords = {"gated", "always", "never"};  // by ha
 constexpr char kSwitchProperty[] = "vendor.zohal.selector.motion.zsl.disable";
 constexpr int64_t kDefaultIntervalNs = 33'333'333;  // 30 fps
 constexpr uint32_t kMostFrames = 1'000'000;         // that one file names; guards against slips of the hand
+constexpr size_t kMostRequests = 100'000;           // of one file
 constexpr uint32_t kMostNeeded = 100'000;           // of one request
 
 struct FrameData {

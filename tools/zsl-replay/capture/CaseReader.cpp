@@ -227,6 +227,7 @@ Expectation readExpectation(const Value& in, const Request& request, Budget& bud
     }
     const Value* const selection = in.find("selection");
     if (selection != nullptr && selection->isMap() && selection->find("first") == nullptr) {
+        if (request.call) selection->fail("a list, as a strategy has one");
         expect.selection.emplace();
         for (const auto& [queue, frames] : selection->map()) {
             expect.selection->insert_or_assign(queue.number<uint32_t>(), readFrames(frames, budget));
@@ -316,6 +317,9 @@ Case readValue(const Value& root) {
     if (result.recorded && (requests == nullptr || requests->isNull())) return result;
     Budget budget;
     for (const Value& each : root.at("requests").list("a list of requests")) {
+        if (result.requests.size() == kMostRequests) {
+            each.fail("at most " + std::to_string(kMostRequests) + " requests in a file", "more");
+        }
         const AdapterAnswer before = result.requests.empty() ? "absent" : result.requests.back().adapter;
         result.requests.push_back(readRequest(each, result.requests.size(), before, budget));
     }

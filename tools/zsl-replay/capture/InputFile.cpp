@@ -35,7 +35,7 @@ InputFile::InputFile(const std::string& file)
     : InputFile(file == "-" ? "<stdin>" : file,
                 file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (mFd < 0) refuse(std::string("a readable file, found ") + std::strerror(errno));
-    while (mEnd < kLongestLine && fill()) {
+    while (mEnd < mBlock.size() && fill()) {
     }
     for (const auto& [begin, found] : kNoText) {
         const bool isSo = unread().substr(0, begin.size()) == begin;

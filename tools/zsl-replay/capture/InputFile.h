@@ -38,7 +38,6 @@ public:
 
     // Hears of every block that is read: the bytes so far.
     void setObserver(std::function<void(uint64_t)> observer) { mObserver = std::move(observer); }
-    uint64_t bytesRead() const { return mBytesRead; }
 
 private:
     InputFile(std::string name, int fd);

@@ -58,6 +58,7 @@ struct Evidence {
     size_t lines = 0;  // in the log
     size_t reproduced = 0;
     bool showsGate = true;                 // false where no line shows the gate's answer
+    bool showsNeed = true;                 // false where none shows master and how many frames are needed
     std::vector<std::string> assumptions;  // for what the log does not hold
     std::vector<std::string> missing;      // what the log should hold and does not
     std::string obstacle;                  // why there is nothing to replay; else empty

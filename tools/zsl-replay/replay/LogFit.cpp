@@ -12,8 +12,8 @@ namespace replay {
 
 namespace {
 
-constexpr size_t kMostListed = 500;  // frames that are tried as the last used one: time grows by the square
-constexpr int kMostRounds = 64;      // in search of lost frames: each shows what the loss of the former brings to light
+constexpr size_t kMostServed = 2'000'000;  // frames that queues hold, by all tries of a last used one for one request
+constexpr int kMostRounds = 64;  // in search of lost frames: each shows what the loss of the former brings to light
 
 // The frames that a request's metadata queue lists; ascending, no number twice.
 FrameList listedFrames(const Request& request) {
@@ -24,11 +24,18 @@ FrameList listedFrames(const Request& request) {
     return {frames.begin(), frames.end()};
 }
 
+// Whether it would take too long to try each as the last used one.
+bool isTooMuch(const Request& request) {
+    size_t held = 0;
+    for (const Queue& queue : request.queues) held += queue.held.size();
+    return listedFrames(request).size() * held > kMostServed;
+}
+
 // Last used frames that can make a difference: none, and each listed one.
 std::vector<FrameList> usedCandidates(const Request& request) {
     std::vector<FrameList> candidates = {{}};
+    if (isTooMuch(request)) return candidates;
     const FrameList listed = listedFrames(request);
-    if (listed.size() > kMostListed) return candidates;
     for (const uint32_t frame : listed) candidates.push_back({frame});
     return candidates;
 }
@@ -37,6 +44,7 @@ std::string usedWords(const Request& request, const std::vector<FrameList>& cons
     const std::string words = "last used frame: " + join(request.used);
     const size_t listed = usedCandidates(request).size() - 1;
     if (listed == 0) return words;
+    if (consistent.empty()) return words + ", which comes nearest to the log's lines";
     const size_t others = consistent.size() - std::count(consistent.begin(), consistent.end(), FrameList());
     return words + "; of the " + std::to_string(listed) + " listed, " + std::to_string(others) + " bring them out";
 }
@@ -153,17 +161,20 @@ void fitToLog(Session& session, const LoggedRequest& logged, Finding& finding) {
     evidence.reproduced = agreement.reproduced;
     evidence.consistent = std::move(best.consistent);
     evidence.assumptions.push_back(usedWords(finding.request, evidence.consistent));
-    if (best.isEndRuledOut) evidence.assumptions.push_back("the log does not end within the request");
+    if (best.isEndRuledOut && agreement.excuses.empty())
+        evidence.assumptions.push_back("the log does not end within the request");
     evidence.missing.insert(evidence.missing.end(), agreement.excuses.begin(), agreement.excuses.end());
     if (evidence.consistent.empty()) {
         evidence.open = "no last used frame tried brings out the log's lines";
+    } else if (!logged.hasDebug) {
+        evidence.open = "the log has no debug lines, which would tell what the presence check met";
     } else if (!evidence.missing.empty()) {
         evidence.open = evidence.missing.front();
-    } else if (listedFrames(finding.request).size() > kMostListed) {
+    } else if (isTooMuch(finding.request)) {
         evidence.open = "too many frames are listed to try each as the last used one";
     }
     evidence.missing.insert(evidence.missing.end(), agreement.repetitions.begin(), agreement.repetitions.end());
-    if (!agreement.whole()) finding.differences.push_back(agreement.differences.front());
+    if (!agreement.whole()) finding.differences.push_back(agreement.firstDifference);
 }
 
 void survey(Session& session, Finding& finding) {

@@ -10,33 +10,37 @@ using Lines = std::vector<LoggedLine>;
 
 constexpr size_t kLookahead = 256;  // lines
 
-bool isGate(const LoggedLine& line) { return line.function == "isSelectorNeeded"; }
-
 // The text as far as a replay can have the same: no address at its end.
 std::string_view comparable(const LoggedLine& line) {
     return std::string_view(line.text).substr(0, line.text.find(" this = "));
 }
 
 bool isSame(const LoggedLine& logged, const LoggedLine& replayed) {
+    if (logged.level != replayed.level || logged.function != replayed.function) return false;
     const std::string_view text = comparable(logged);
-    const std::string_view other = comparable(replayed);
-    return logged.level == replayed.level && logged.function == replayed.function &&
-           text == (logged.isCut ? other.substr(0, text.size()) : other);
+    if (!logged.isCut) return text == comparable(replayed);
+    const size_t whole = text.rfind(' ');  // the last number may lack digits
+    return text.substr(0, whole) == comparable(replayed).substr(0, whole);
 }
 
 std::string quoted(const LoggedLine& line) {
     return std::string("\"") + line.level + ' ' + line.function + ": " + std::string(comparable(line)) + '"';
 }
 
+template <typename Words>
+void differ(Agreement& out, const Words& words) {
+    if (out.differing++ == 0) out.firstDifference = words();
+}
+
 // A line that only the replay has. That the gate's is missing is told as such.
 void lack(const LoggedRequest& log, const LoggedLine& line, bool atEnd, Agreement& out) {
-    if (isGate(line) && !log.account.showsGate()) return;
-    const char* excuse = !log.selection && !isGate(line)      ? "the selection is not in the log"
+    if (line.isGate() && !log.account.showsGate()) return;
+    const char* excuse = !log.selection && !line.isGate()     ? "the selection is not in the log"
                          : !log.notes.empty()                 ? "the log says that it lost lines"
                          : line.level == 'D' && !log.hasDebug ? "the log has no debug lines"
                          : atEnd && !log.ended                ? "the log ends within the request"
                                                               : nullptr;
-    if (excuse == nullptr) return out.differences.push_back("the log lacks " + quoted(line));
+    if (excuse == nullptr) return differ(out, [&] { return "the log lacks " + quoted(line); });
     ++out.excused;
     out.excuses.insert(excuse);
 }
@@ -47,7 +51,9 @@ void walk(const LoggedRequest& log, const Lines& logged, const Lines& replayed, 
     for (auto line = logged.begin(); line != logged.end(); ++line) {
         ++out.lines;
         const auto end = at + std::min<std::ptrdiff_t>(replayed.end() - at, kLookahead);
-        const auto found = std::find_if(at, end, [line](const LoggedLine& each) { return isSame(*line, each); });
+        const bool isUnknown = line->entry == nullptr && !line->isCut;  // no replay has such a line
+        const auto found =
+            isUnknown ? end : std::find_if(at, end, [line](const LoggedLine& each) { return isSame(*line, each); });
         if (found != end) {
             while (at != found) lack(log, *at++, false, out);
             ++out.reproduced;
@@ -56,8 +62,9 @@ void walk(const LoggedRequest& log, const Lines& logged, const Lines& replayed, 
             --out.lines;
             out.repetitions.push_back("the log repeats a line: " + quoted(*line));
         } else {
-            out.differences.push_back("the log has " + quoted(*line) + ", the replay " +
-                                      (at != replayed.end() ? quoted(*at) : "ends"));
+            differ(out, [&] {
+                return "the log has " + quoted(*line) + ", the replay " + (at != replayed.end() ? quoted(*at) : "ends");
+            });
         }
     }
     while (at != replayed.end()) lack(log, *at++, true, out);

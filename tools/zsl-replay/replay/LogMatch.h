@@ -14,13 +14,14 @@ namespace replay {
 struct Agreement {
     size_t lines = 0;  // in the log
     size_t reproduced = 0;
-    std::vector<std::string> differences;  // a line that only one of the two has, each
+    size_t differing = 0;  // lines that only one of the two has
+    std::string firstDifference;
     size_t excused = 0;                    // lines of the replay that the log lacks for a reason
     std::set<std::string> excuses;         // the reasons
     std::vector<std::string> repetitions;  // lines that the log has once more than they were logged
 
-    bool whole() const { return differences.empty(); }
-    size_t distance() const { return differences.size() + excused; }
+    bool whole() const { return differing == 0; }
+    size_t distance() const { return differing + excused; }
 
     // Excuses are for what the log lacks; where one replay needs fewer of them, the log does not lack so much.
     bool isNearerThan(const Agreement& other) const {

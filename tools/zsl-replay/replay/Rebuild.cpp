@@ -24,6 +24,7 @@ Evidence evidenceOf(const LoggedRequest& logged) {
     evidence.thread = first.tid;
     evidence.time = first.time;
     evidence.showsGate = logged.account.showsGate();
+    evidence.showsNeed = logged.account.driver.has_value();
     evidence.missing = logged.unread;
     evidence.missing.insert(evidence.missing.end(), logged.notes.begin(), logged.notes.end());
     return evidence;
@@ -149,6 +150,10 @@ Queue makeQueues(const Account& log, Finding& out) {
     meta.all = meta.deliveryOrder();
     assumeTimes(std::move(times), out.request.clockNs, meta, out);
     for (const auto& [name, frames] : notFound) {
+        if ((out.request.queues.size() + 2) * meta.held.size() > kMostFrames) {
+            out.log->missing.push_back("queues are left out: lines name too many");
+            break;
+        }
         Queue& queue = out.request.queues.emplace_back(meta);
         queue.type = 0;
         queue.name = name;
@@ -205,6 +210,7 @@ Finding rebuild(const LoggedRequest& logged) {
     setGate(logged, out);
     setDriver(log, request);
     if (!out.showsFrame) assume(out, "framework frame: 0, as no line shows it");
+    if (log.hasLists() && !log.driver) evidence.missing.push_back("the line of the frames needed is missing");
     if (log.hasLists() && !log.targetNs) evidence.missing.push_back("the line of the target moment is missing");
     setChecks(logged, log.hasLists() ? makeQueues(log, out) : Queue(), out);
     for (size_t i = 0; i < request.queues.size(); ++i) request.queues[i].id = static_cast<uint32_t>(i + 1);

@@ -52,7 +52,8 @@ public:
     // `document`: of a case file.
     Served finish(const Document* document) {
         mCollector.finish();
-        if (!mOptions.changes.empty() && !mBatch.empty()) change(document != nullptr ? *document : rebuiltDocument());
+        const bool isEmptyLog = document == nullptr && mBatch.empty();
+        if (!mOptions.changes.empty() && !isEmptyLog) change(document != nullptr ? *document : rebuiltDocument());
         serveBatch();
         return mServed;
     }
@@ -124,7 +125,7 @@ private:
 
     void findOut(Finding& finding) {
         Session& session = this->session(mOptions.plugin, finding.platform);
-        finding.account = accountOf(finding.run.log);
+        finding.account = accountOf(finding.run.offlineLog);
         workOut(finding);
         if (finding.log) survey(session, finding);
         if (finding.before) {

@@ -43,7 +43,7 @@ void addRequest(const Finding& finding, Json& json) {
         json["time"] = log->time;
     }
     json["recorded"] = finding.platform.recorded;
-    if (!finding.log || finding.account.driver) {  // a refused request's log does not tell
+    if (!finding.log || finding.log->showsNeed) {
         json["need"] = request.need;
         json["master"] = request.master;
     }

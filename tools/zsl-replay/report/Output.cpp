@@ -10,7 +10,6 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
-#include <utility>
 
 #include "capture/Text.h"
 
@@ -21,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kClearLine[] = "\r\033[K";
-bool gShowsProgress = false;
+volatile std::sig_atomic_t gShowsProgress = 0;
 
 // As the rest here does, says in errno why it could not.
 bool writeAll(std::FILE* file, std::string_view text) {
@@ -34,6 +33,12 @@ bool writeAndClose(std::FILE* file, std::string_view text) {
     return std::fclose(file) == 0 && isWritten;
 }
 
+void onInterrupt(int signal) {
+    if (gShowsProgress != 0 && write(STDERR_FILENO, kClearLine, std::strlen(kClearLine)) < 0) _exit(2);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
 // Where a chain of symbolic links leads, whether there is something or not.
 fs::path followed(const fs::path& name) {
     const fs::path path = fs::absolute(name);
@@ -41,14 +46,15 @@ fs::path followed(const fs::path& name) {
 }
 
 bool isSame(const std::string& one, const std::string& other) {
-    std::error_code isAbsent;
-    return fs::equivalent(one, other, isAbsent);
+    struct stat a {};
+    struct stat b {};
+    return stat(one.c_str(), &a) == 0 && stat(other.c_str(), &b) == 0 && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
 }  // namespace
 
 void refuseInputAt(const std::string& goal, const std::vector<std::string>& inputs) {
-    if (!fs::is_regular_file(goal)) return;  // a terminal may well be both
+    if (!fs::is_regular_file(goal) && !fs::is_fifo(goal)) return;  // a terminal may well be both
     for (const std::string& input : inputs) {
         if (!isSame(goal, input == "-" ? "/dev/stdin" : input)) continue;
         throw std::runtime_error(printable(goal) + ": expected a file that is not read as well, found an input");
@@ -115,11 +121,13 @@ void Progress::update(uint64_t bytes, size_t requests) {
     std::string line = "file " + std::to_string(mFile) + " of " + std::to_string(mFiles) + ", ";
     if (mFileSize > 0) line += std::to_string(std::min<uint64_t>(100, bytes * 100 / mFileSize)) + " % of it, ";
     writeAll(stderr, kClearLine + line + std::to_string(requests) + " requests");
-    gShowsProgress = true;
+    gShowsProgress = 1;
+    std::signal(SIGINT, onInterrupt);
 }
 
 void Progress::clear() {
-    if (std::exchange(gShowsProgress, false)) writeAll(stderr, kClearLine);
+    if (gShowsProgress != 0) writeAll(stderr, kClearLine);
+    gShowsProgress = 0;
 }
 
 }  // namespace replay

@@ -76,7 +76,7 @@ Finding servedAs(const Request& request, const Run& run) {
     Finding finding;
     finding.request = request;
     finding.run = run;
-    finding.account = accountOf(run.log);
+    finding.account = accountOf(run.offlineLog);
     workOut(finding);
     return finding;
 }
@@ -122,7 +122,7 @@ TimeAxis::TimeAxis(const std::vector<Serving>& servings)
     }
     firstNs = *timesNs.begin();
     lastNs = *timesNs.rbegin();
-    if (originNs == 0) originNs = firstNs;
+    if (originNs == 0) originNs = firstFrameNs;
     scale = kPitch / std::max(pitchMs, millisecondsBetween(firstNs, lastNs) * kPitch / kMostLength);
     pitch = pitchMs * scale;
 }

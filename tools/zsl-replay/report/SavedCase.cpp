@@ -53,9 +53,9 @@ std::vector<std::string> commentsOn(const Finding& finding) {
 SavedCase::SavedCase(const std::string& file, const std::vector<std::string>& inputs, std::vector<std::string> comments)
     : mOut(file, inputs), mComments(std::move(comments)) {}
 
-void SavedCase::add(const Finding& finding, const Case& platform) {
+void SavedCase::add(const Finding& finding) {
     std::string obstacle = finding.log ? finding.log->obstacle : "";
-    if (obstacle.empty() && mPlatform && platform.properties != mPlatform->properties) {
+    if (obstacle.empty() && mPlatform && finding.platform.properties != mPlatform->properties) {
         obstacle = "it was served with other properties";
     }
     if (!obstacle.empty()) {
@@ -64,13 +64,12 @@ void SavedCase::add(const Finding& finding, const Case& platform) {
     }
     std::vector<std::string> comments = commentsOn(finding);
     if (!mPlatform) {
-        printHead(mOut.stream(), platform, mComments);
+        printHead(mOut.stream(), finding.platform, mComments);
     } else {
         comments.insert(comments.begin(), mComments.begin(), mComments.end());
     }
     mComments.clear();
-    mPlatform.emplace(platform);
-    mPlatform->requests.clear();
+    mPlatform = finding.platform;
     Value request = valueOf(finding.request);
     request["expect"] = expectationOf(finding);
     printRequest(mOut.stream(), request, comments);

@@ -17,9 +17,9 @@ public:
     // The comments stand at its head.
     SavedCase(const std::string& file, const std::vector<std::string>& inputs, std::vector<std::string> comments);
 
-    // `platform` gives properties and static metadata: those of the first finding are the file's. Of a request from a
-    // log the selection is expected where the log settles it; else its lines are, and a comment says why.
-    void add(const Finding& finding, const Case& platform);
+    // Properties and static metadata of the first finding are the file's. Of a request from a log the selection is
+    // expected where the log settles it; else its lines are, and a comment says why.
+    void add(const Finding& finding);
     void finish();
 
 private:

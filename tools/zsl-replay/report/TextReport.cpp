@@ -139,7 +139,7 @@ private:
             }
             line("target", text);
         } else if (account.targetNs) {
-            line("target", "none: no anchor timestamp");
+            line("target", "none: zsdTs is 0");
         }
         std::string strategies;
         for (const std::string& each : account.strategies) append(strategies, each, ", then ");
