@@ -12,7 +12,7 @@ namespace replay {
 
 namespace {
 
-constexpr size_t kMostServed = 2'000'000;  // frames that queues hold, by all tries of a last used one for one request
+constexpr size_t kMostServed = 2'000'000;  // frames listed and held, by all tries of a last used one for one request
 constexpr int kMostRounds = 64;  // in search of lost frames: each shows what the loss of the former brings to light
 
 // The frames that a request's metadata queue lists; ascending, no number twice.
@@ -26,9 +26,10 @@ FrameList listedFrames(const Request& request) {
 
 // Whether it would take too long to try each as the last used one.
 bool isTooMuch(const Request& request) {
-    size_t held = 0;
-    for (const Queue& queue : request.queues) held += queue.held.size();
-    return listedFrames(request).size() * held > kMostServed;
+    const size_t listed = listedFrames(request).size();
+    size_t served = listed;
+    for (const Queue& queue : request.queues) served += queue.held.size();
+    return listed * served > kMostServed;
 }
 
 // Last used frames that can make a difference: none, and each listed one.
