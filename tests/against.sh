@@ -32,6 +32,11 @@ row 1 'gained     1' "$work/log" --against "$faulty"
 row 1 'before +call \[1\] getFrame\(3\)' "$work/log" --against "$faulty"
 row 1 'stays in memory' "$work/case.yaml" --against "$lasting"
 row 2 'lacks its entry' "$work/log" --against "$entryless"
+head -c 1000 "$own" > "$work/cut.so"
+row 2 'cut.so: the file is cut off' "$work/log" --against "$work/cut.so"
+row 2 'cannot load the plug-in' "$work/log" --against "$work/log"
+row 2 'expected standard output for itself' "$work/log" --json --save-case -
+row 2 'expected something' "$work/log" --save-case ''
 diff <(differing "$work/case.yaml" "$work/log" | cut -c1) - <<< $'2\n2' || failed=1
 diff <(differing "$cases"/*.yaml) - <<< '6 anchor in the producer list, behind a frame at the target
 7 nothing delivered yet

@@ -23,7 +23,7 @@ expect() {
 
 whole32="a whole number from 0 to 4294967295"
 expect "not YAML" '<stdin>:1:1: expected YAML, found end of sequence flow not found' 'a: [1'
-expect "nothing" '<stdin>:1:1: expected a map, found nothing' ''
+expect "nothing" '<stdin>: expected a log with lines of the selector, found none' ''
 expect "two documents" '<stdin>:2:1: expected one document, found another' 'requests: []\n---\nrequests: []\n'
 expect "unknown key" '<stdin>:1:1: expected one of the keys recorded, properties, staticMetadata, defaults, requests, found "request"' \
   'request: []\n'

@@ -1,8 +1,11 @@
 #include "hal_core/SelectorPlugin.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
+#include <cstring>
+#include <fstream>
 
 namespace halcore {
 
@@ -23,11 +26,30 @@ std::string mangled(const std::string& strategy) {
            reference + "St10shared_ptrINS0_13ZSLFrameQueueEERSt6vectorIjSaIjEEli";
 }
 
+// Whether the file ends before what it says it holds: the loader would map what is not there, and die of it.
+bool isCutOff(const std::string& path) {
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    const std::streamoff size = file.tellg();
+    ElfW(Ehdr) head{};
+    file.seekg(0);
+    file.read(reinterpret_cast<char*>(&head), sizeof(head));
+    if (!file || std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0) return false;  // the loader says what is wrong
+    file.seekg(static_cast<std::streamoff>(head.e_phoff));
+    for (int i = 0; i < head.e_phnum; ++i) {
+        ElfW(Phdr) part{};
+        if (!file.read(reinterpret_cast<char*>(&part), sizeof(part))) return true;
+        if (part.p_offset + part.p_filesz > static_cast<uint64_t>(size)) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 void SelectorPlugin::Unload::operator()(void* library) const { dlclose(library); }
 
-SelectorPlugin::SelectorPlugin(const std::string& path) : mLibrary(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+SelectorPlugin::SelectorPlugin(const std::string& path) {
+    if (isCutOff(path)) throw PluginError("cannot load the plug-in: " + path + ": the file is cut off");
+    mLibrary.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!mLibrary) throw PluginError(std::string("cannot load the plug-in: ") + dlerror());
     using CreateZSLSelector = void(std::vector<std::shared_ptr<zohal::ZSLSelectorBase>>&);
     reinterpret_cast<CreateZSLSelector*>(symbol("createZSLSelector"))(mSelectors);

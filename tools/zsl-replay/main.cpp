@@ -173,14 +173,15 @@ void addOptions(CLI::App& app, Options& options) {
     app.set_version_flag("--version", "zsl-replay " ZSL_VERSION);
     app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
     const auto add = [&app](const char* name, auto& value, const char* text, const char* help) {
-        return app.add_option(name, value, help)->option_text(text);
+        const auto isGiven = [](const std::string& given) { return given.empty() ? "expected something" : ""; };
+        return app.add_option(name, value, help)->option_text(text)->check(isGiven);
     };
     const auto addRepeatable = [&add](const char* name, auto& values, const char* text, const char* help) {
         return add(name, values, text, help)->allow_extra_args(false);
     };
     addRepeatable("--frame", replay.frames, "N", "only requests with this framework frame; repeatable");
     addRepeatable("--request", replay.numbers, "N", "only request N of each file, from 1; repeatable")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, 1'000'000'000));
     app.add_flag(
         "--explain", replay.explain,
         "one line a frame: why it was chosen or left out, as seen, or as a replay with one thing changed shows");
@@ -221,6 +222,10 @@ int run(const CLI::App& app, Options& options) {
                     "--against", "--save-case"});
     if (options.hasSeveralFiles() && !options.saveCase.empty()) {
         throw InputError("--save-case: expected one file, found several");
+    }
+    for (const std::string& goal : {options.picture, options.saveCase}) {
+        const bool isStandard = goal == "-" || goal == kStandardOutput;
+        if (options.json && isStandard) throw InputError("--json: expected standard output for itself, found " + goal);
     }
     if (!options.picture.empty() && options.picture == options.saveCase) {
         throw InputError("--picture: expected another file than that of --save-case, found the same");

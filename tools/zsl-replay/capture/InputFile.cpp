@@ -67,6 +67,7 @@ bool InputFile::fill() {
 
 bool InputFile::looksLikeLog() {
     std::string_view head = unread();
+    if (head.empty()) return true;  // one that holds nothing yet
     bool hasSections = false;
     while (!head.empty()) {
         const std::string_view line = head.substr(0, head.find('\n'));
