@@ -51,6 +51,8 @@ std::optional<Message> splitMessage(std::string_view logged) {
     return Message{logged.substr(file, colon - file), logged.substr(function, end - function), logged.substr(end + 2)};
 }
 
+std::string_view withoutAddress(std::string_view text) { return text.substr(0, text.find(" this = ")); }
+
 std::optional<LoggedLine> selectorLine(const desk::LogLine& line) {
     const char level = line.priority == ANDROID_LOG_DEBUG ? 'D' : 'I';
     return selectorLine({"", line.pid, line.tid, level, line.tag, line.message}, false);

@@ -23,6 +23,9 @@ struct Message {
 };
 std::optional<Message> splitMessage(std::string_view logged);
 
+// A message's text up to the selector's address, which no two runs share.
+std::string_view withoutAddress(std::string_view text);
+
 struct CatalogueEntry;
 
 // A message of the selector, as a log shows it.

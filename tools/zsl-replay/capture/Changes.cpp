@@ -1,7 +1,5 @@
 // Changes of a document from the command line.
 
-#include <algorithm>
-
 #include "capture/Document.h"
 
 namespace replay {
@@ -97,8 +95,8 @@ void applyDrop(Value::List& requests, const Case& theCase, const std::string& dr
 
 std::string Changes::words() const {
     std::string text;
-    for (const std::string& setting : settings) text += (text.empty() ? "--set " : " --set ") + setting;
-    for (const std::string& drop : drops) text += (text.empty() ? "--drop " : " --drop ") + drop;
+    for (const std::string& setting : settings) append(text, "--set " + setting, " ");
+    for (const std::string& drop : drops) append(text, "--drop " + drop, " ");
     return text;
 }
 

@@ -8,7 +8,6 @@ namespace replay {
 
 namespace {
 
-constexpr char kSeamlessPolicy[] = "nexaro.camera.zoseamlesspolicy.result";
 constexpr size_t kPolicyRecordSize = 52;
 constexpr size_t kPolicyModeOffset = 40;
 
@@ -108,7 +107,7 @@ std::optional<Tags> readTags(const Value& in) {
     for (const auto& [key, value] : in.map()) {
         if (!value.isMap() && !typeOf(key.text())) {
             std::string names;
-            for (const auto& [name, type] : kKnownTags) names += (names.empty() ? "" : ", ") + name;
+            for (const auto& [name, type] : kKnownTags) replay::append(names, name);
             key.fail("a tag that the selector reads (" + names + "), or {type: ..., values: [...]} as the value");
         }
         readEntry(key.text(), value);

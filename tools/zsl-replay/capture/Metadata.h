@@ -13,6 +13,8 @@
 
 namespace replay {
 
+constexpr char kSeamlessPolicy[] = "nexaro.camera.zoseamlesspolicy.result";
+
 // Tags by name; nothing for a null.
 std::optional<Tags> readTags(const Value& in);
 

@@ -82,7 +82,7 @@ size_t Value::oneOf(const Words& words, const char* expected) const {
     const auto found = isText() ? std::find(words.begin(), words.end(), std::get<std::string>(data)) : words.end();
     if (found != words.end()) return static_cast<size_t>(found - words.begin());
     std::string all;
-    for (const std::string& word : words) all += (all.empty() ? "" : ", ") + word;
+    for (const std::string& word : words) append(all, word);
     fail(expected + all);
 }
 

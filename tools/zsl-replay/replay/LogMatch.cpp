@@ -10,21 +10,16 @@ using Lines = std::vector<LoggedLine>;
 
 constexpr size_t kLookahead = 256;  // lines
 
-// The text as far as a replay can have the same: no address at its end.
-std::string_view comparable(const LoggedLine& line) {
-    return std::string_view(line.text).substr(0, line.text.find(" this = "));
-}
-
 bool isSame(const LoggedLine& logged, const LoggedLine& replayed) {
     if (logged.level != replayed.level || logged.function != replayed.function) return false;
-    const std::string_view text = comparable(logged);
-    if (!logged.isCut) return text == comparable(replayed);
+    const std::string_view text = withoutAddress(logged.text);
+    if (!logged.isCut) return text == withoutAddress(replayed.text);
     const size_t whole = text.rfind(' ');  // the last number may lack digits
-    return text.substr(0, whole) == comparable(replayed).substr(0, whole);
+    return text.substr(0, whole) == withoutAddress(replayed.text).substr(0, whole);
 }
 
 std::string quoted(const LoggedLine& line) {
-    return std::string("\"") + line.level + ' ' + line.function + ": " + std::string(comparable(line)) + '"';
+    return std::string("\"") + line.level + ' ' + line.function + ": " + std::string(withoutAddress(line.text)) + '"';
 }
 
 template <typename Words>

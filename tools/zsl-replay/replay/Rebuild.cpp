@@ -13,7 +13,6 @@ namespace {
 using Times = std::map<uint32_t, int64_t>;  // shutter times in ns, by frame
 
 constexpr char kSensorMode[] = "com.nexaro.ext.control.policy.sensorMode";
-constexpr char kSeamlessPolicy[] = "nexaro.camera.zoseamlesspolicy.result";
 
 void assume(Finding& out, std::string what) { out.log->assumptions.push_back(std::move(what)); }
 

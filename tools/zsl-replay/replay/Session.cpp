@@ -27,12 +27,11 @@ std::string stepOf(const halcore::QueueCall& call) {
            (hasArgument ? std::to_string(call.argument) : "") + (call.found ? ")" : ") -> none");
 }
 
-// Builds differ in source lines. No two runs share the addresses that the frame check logs.
+// Builds differ in source lines.
 std::string stepOf(const desk::LogLine& line) {
     const auto message = splitMessage(line.message);
     if (!message) return "log \"" + line.message + '"';
-    const std::string_view text = message->text.substr(0, message->text.find(" this = 0x"));
-    return "log \"" + std::string(message->function) + ": " + std::string(text) + '"';
+    return "log \"" + std::string(message->function) + ": " + std::string(withoutAddress(message->text)) + '"';
 }
 
 std::shared_ptr<halcore::FrameQueue> makeQueue(const Queue& queue) {

@@ -12,7 +12,7 @@ std::vector<std::string> repeatableMessages(const Run& run) {
     std::vector<std::string> messages;
     for (const desk::LogLine& line : run.log) {
         const auto message = splitMessage(line.message);
-        if (message && message->text.find(" = 0x") == std::string_view::npos) messages.emplace_back(message->text);
+        if (message && withoutAddress(message->text) == message->text) messages.emplace_back(message->text);
     }
     return messages;
 }

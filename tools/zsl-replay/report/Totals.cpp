@@ -1,6 +1,5 @@
 #include "report/Totals.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "capture/Text.h"
@@ -12,7 +11,7 @@ namespace {
 
 std::string words(const std::map<std::string, size_t>& counts) {
     std::string text;
-    for (const auto& [name, count] : counts) text += (text.empty() ? "" : ", ") + name + ' ' + std::to_string(count);
+    for (const auto& [name, count] : counts) append(text, name + ' ' + std::to_string(count));
     return text.empty() ? "none" : text;
 }
 
