@@ -1,8 +1,8 @@
 #include "capture/Text.h"
 
+#include <fmt/format.h>
 #include <glib.h>
 
-#include <cstdio>
 #include <memory>
 
 namespace replay {
@@ -33,10 +33,8 @@ std::string printable(std::string_view text) {
         if (isUtf8 && isShown(c)) {
             out += text.substr(0, length);
         } else {
-            char escape[16];
             const unsigned value = isUtf8 ? c : static_cast<uint8_t>(text[0]);
-            std::snprintf(escape, sizeof(escape), value < 0x100 ? "\\x%02x" : "\\u%04x", value);
-            out += escape;
+            out += value < 0x100 ? fmt::format("\\x{:02x}", value) : fmt::format("\\u{:04x}", value);
         }
         text.remove_prefix(length);
     }
@@ -48,17 +46,15 @@ void append(std::string& list, const std::string& each, const char* between) {
 }
 
 std::string join(const std::vector<uint32_t>& frames) {
-    std::string text;
-    for (const uint32_t frame : frames) append(text, std::to_string(frame), " ");
-    return frames.empty() ? "none" : text;
+    return frames.empty() ? "none" : fmt::format("{}", fmt::join(frames, " "));
+}
+
+double millisecondsBetween(int64_t fromNs, int64_t toNs) {
+    return static_cast<double>(static_cast<__int128>(toNs) - fromNs) / 1e6;
 }
 
 std::string milliseconds(int64_t ns, int64_t fromNs) {
-    const __int128 difference = static_cast<__int128>(ns) - fromNs;
-    const auto magnitude = static_cast<unsigned __int128>(difference < 0 ? -difference : difference);
-    const auto microseconds = static_cast<uint64_t>((magnitude + 500) / 1000);
-    const std::string fraction = std::to_string(1000 + microseconds % 1000).substr(1);
-    return (difference < 0 ? '-' : '+') + std::to_string(microseconds / 1000) + '.' + fraction + " ms";
+    return fmt::format("{:+.3f} ms", millisecondsBetween(fromNs, ns));
 }
 
 }  // namespace replay

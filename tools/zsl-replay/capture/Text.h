@@ -4,7 +4,6 @@
 
 #include <charconv>
 #include <cstdint>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -21,19 +20,10 @@ public:
 // Parses a whole decimal or hexadecimal number; false when it is none or out of T's range.
 template <typename T>
 bool parseNumber(std::string_view text, T& value) {
-    const bool negative = !text.empty() && text[0] == '-';
-    if (negative) text.remove_prefix(1);
-    const bool hex = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
-    if (hex) text.remove_prefix(2);
-    uint64_t magnitude = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude, hex ? 16 : 10);
-    if (error != std::errc() || end != text.data() + text.size() || text.empty()) return false;
-    const auto least = static_cast<uint64_t>(std::numeric_limits<T>::min());  // as 64-bit two's complement
-    if (negative ? magnitude > 0 - least : magnitude > static_cast<uint64_t>(std::numeric_limits<T>::max())) {
-        return false;
-    }
-    value = static_cast<T>(negative ? 0 - magnitude : magnitude);
-    return true;
+    const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') && text[2] != '-';
+    if (isHex) text.remove_prefix(2);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, isHex ? 16 : 10);
+    return error == std::errc() && end == text.data() + text.size();
 }
 
 // What is no UTF-8 in it replaced by U+FFFD.
@@ -48,6 +38,9 @@ void append(std::string& list, const std::string& each, const char* between = ",
 
 // "1 2 3", or "none".
 std::string join(const std::vector<uint32_t>& frames);
+
+// To be shown, where a double is exact enough.
+double millisecondsBetween(int64_t fromNs, int64_t toNs);
 
 // The difference of two moments in milliseconds with three decimals and its sign, such as "+60.000 ms".
 std::string milliseconds(int64_t ns, int64_t fromNs);
