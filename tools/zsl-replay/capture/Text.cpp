@@ -49,12 +49,10 @@ std::string join(const std::vector<uint32_t>& frames) {
     return frames.empty() ? "none" : fmt::format("{}", fmt::join(frames, " "));
 }
 
-double millisecondsBetween(int64_t fromNs, int64_t toNs) {
-    return static_cast<double>(static_cast<__int128>(toNs) - fromNs) / 1e6;
-}
-
 std::string milliseconds(int64_t ns, int64_t fromNs) {
-    return fmt::format("{:+.3f} ms", millisecondsBetween(fromNs, ns));
+    const __int128 difference = static_cast<__int128>(ns) - fromNs;
+    const auto us = static_cast<uint64_t>(((difference < 0 ? -difference : difference) + 500) / 1000);
+    return fmt::format("{}{}.{:03} ms", difference < 0 ? '-' : '+', us / 1000, us % 1000);
 }
 
 }  // namespace replay

@@ -39,9 +39,6 @@ void append(std::string& list, const std::string& each, const char* between = ",
 // "1 2 3", or "none".
 std::string join(const std::vector<uint32_t>& frames);
 
-// To be shown, where a double is exact enough.
-double millisecondsBetween(int64_t fromNs, int64_t toNs);
-
 // The difference of two moments in milliseconds with three decimals and its sign, such as "+60.000 ms".
 std::string milliseconds(int64_t ns, int64_t fromNs);
 

@@ -28,6 +28,10 @@ constexpr double kFoot = 60;  // the axis
 constexpr double kLegend = 44;
 constexpr double kDigit = 7;
 
+double millisecondsBetween(int64_t fromNs, int64_t toNs) {
+    return static_cast<double>(static_cast<__int128>(toNs) - fromNs) / 1e6;
+}
+
 // A request as it was served once.
 struct Serving {
     Finding finding;
