@@ -86,7 +86,7 @@ struct Request {
     std::optional<halcore::StrategyCall> call;
     Check check;
     Expectation expect;
-    std::shared_ptr<const Value> written;  // as a case file asks it; null for one rebuilt from a log
+    std::shared_ptr<const Value> written;  // as a case file gives it; null for one rebuilt from a log
 
     // The queue that frames are selected from, the first of its kind; null when there is none.
     const Queue* metaQueue() const;

@@ -1,9 +1,9 @@
-// A document into a case.
+// Values into a case.
 
 #include <algorithm>
 #include <numeric>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 #include "capture/Metadata.h"
 
 namespace replay {
@@ -259,15 +259,6 @@ Check readCheck(const Value& in, Budget& budget) {
     return check;
 }
 
-// What was asked, with what the request has by its place in the file.
-std::shared_ptr<const Value> complete(const Request& request, const Value& in) {
-    Value written = Value::Map{{"name", request.name}, {"frame", request.fwkFrame}, {"adapter", request.adapter}};
-    for (const auto& [key, value] : in.map()) {
-        if (key.text() != "expect") written[key.text()] = value;
-    }
-    return std::make_shared<const Value>(std::move(written));
-}
-
 Request readRequest(const Value& in, size_t position, const AdapterAnswer& before, Budget& budget) {
     in.map({"name", "frame", "used", "master", "need", "metadata", "adapter", "select", "clock", "queues", "call",
             "check", "expect"});
@@ -291,7 +282,7 @@ Request readRequest(const Value& in, size_t position, const AdapterAnswer& befor
     if (const Value* const expect = in.find("expect")) request.expect = readExpectation(*expect, request, budget);
     request.clockNs = newestShutterTime(request);
     in.read("clock", request.clockNs);
-    request.written = complete(request, in);
+    request.written = std::make_shared<const Value>(in);
     return request;
 }
 
@@ -315,15 +306,21 @@ Case readValue(const Value& root) {
     const Value* const requests = root.find("requests");
     // Of a recorded file a crash may have come before the first was whole.
     if (result.recorded && (requests == nullptr || requests->isNull())) return result;
+    result.requests = readRequests(root.at("requests").list("a list of requests"));
+    return result;
+}
+
+std::vector<Request> readRequests(const Value::List& values) {
+    std::vector<Request> requests;
     Budget budget;
-    for (const Value& each : root.at("requests").list("a list of requests")) {
-        if (result.requests.size() == kMostRequests) {
+    for (const Value& each : values) {
+        if (requests.size() == kMostRequests) {
             each.fail("at most " + std::to_string(kMostRequests) + " requests in a file", "more");
         }
-        const AdapterAnswer before = result.requests.empty() ? "absent" : result.requests.back().adapter;
-        result.requests.push_back(readRequest(each, result.requests.size(), before, budget));
+        const AdapterAnswer before = requests.empty() ? "absent" : requests.back().adapter;
+        requests.push_back(readRequest(each, requests.size(), before, budget));
     }
-    return result;
+    return requests;
 }
 
 FrameList Queue::deliveryOrder() const {

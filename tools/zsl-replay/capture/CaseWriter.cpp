@@ -1,11 +1,11 @@
-// Values printed as YAML, and requests that were rebuilt from a log as values.
+// Requests as values, and values printed as YAML.
 
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
 #include <ostream>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 
 namespace replay {
 
@@ -100,27 +100,23 @@ Value valueOf(const Check& check) {
 }  // namespace
 
 Value valueOf(const Request& request) {
-    if (request.written) return *request.written;
+    Value value = Value::Map{{"name", request.name}, {"frame", request.fwkFrame}};
+    if (request.adapter != "absent") value["adapter"] = request.adapter;  // else as for the request before
+    if (request.written) {
+        value.merge(*request.written);
+        return value;
+    }
     Value::List queues;
     for (const Queue& queue : request.queues) queues.push_back(valueOf(queue));
-    Value value = Value::Map{{"name", request.name},
-                             {"frame", request.fwkFrame},
-                             {"used", request.used},
-                             {"master", request.master},
-                             {"need", request.need},
-                             {"metadata", valueOf(request.metadata)},
-                             {"select", kSelectWords[static_cast<size_t>(request.select)]},
-                             {"clock", request.clockNs},
-                             {"queues", queues},
-                             {"check", valueOf(request.check)}};
-    if (request.adapter != "absent") value["adapter"] = request.adapter;  // else as for the request before
+    value.merge(Value::Map{{"used", request.used},
+                           {"master", request.master},
+                           {"need", request.need},
+                           {"metadata", valueOf(request.metadata)},
+                           {"select", kSelectWords[static_cast<size_t>(request.select)]},
+                           {"clock", request.clockNs},
+                           {"queues", queues},
+                           {"check", valueOf(request.check)}});
     return value;
-}
-
-Document documentOf(const Case& theCase) {
-    Value::List requests;
-    for (const Request& request : theCase.requests) requests.push_back(valueOf(request));
-    return {theCase.file, Value::Map{{"requests", requests}}, ""};
 }
 
 void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments) {

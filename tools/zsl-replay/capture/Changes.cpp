@@ -1,6 +1,6 @@
-// Changes of a document from the command line.
+// Changes of requests from the command line.
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 
 namespace replay {
 
@@ -68,8 +68,8 @@ void applySetting(Value::List& requests, std::string_view setting) {
     }
 }
 
-// FRAME[@QUEUE]: the queue with that id, or every queue, has lost the frame. `theCase` is what the requests read as.
-void applyDrop(Value::List& requests, const Case& theCase, const std::string& drop) {
+// FRAME[@QUEUE]: the queue with that id, or every queue, has lost the frame. `values` are how the requests are given.
+void applyDrop(Value::List& values, const std::vector<Request>& requests, const std::string& drop) {
     const size_t at = drop.find('@');
     uint32_t frame = 0;
     uint32_t id = 0;
@@ -79,13 +79,13 @@ void applyDrop(Value::List& requests, const Case& theCase, const std::string& dr
     }
     bool isHeld = false;
     for (size_t i = 0; i < requests.size(); ++i) {
-        const std::vector<Queue>& queues = theCase.requests[i].queues;
+        const std::vector<Queue>& queues = requests[i].queues;
         for (size_t q = 0; q < queues.size(); ++q) {
             if ((one && queues[q].id != id) || queues[q].held.count(frame) == 0) continue;
             isHeld = true;
             FrameList lost = {frame};
             for (const auto& [number, data] : queues[q].lost) lost.push_back(number);
-            valueAt(requests[i], "queues[" + std::to_string(q) + "].lost") = lost;
+            valueAt(values[i], "queues[" + std::to_string(q) + "].lost") = lost;
         }
     }
     if (!isHeld) fail(one ? "a frame that this queue holds" : "a frame that a queue holds", drop);
@@ -100,25 +100,24 @@ std::string Changes::words() const {
     return text;
 }
 
-Document withChanges(Document document, const Changes& changes) {
-    Value& given = document.root["requests"];
-    if (given.isNull()) given = Value::List();
-    auto& requests = std::get<Value::List>(given.data);
+std::vector<Request> withChanges(std::vector<Request> requests, const Changes& changes) {
+    Value::List values;
+    for (const Request& each : requests) values.push_back(each.written ? *each.written : valueOf(each));
     const auto attempt = [&](const std::string& change, const auto& apply) {
         try {
             apply();
-            readValue(document.root);
+            requests = readRequests(values);
         } catch (const PlacedError& error) {
             throw InputError(printable(change) + ": " + error.what());
         }
     };
     for (const std::string& setting : changes.settings) {
-        attempt("--set " + setting, [&] { applySetting(requests, setting); });
+        attempt("--set " + setting, [&] { applySetting(values, setting); });
     }
     for (const std::string& drop : changes.drops) {
-        attempt("--drop " + drop, [&] { applyDrop(requests, readValue(document.root), drop); });
+        attempt("--drop " + drop, [&] { applyDrop(values, requests, drop); });
     }
-    return document;
+    return requests;
 }
 
 }  // namespace replay

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 #include "capture/LogFormat.h"
 #include "capture/Text.h"
 
