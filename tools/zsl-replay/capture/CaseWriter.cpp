@@ -11,48 +11,32 @@ namespace replay {
 
 namespace {
 
-constexpr size_t kWidest = 100;  // of what stands on one line
-
-// The length on one line, of what is too long just that it is.
-size_t widthOf(const Value& value) {
-    size_t width = 2;  // brackets, or what separates it from the next
-    const auto add = [&width](const Value& part) { width += width <= kWidest ? widthOf(part) : 0; };
-    if (value.isText()) width += value.text().size();
-    if (value.isList()) std::for_each(value.list().begin(), value.list().end(), add);
-    if (value.isMap()) {
-        for (const auto& [key, part] : value.map()) {
-            add(key);
-            add(part);
-        }
-    }
-    return width;
+bool isShort(const Value& value) {
+    constexpr size_t kLongestNumber = 20;
+    return value.isText() && value.text().size() <= kLongestNumber;
 }
 
-// Also lists of numbers, however long.
+// Lists of numbers, however long, and what a queue has of a frame.
 bool isOnOneLine(const Value& value) {
-    constexpr size_t kLongestNumber = 20;
-    const auto isNumber = [](const Value& each) { return each.isText() && each.text().size() <= kLongestNumber; };
-    return widthOf(value) <= kWidest ||
-           (value.isList() && std::all_of(value.list().begin(), value.list().end(), isNumber));
+    if (value.isList()) return std::all_of(value.list().begin(), value.list().end(), isShort);
+    return value.isMap() && value.map().size() <= 3 &&
+           std::all_of(value.map().begin(), value.map().end(), [](const auto& each) { return isShort(each.second); });
 }
 
 void write(YAML::Emitter& out, const Value& value) {
+    if (isOnOneLine(value)) out << YAML::Flow;
     if (value.isNull()) {
         out << YAML::Null;
     } else if (value.isText()) {
         out << value.text();
     } else if (value.isList()) {
         out << YAML::BeginSeq;
-        for (const Value& each : value.list()) {
-            if (isOnOneLine(each)) out << YAML::Flow;  // and all that is in it
-            write(out, each);
-        }
+        for (const Value& each : value.list()) write(out, each);
         out << YAML::EndSeq;
     } else {
         out << YAML::BeginMap;
         for (const auto& [key, part] : value.map()) {
             out << YAML::Key << key.text() << YAML::Value;
-            if (isOnOneLine(part)) out << YAML::Flow;
             write(out, part);
         }
         out << YAML::EndMap;
