@@ -51,8 +51,6 @@ void print(std::ostream& out, const Value& value, const std::vector<std::string>
     out << yaml.c_str() << '\n';
 }
 
-Value valueOf(const std::optional<Tags>& tags) { return tags ? Value::Map(tags->begin(), tags->end()) : Value(); }
-
 Value valueOf(const Queue& queue) {
     auto everHeld = queue.held;
     everHeld.insert(queue.lost.begin(), queue.lost.end());
@@ -77,7 +75,7 @@ Value valueOf(const Queue& queue) {
 Value valueOf(const Check& check) {
     Value value = Value::Map{{"role", check.role}, {"frames", check.aiHlFrames}};
     if (check.of) value["of"] = *check.of;
-    if (check.metadata) value["metadata"] = valueOf(*check.metadata);
+    if (check.metadata) value["metadata"] = *check.metadata;
     return value;
 }
 
@@ -95,7 +93,7 @@ Value valueOf(const Request& request) {
     value.merge(Value::Map{{"used", request.used},
                            {"master", request.master},
                            {"need", request.need},
-                           {"metadata", valueOf(request.metadata)},
+                           {"metadata", request.metadata},
                            {"select", kSelectWords[static_cast<size_t>(request.select)]},
                            {"clock", request.clockNs},
                            {"queues", queues},
@@ -104,12 +102,8 @@ Value valueOf(const Request& request) {
 }
 
 void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments) {
-    Value properties = Value::Map();
-    for (const auto& [property, value] : platform.properties) properties[property] = value ? *value : Value();
-    Value::Map cameras;
-    for (const auto& [camera, tags] : platform.staticMetadata) cameras.emplace_back(camera, valueOf(tags));
-    Value head = Value::Map{{"properties", properties}};
-    if (!cameras.empty()) head["staticMetadata"] = cameras;
+    Value head = Value::Map{{"properties", platform.properties}};
+    if (!platform.staticMetadata.empty()) head["staticMetadata"] = platform.staticMetadata;
     print(out, head, comments);
     out << "requests:\n";
 }

@@ -62,8 +62,7 @@ public:
     // Null where there is no document.
     Value document() {
         if (mOpen.front().parts.empty()) add({}, {1, 1}, 0);
-        Value document = std::move(mOpen.front().parts.front());
-        return document;
+        return std::move(mOpen.front().parts.front());
     }
 
     void OnDocumentStart(const YAML::Mark& mark) override {

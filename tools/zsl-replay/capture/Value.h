@@ -3,6 +3,7 @@
 #pragma once
 
 #include <limits>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -48,6 +49,10 @@ struct Value {
     Value(T number) : data(std::to_string(number)) {}
     template <typename T>
     Value(const std::vector<T>& elements) : data(List(elements.begin(), elements.end())) {}
+    template <typename Key, typename T>
+    Value(const std::map<Key, T>& entries) : data(Map(entries.begin(), entries.end())) {}
+    template <typename T>
+    Value(const std::optional<T>& value) : Value(value ? Value(*value) : Value()) {}
 
     bool isNull() const { return std::holds_alternative<std::monostate>(data); }
     bool isText() const { return std::holds_alternative<std::string>(data); }
