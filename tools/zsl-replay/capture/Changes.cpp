@@ -14,36 +14,29 @@ constexpr char kPath[] = "the path of a request's key";
     throw PlacedError({}, expected, '"' + printable(found) + '"');
 }
 
-// Takes "[index]" off a path: that element, or one behind the last.
-Value& element(Value& in, std::string_view& path) {
-    const size_t close = path.find(']');
+// The element of a list, or one behind the last. A step is "[index]".
+Value& element(Value& in, std::string_view step) {
+    auto& list = std::get<Value::List>(in.data);
     size_t index = 0;
-    if (close == std::string_view::npos || !parseNumber(path.substr(1, close - 1), index)) fail(kPath, path);
-    if (in.isNull()) in.data = Value::List();
-    auto* const list = std::get_if<Value::List>(&in.data);
-    if (list == nullptr) fail(kPath, path);
-    if (index > list->size()) fail("an index of a list of " + std::to_string(list->size()), path);
-    if (index == list->size()) list->emplace_back();
-    path.remove_prefix(close + 1);
-    return (*list)[index];
+    if (!parseNumber(step.substr(1, step.size() - 2), index)) fail(kPath, step);
+    if (index > list.size()) fail("an index of a list of " + std::to_string(list.size()), step);
+    if (index == list.size()) list.emplace_back();
+    return list[index];
 }
 
 // What a path such as "queues[1].lost" names, put there where it is missing. Below "metadata" the rest is a tag's name.
 Value& valueAt(Value& request, std::string_view path) {
     Value* in = &request;
-    std::string_view key;
+    std::string_view step;
     for (int steps = 0; !path.empty(); ++steps) {
-        if (steps == kLongestPath) fail(kPath, path);
-        if (path[0] == '[') {
-            in = &element(*in, path);
-            continue;
-        }
+        const bool isIndex = path[0] == '[';
         if (path[0] == '.') path.remove_prefix(1);
-        key = path.substr(0, key == "metadata" ? path.size() : path.find_first_of(".["));
-        if (in->isNull()) in->data = Value::Map();
-        if (key.empty() || !in->isMap()) fail(kPath, path);
-        in = &(*in)[key];
-        path.remove_prefix(key.size());
+        const size_t keyEnd = step == "metadata" ? path.size() : path.find_first_of(".[");
+        step = path.substr(0, isIndex ? path.find(']') + 1 : keyEnd);  // npos + 1 is 0
+        if (in->isNull()) *in = isIndex ? Value(Value::List()) : Value(Value::Map());
+        if (steps == kLongestPath || step.empty() || !(isIndex ? in->isList() : in->isMap())) fail(kPath, path);
+        in = isIndex ? &element(*in, step) : &(*in)[step];
+        path.remove_prefix(step.size());
     }
     return *in;
 }
