@@ -1,7 +1,5 @@
 #include "capture/Metadata.h"
 
-#include <algorithm>
-
 #include "api/MetadataValue.h"
 
 namespace replay {
@@ -67,7 +65,7 @@ void appendElement(Entry& entry, const Value& in) {
 Entry readElements(uint8_t type, const Value& in, void (*append)(Entry& entry, const Value& in)) {
     Entry entry{type, 0, {}};
     for (const Value& each : in.isList() ? in.list() : Value::List{in}) append(entry, each);
-    entry.count = entry.payload.size() / std::max<size_t>(zohal::elementSize(type), 1);  // of an unknown type bytes
+    entry.count = entry.payload.size() / zohal::elementSize(type);  // of an unknown type bytes
     return entry;
 }
 
