@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 #include "replay/Rebuild.h"
 
 using namespace replay;
@@ -26,7 +26,7 @@ static std::string printed(const Case& theCase) {
 
 static std::string reprinted(const std::string& text) {
     try {
-        return printed(readCase(parseDocument("printed", text)));
+        return printed(readCase("printed", text));
     } catch (const InputError& error) {
         broken("a printed case can be read", error.what(), text);
     }
@@ -47,7 +47,7 @@ static void readLog(InputFile& log) {
 }
 
 static void readCaseFile(const std::string& text) {
-    const Case theCase = readCase(parseDocument("case", text));
+    const Case theCase = readCase("case", text);
     if (theCase.requests.empty()) return;
     const std::string made = printed(theCase);
     const std::string madeAgain = reprinted(made);

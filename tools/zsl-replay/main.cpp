@@ -8,7 +8,7 @@
 #include <iostream>
 #include <optional>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 #include "capture/InputFile.h"
 #include "capture/Text.h"
 #include "replay/Replay.h"
@@ -87,7 +87,7 @@ private:
         const std::string& name = input.name();
         const bool isLog = input.looksLikeLog() && !mOptions.roundTrip;
         const Served served =
-            isLog ? serveLog(input, mOptions.replay, mSink) : serveRequests(parseDocument(name, input.readAll()));
+            isLog ? serveLog(input, mOptions.replay, mSink) : serveRequests(readCase(name, input.readAll()));
         const bool isEmptyLog = isLog && served.requests == 0;
         if (isEmptyLog) {
             const std::string what = name + ": expected a log with lines of the selector, found none";
@@ -103,13 +103,13 @@ private:
         }
     }
 
-    Served serveRequests(const Document& document) {
+    Served serveRequests(Case theCase) {
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
-        if (!document.cutOff.empty()) {
-            const std::string what = document.file + ": " + document.cutOff;
+        if (!theCase.cutOff.empty()) {
+            const std::string what = theCase.file + ": " + theCase.cutOff;
             mOptions.json ? warn(what) : writeStandardOutput(printable(what) + '\n');
         }
-        return (mOptions.roundTrip ? serveRoundTrip : serveCase)(document, mOptions.replay, mSink);
+        return (mOptions.roundTrip ? serveRoundTrip : serveCase)(std::move(theCase), mOptions.replay, mSink);
     }
 
     std::string nothingPicked() const {

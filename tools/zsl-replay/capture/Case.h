@@ -69,9 +69,6 @@ struct Check {
     std::optional<std::optional<Tags>> metadata;  // absent: the request's; none in it: no metadata object
 };
 
-// What the platform adapter answers: "absent", or the desk adapter's property ("0x300", "empty", "unavailable").
-using AdapterAnswer = std::string;
-
 struct Request {
     std::string name;
     uint32_t fwkFrame = 0;
@@ -79,14 +76,14 @@ struct Request {
     uint32_t master = 0;
     uint32_t need = 1;
     std::optional<Tags> metadata = Tags();  // absent: no metadata object
-    AdapterAnswer adapter = "absent";
+    std::string adapter = "absent";  // its answer: that, or the desk's property ("0x300", "empty", "unavailable")
     halcore::Select select = halcore::Select::kGated;
     int64_t clockNs = 0;
     std::vector<Queue> queues;
     std::optional<halcore::StrategyCall> call;
     Check check;
     Expectation expect;
-    std::shared_ptr<const Value> written;  // as a case file asks it; null for one rebuilt from a log
+    std::shared_ptr<const Value> written;  // as a case file gives it; null for one rebuilt from a log
 
     // The queue that frames are selected from, the first of its kind; null when there is none.
     const Queue* metaQueue() const;

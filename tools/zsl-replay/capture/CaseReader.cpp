@@ -1,9 +1,9 @@
-// A document into a case.
+// Values into a case.
 
 #include <algorithm>
 #include <numeric>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 #include "capture/Metadata.h"
 
 namespace replay {
@@ -166,7 +166,7 @@ std::vector<Queue> readQueues(const Value& in, Budget& budget) {
     return queues;
 }
 
-AdapterAnswer readAdapter(const Value& in, const AdapterAnswer& before) {
+std::string readAdapter(const Value& in, const std::string& before) {
     constexpr char kPossible[] = "a motion word from 0 to 0xFFFFFFFF, or absent, empty or unavailable";
     const std::string& text = in.text(kPossible);
     uint32_t word = 0;
@@ -191,34 +191,23 @@ halcore::StrategyCall readCall(const Value& in, Budget& budget) {
 
 // Both flags at once, or one by one.
 std::pair<bool, bool> readCheckResult(const Value& in) {
-    if (!in.isList()) {
-        const bool passed = in.oneOf({"pass", "fail"}, "two flags, or one of ") == 0;
-        return {passed, passed};
-    }
-    if (in.list().size() != 2) in.fail("two flags");
-    return {in.list()[0].boolean(), in.list()[1].boolean()};
-}
-
-std::vector<std::string> readLines(const Value& in) {
-    std::vector<std::string> lines;
-    for (const Value& each : in.list("a list of messages")) lines.push_back(each.text("a message"));
-    return lines;
+    if (in.isList() && in.list().size() == 2) return {in.list()[0].boolean(), in.list()[1].boolean()};
+    const bool passed = in.oneOf({"pass", "fail"}, "two flags, or one of ") == 0;
+    return {passed, passed};
 }
 
 // What can't come out of a request can't be expected of it.
 Expectation readExpectation(const Value& in, const Request& request, Budget& budget) {
-    if (request.call) {
-        in.map({"selection", "result", "anchor", "log", "logHas"});
-    } else {
-        in.map({"gate", "selection", "target", "anchor", "checks", "log", "logHas"});
-    }
+    const Value::Words ofRequest = {"gate", "selection", "target", "anchor", "checks", "log", "logHas"};
+    const Value::Words ofCall = {"selection", "result", "anchor", "log", "logHas"};
+    in.map(request.call ? ofCall : ofRequest);
     Expectation expect;
     in.read("gate", expect.gate);
     in.read("result", expect.result);
     in.read("target", expect.targetNs);
     in.read("anchor", expect.anchor);
-    if (const Value* const log = in.find("log")) expect.log = readLines(*log);
-    if (const Value* const some = in.find("logHas")) expect.logHas = readLines(*some);
+    in.read("log", expect.log);
+    in.read("logHas", expect.logHas);
     if (const Value* const checks = in.find("checks")) {
         expect.checks.emplace();
         for (const auto& [frame, flags] : checks->map()) {
@@ -259,16 +248,7 @@ Check readCheck(const Value& in, Budget& budget) {
     return check;
 }
 
-// What was asked, with what the request has by its place in the file.
-std::shared_ptr<const Value> complete(const Request& request, const Value& in) {
-    Value written = Value::Map{{"name", request.name}, {"frame", request.fwkFrame}, {"adapter", request.adapter}};
-    for (const auto& [key, value] : in.map()) {
-        if (key.text() != "expect") written[key.text()] = value;
-    }
-    return std::make_shared<const Value>(std::move(written));
-}
-
-Request readRequest(const Value& in, size_t position, const AdapterAnswer& before, Budget& budget) {
+Request readRequest(const Value& in, size_t position, const std::string& before, Budget& budget) {
     in.map({"name", "frame", "used", "master", "need", "metadata", "adapter", "select", "clock", "queues", "call",
             "check", "expect"});
     Request request;
@@ -291,7 +271,7 @@ Request readRequest(const Value& in, size_t position, const AdapterAnswer& befor
     if (const Value* const expect = in.find("expect")) request.expect = readExpectation(*expect, request, budget);
     request.clockNs = newestShutterTime(request);
     in.read("clock", request.clockNs);
-    request.written = complete(request, in);
+    request.written = std::make_shared<const Value>(in);
     return request;
 }
 
@@ -315,15 +295,19 @@ Case readValue(const Value& root) {
     const Value* const requests = root.find("requests");
     // Of a recorded file a crash may have come before the first was whole.
     if (result.recorded && (requests == nullptr || requests->isNull())) return result;
-    Budget budget;
-    for (const Value& each : root.at("requests").list("a list of requests")) {
-        if (result.requests.size() == kMostRequests) {
-            each.fail("at most " + std::to_string(kMostRequests) + " requests in a file", "more");
-        }
-        const AdapterAnswer before = result.requests.empty() ? "absent" : result.requests.back().adapter;
-        result.requests.push_back(readRequest(each, result.requests.size(), before, budget));
-    }
+    result.requests = readRequests(root.at("requests").list("a list of requests"));
     return result;
+}
+
+std::vector<Request> readRequests(const Value::List& values) {
+    std::vector<Request> requests;
+    Budget budget;
+    for (const Value& each : values) {
+        if (requests.size() == kMostRequests) each.fail("at most 100000 requests in a file", "more");
+        const std::string before = requests.empty() ? "absent" : requests.back().adapter;
+        requests.push_back(readRequest(each, requests.size(), before, budget));
+    }
+    return requests;
 }
 
 FrameList Queue::deliveryOrder() const {

@@ -1,58 +1,42 @@
-// Values printed as YAML, and requests that were rebuilt from a log as values.
+// Requests as values, and values printed as YAML.
 
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
 #include <ostream>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 
 namespace replay {
 
 namespace {
 
-constexpr size_t kWidest = 100;  // of what stands on one line
-
-// The length on one line, of what is too long just that it is.
-size_t widthOf(const Value& value) {
-    size_t width = 2;  // brackets, or what separates it from the next
-    const auto add = [&width](const Value& part) { width += width <= kWidest ? widthOf(part) : 0; };
-    if (value.isText()) width += value.text().size();
-    if (value.isList()) std::for_each(value.list().begin(), value.list().end(), add);
-    if (value.isMap()) {
-        for (const auto& [key, part] : value.map()) {
-            add(key);
-            add(part);
-        }
-    }
-    return width;
+bool isShort(const Value& value) {
+    constexpr size_t kLongestNumber = 20;
+    return value.isText() && value.text().size() <= kLongestNumber;
 }
 
-// Also lists of numbers, however long.
+// Lists of numbers, however long, and what a queue has of a frame.
 bool isOnOneLine(const Value& value) {
-    constexpr size_t kLongestNumber = 20;
-    const auto isNumber = [](const Value& each) { return each.isText() && each.text().size() <= kLongestNumber; };
-    return widthOf(value) <= kWidest ||
-           (value.isList() && std::all_of(value.list().begin(), value.list().end(), isNumber));
+    if (value.isList()) return std::all_of(value.list().begin(), value.list().end(), isShort);
+    return value.isMap() && value.map().size() <= 3 &&
+           std::all_of(value.map().begin(), value.map().end(), [](const auto& each) { return isShort(each.second); });
 }
 
 void write(YAML::Emitter& out, const Value& value) {
+    if (isOnOneLine(value)) out << YAML::Flow;
     if (value.isNull()) {
         out << YAML::Null;
     } else if (value.isText()) {
         out << value.text();
     } else if (value.isList()) {
         out << YAML::BeginSeq;
-        for (const Value& each : value.list()) {
-            if (isOnOneLine(each)) out << YAML::Flow;  // and all that is in it
-            write(out, each);
-        }
+        for (const Value& each : value.list()) write(out, each);
         out << YAML::EndSeq;
     } else {
         out << YAML::BeginMap;
         for (const auto& [key, part] : value.map()) {
             out << YAML::Key << key.text() << YAML::Value;
-            if (isOnOneLine(part)) out << YAML::Flow;
             write(out, part);
         }
         out << YAML::EndMap;
@@ -66,8 +50,6 @@ void print(std::ostream& out, const Value& value, const std::vector<std::string>
     for (const std::string& comment : comments) out << "# " << printable(comment) << '\n';
     out << yaml.c_str() << '\n';
 }
-
-Value valueOf(const std::optional<Tags>& tags) { return tags ? Value::Map(tags->begin(), tags->end()) : Value(); }
 
 Value valueOf(const Queue& queue) {
     auto everHeld = queue.held;
@@ -93,43 +75,35 @@ Value valueOf(const Queue& queue) {
 Value valueOf(const Check& check) {
     Value value = Value::Map{{"role", check.role}, {"frames", check.aiHlFrames}};
     if (check.of) value["of"] = *check.of;
-    if (check.metadata) value["metadata"] = valueOf(*check.metadata);
+    if (check.metadata) value["metadata"] = *check.metadata;
     return value;
 }
 
 }  // namespace
 
 Value valueOf(const Request& request) {
-    if (request.written) return *request.written;
+    Value value = Value::Map{{"name", request.name}, {"frame", request.fwkFrame}};
+    if (request.adapter != "absent") value["adapter"] = request.adapter;  // else as for the request before
+    if (request.written) {
+        value.merge(*request.written);
+        return value;
+    }
     Value::List queues;
     for (const Queue& queue : request.queues) queues.push_back(valueOf(queue));
-    Value value = Value::Map{{"name", request.name},
-                             {"frame", request.fwkFrame},
-                             {"used", request.used},
-                             {"master", request.master},
-                             {"need", request.need},
-                             {"metadata", valueOf(request.metadata)},
-                             {"select", kSelectWords[static_cast<size_t>(request.select)]},
-                             {"clock", request.clockNs},
-                             {"queues", queues},
-                             {"check", valueOf(request.check)}};
-    if (request.adapter != "absent") value["adapter"] = request.adapter;  // else as for the request before
+    value.merge(Value::Map{{"used", request.used},
+                           {"master", request.master},
+                           {"need", request.need},
+                           {"metadata", request.metadata},
+                           {"select", kSelectWords[static_cast<size_t>(request.select)]},
+                           {"clock", request.clockNs},
+                           {"queues", queues},
+                           {"check", valueOf(request.check)}});
     return value;
 }
 
-Document documentOf(const Case& theCase) {
-    Value::List requests;
-    for (const Request& request : theCase.requests) requests.push_back(valueOf(request));
-    return {theCase.file, Value::Map{{"requests", requests}}, ""};
-}
-
 void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments) {
-    Value properties = Value::Map();
-    for (const auto& [property, value] : platform.properties) properties[property] = value ? *value : Value();
-    Value::Map cameras;
-    for (const auto& [camera, tags] : platform.staticMetadata) cameras.emplace_back(camera, valueOf(tags));
-    Value head = Value::Map{{"properties", properties}};
-    if (!cameras.empty()) head["staticMetadata"] = cameras;
+    Value head = Value::Map{{"properties", platform.properties}};
+    if (!platform.staticMetadata.empty()) head["staticMetadata"] = platform.staticMetadata;
     print(out, head, comments);
     out << "requests:\n";
 }

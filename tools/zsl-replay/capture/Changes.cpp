@@ -1,6 +1,6 @@
-// Changes of a document from the command line.
+// Changes of requests from the command line.
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 
 namespace replay {
 
@@ -14,36 +14,29 @@ constexpr char kPath[] = "the path of a request's key";
     throw PlacedError({}, expected, '"' + printable(found) + '"');
 }
 
-// Takes "[index]" off a path: that element, or one behind the last.
-Value& element(Value& in, std::string_view& path) {
-    const size_t close = path.find(']');
+// The element of a list, or one behind the last. A step is "[index]".
+Value& element(Value& in, std::string_view step) {
+    auto& list = std::get<Value::List>(in.data);
     size_t index = 0;
-    if (close == std::string_view::npos || !parseNumber(path.substr(1, close - 1), index)) fail(kPath, path);
-    if (in.isNull()) in.data = Value::List();
-    auto* const list = std::get_if<Value::List>(&in.data);
-    if (list == nullptr) fail(kPath, path);
-    if (index > list->size()) fail("an index of a list of " + std::to_string(list->size()), path);
-    if (index == list->size()) list->emplace_back();
-    path.remove_prefix(close + 1);
-    return (*list)[index];
+    if (!parseNumber(step.substr(1, step.size() - 2), index)) fail(kPath, step);
+    if (index > list.size()) fail("an index of a list of " + std::to_string(list.size()), step);
+    if (index == list.size()) list.emplace_back();
+    return list[index];
 }
 
 // What a path such as "queues[1].lost" names, put there where it is missing. Below "metadata" the rest is a tag's name.
 Value& valueAt(Value& request, std::string_view path) {
     Value* in = &request;
-    std::string_view key;
+    std::string_view step;
     for (int steps = 0; !path.empty(); ++steps) {
-        if (steps == kLongestPath) fail(kPath, path);
-        if (path[0] == '[') {
-            in = &element(*in, path);
-            continue;
-        }
+        const bool isIndex = path[0] == '[';
         if (path[0] == '.') path.remove_prefix(1);
-        key = path.substr(0, key == "metadata" ? path.size() : path.find_first_of(".["));
-        if (in->isNull()) in->data = Value::Map();
-        if (key.empty() || !in->isMap()) fail(kPath, path);
-        in = &(*in)[key];
-        path.remove_prefix(key.size());
+        const size_t keyEnd = step == "metadata" ? path.size() : path.find_first_of(".[");
+        step = path.substr(0, isIndex ? path.find(']') + 1 : keyEnd);  // npos + 1 is 0
+        if (in->isNull()) *in = isIndex ? Value(Value::List()) : Value(Value::Map());
+        if (steps == kLongestPath || step.empty() || !(isIndex ? in->isList() : in->isMap())) fail(kPath, path);
+        in = isIndex ? &element(*in, step) : &(*in)[step];
+        path.remove_prefix(step.size());
     }
     return *in;
 }
@@ -68,8 +61,8 @@ void applySetting(Value::List& requests, std::string_view setting) {
     }
 }
 
-// FRAME[@QUEUE]: the queue with that id, or every queue, has lost the frame. `theCase` is what the requests read as.
-void applyDrop(Value::List& requests, const Case& theCase, const std::string& drop) {
+// FRAME[@QUEUE]: the queue with that id, or every queue, has lost the frame. `values` are how the requests are given.
+void applyDrop(Value::List& values, const std::vector<Request>& requests, const std::string& drop) {
     const size_t at = drop.find('@');
     uint32_t frame = 0;
     uint32_t id = 0;
@@ -79,13 +72,13 @@ void applyDrop(Value::List& requests, const Case& theCase, const std::string& dr
     }
     bool isHeld = false;
     for (size_t i = 0; i < requests.size(); ++i) {
-        const std::vector<Queue>& queues = theCase.requests[i].queues;
+        const std::vector<Queue>& queues = requests[i].queues;
         for (size_t q = 0; q < queues.size(); ++q) {
             if ((one && queues[q].id != id) || queues[q].held.count(frame) == 0) continue;
             isHeld = true;
             FrameList lost = {frame};
             for (const auto& [number, data] : queues[q].lost) lost.push_back(number);
-            valueAt(requests[i], "queues[" + std::to_string(q) + "].lost") = lost;
+            valueAt(values[i], "queues[" + std::to_string(q) + "].lost") = lost;
         }
     }
     if (!isHeld) fail(one ? "a frame that this queue holds" : "a frame that a queue holds", drop);
@@ -100,25 +93,24 @@ std::string Changes::words() const {
     return text;
 }
 
-Document withChanges(Document document, const Changes& changes) {
-    Value& given = document.root["requests"];
-    if (given.isNull()) given = Value::List();
-    auto& requests = std::get<Value::List>(given.data);
+std::vector<Request> withChanges(std::vector<Request> requests, const Changes& changes) {
+    Value::List values;
+    for (const Request& each : requests) values.push_back(each.written ? *each.written : valueOf(each));
     const auto attempt = [&](const std::string& change, const auto& apply) {
         try {
             apply();
-            readValue(document.root);
+            requests = readRequests(values);
         } catch (const PlacedError& error) {
             throw InputError(printable(change) + ": " + error.what());
         }
     };
     for (const std::string& setting : changes.settings) {
-        attempt("--set " + setting, [&] { applySetting(requests, setting); });
+        attempt("--set " + setting, [&] { applySetting(values, setting); });
     }
     for (const std::string& drop : changes.drops) {
-        attempt("--drop " + drop, [&] { applyDrop(requests, readValue(document.root), drop); });
+        attempt("--drop " + drop, [&] { applyDrop(values, requests, drop); });
     }
-    return document;
+    return requests;
 }
 
 }  // namespace replay

@@ -1,13 +1,12 @@
 #include "capture/InputFile.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 #include "capture/LogFormat.h"
 #include "capture/Text.h"
 
@@ -29,12 +28,11 @@ constexpr std::pair<std::string_view, const char*> kNoText[] = {
 
 }  // namespace
 
-InputFile::InputFile(std::string name, int fd) : mName(std::move(name)), mFd(fd), mBlock(kBlockSize) {}
-
 InputFile::InputFile(const std::string& file)
-    : InputFile(file == "-" ? "<stdin>" : file,
-                file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (mFd < 0) refuse(std::string("a readable file, found ") + std::strerror(errno));
+    : mName(file == "-" ? "<stdin>" : file),
+      mFile(file == "-" ? fdopen(dup(STDIN_FILENO), "r") : std::fopen(file.c_str(), "re"), std::fclose),
+      mBlock(kBlockSize) {
+    if (!mFile) refuse(std::string("a readable file, found ") + std::strerror(errno));
     while (mEnd < mBlock.size() && fill()) {
     }
     for (const auto& [begin, found] : kNoText) {
@@ -44,8 +42,6 @@ InputFile::InputFile(const std::string& file)
     if (unread().substr(0, kByteOrderMark.size()) == kByteOrderMark) mBegin += kByteOrderMark.size();
 }
 
-InputFile::~InputFile() { close(mFd); }
-
 void InputFile::refuse(const std::string& expected) const {
     throw InputError(printable(mName) + ": expected " + expected);
 }
@@ -54,10 +50,7 @@ bool InputFile::fill() {
     std::memmove(mBlock.data(), mBlock.data() + mBegin, mEnd - mBegin);
     mEnd -= mBegin;
     mBegin = 0;
-    ssize_t size = 0;
-    do {
-        size = read(mFd, mBlock.data() + mEnd, mBlock.size() - mEnd);
-    } while (size < 0 && errno == EINTR);
+    const ssize_t size = read(fileno(mFile.get()), mBlock.data() + mEnd, mBlock.size() - mEnd);
     if (size < 0) refuse(std::string("a readable file, found ") + std::strerror(errno));
     mEnd += static_cast<size_t>(size);
     mBytesRead += static_cast<uint64_t>(size);
@@ -95,20 +88,16 @@ std::string InputFile::readAll() {
 
 std::optional<InputFile::Line> InputFile::next() {
     while (true) {
-        const char* const begin = mBlock.data() + mBegin;
-        const size_t size = mEnd - mBegin;
-        const auto* const end = static_cast<const char*>(std::memchr(begin, '\n', size));
-        if (end == nullptr && size < kLongestLine && fill()) continue;
-        if (end == nullptr && size == 0) return std::nullopt;
+        const std::string_view line = unread().substr(0, unread().find('\n'));
+        const bool hasEnd = line.size() < unread().size();
+        if (!hasEnd && line.size() < kLongestLine && fill()) continue;
+        if (!hasEnd && line.empty()) return std::nullopt;
         // What has no end yet is the file's last line, or too long to be kept whole.
-        const size_t length = end != nullptr ? static_cast<size_t>(end - begin) : size;
-        mBegin += end != nullptr ? length + 1 : length;
-        const bool wasSkipping = mSkipping;
-        mSkipping = end == nullptr;
-        if (wasSkipping) continue;
-        std::string_view text(begin, std::min(length, kLongestLine));
+        mBegin += line.size() + (hasEnd ? 1 : 0);
+        if (std::exchange(mSkipping, !hasEnd)) continue;
+        std::string_view text = line.substr(0, kLongestLine);
         if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
-        return Line{text, ++mLineNumber, length >= kLongestLine};
+        return Line{text, ++mLineNumber, line.size() >= kLongestLine};
     }
 }
 

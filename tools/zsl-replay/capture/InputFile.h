@@ -4,7 +4,9 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,9 +18,6 @@ class InputFile {
 public:
     // "-" is standard input. Throws InputError, as everything here that reads, when it can't be read as text.
     explicit InputFile(const std::string& file);
-    ~InputFile();
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
 
     const std::string& name() const { return mName; }  // as it is shown; not yet printable
 
@@ -40,13 +39,12 @@ public:
     void setObserver(std::function<void(uint64_t)> observer) { mObserver = std::move(observer); }
 
 private:
-    InputFile(std::string name, int fd);
     bool fill();
     std::string_view unread() const { return {mBlock.data() + mBegin, mEnd - mBegin}; }
     [[noreturn]] void refuse(const std::string& expected) const;
 
     std::string mName;
-    int mFd;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> mFile;  // read in blocks of our own
     std::vector<char> mBlock;
     size_t mBegin = 0;
     size_t mEnd = 0;

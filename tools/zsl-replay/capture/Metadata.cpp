@@ -1,7 +1,5 @@
 #include "capture/Metadata.h"
 
-#include <algorithm>
-
 #include "api/MetadataValue.h"
 
 namespace replay {
@@ -14,7 +12,7 @@ constexpr size_t kPolicyModeOffset = 40;
 constexpr char kEnableZsl[] = "android.control.enableZsl";
 constexpr uint32_t kEnableZslId = 0x10029;
 
-const std::vector<std::pair<std::string, uint8_t>> kKnownTags = {
+const std::map<std::string, uint8_t> kKnownTags = {
     {kSeamlessPolicy, TYPE_BYTE},
     {kEnableZsl, TYPE_BYTE},
     {"nexaro.ai.zosd.motionCaptureEnabledIcon", TYPE_BYTE},
@@ -28,13 +26,6 @@ const std::vector<std::pair<std::string, uint8_t>> kKnownTags = {
 };
 
 const Value::Words kTypes = {"byte", "int32", "float", "int64", "double", "rational"};  // by the platform's numbers
-
-std::optional<uint8_t> typeOf(const std::string& tag) {
-    for (const auto& [name, type] : kKnownTags) {
-        if (tag == name) return type;
-    }
-    return std::nullopt;
-}
 
 // In the platform's own form.
 struct Entry {
@@ -51,13 +42,12 @@ void append(Entry& entry, T number) {
 
 // A record of the seamless policy, [sensor id, sensor mode]. All else in it is 0.
 void appendRecord(Entry& entry, const Value& in) {
-    constexpr size_t kPadding[] = {kPolicyModeOffset - sizeof(uint32_t),
-                                   kPolicyRecordSize - kPolicyModeOffset - sizeof(uint32_t)};
+    const size_t begin = entry.payload.size();
     if (in.list("[sensor id, sensor mode]").size() != 2) in.fail("[sensor id, sensor mode]");
-    for (size_t i = 0; i < 2; ++i) {
-        append(entry, in.list()[i].number<uint32_t>());
-        entry.payload.resize(entry.payload.size() + kPadding[i]);
-    }
+    append(entry, in.list()[0].number<uint32_t>());
+    entry.payload.resize(begin + kPolicyModeOffset);
+    append(entry, in.list()[1].number<uint32_t>());
+    entry.payload.resize(begin + kPolicyRecordSize);
 }
 
 // Numbers of a whole type; of another, which has no exact ones, the bytes.
@@ -75,7 +65,7 @@ void appendElement(Entry& entry, const Value& in) {
 Entry readElements(uint8_t type, const Value& in, void (*append)(Entry& entry, const Value& in)) {
     Entry entry{type, 0, {}};
     for (const Value& each : in.isList() ? in.list() : Value::List{in}) append(entry, each);
-    entry.count = entry.payload.size() / std::max<size_t>(zohal::elementSize(type), 1);  // of an unknown type bytes
+    entry.count = entry.payload.size() / zohal::elementSize(type);  // of an unknown type bytes
     return entry;
 }
 
@@ -94,9 +84,15 @@ Entry readTyped(const Value& in) {
     return entry;
 }
 
-Entry readEntry(const std::string& tag, const Value& in) {
+Entry readEntry(const Value& tag, const Value& in) {
     if (in.isMap()) return readTyped(in);
-    return readElements(typeOf(tag).value_or(TYPE_BYTE), in, tag == kSeamlessPolicy ? appendRecord : appendElement);
+    const auto known = kKnownTags.find(tag.text());
+    if (known == kKnownTags.end()) {
+        std::string names;
+        for (const auto& [name, type] : kKnownTags) replay::append(names, name);
+        tag.fail("a tag that the selector reads (" + names + "), or {type: ..., values: [...]} as the value");
+    }
+    return readElements(known->second, in, known->first == kSeamlessPolicy ? appendRecord : appendElement);
 }
 
 }  // namespace
@@ -105,12 +101,7 @@ std::optional<Tags> readTags(const Value& in) {
     if (in.isNull()) return std::nullopt;
     Tags tags;
     for (const auto& [key, value] : in.map()) {
-        if (!value.isMap() && !typeOf(key.text())) {
-            std::string names;
-            for (const auto& [name, type] : kKnownTags) replay::append(names, name);
-            key.fail("a tag that the selector reads (" + names + "), or {type: ..., values: [...]} as the value");
-        }
-        readEntry(key.text(), value);
+        readEntry(key, value);
         tags[key.text()] = value;
     }
     return tags;
@@ -121,26 +112,12 @@ std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags) {
     auto metadata = std::make_shared<ZoMetadata>();
     for (const auto& [tag, value] : *tags) {
         const Entry entry = readEntry(tag, value);
-        if (tag == kEnableZsl) {
-            metadata->set(kEnableZslId, entry.type, entry.count, entry.payload);
-        } else {
-            metadata->set(tag, entry.type, entry.count, entry.payload);
-        }
+        metadata->set(tag, entry.type, entry.count, entry.payload);
+        if (tag == kEnableZsl) metadata->set(kEnableZslId, entry.type, entry.count, entry.payload);
     }
     return metadata;
 }
 
-Value tagValue(const std::string& tag, int64_t number) {
-    const auto type = typeOf(tag);
-    if (type == TYPE_BYTE) return static_cast<uint8_t>(number);
-    if (type == TYPE_INT32) return static_cast<int32_t>(number);
-    return number;
-}
-
-Value seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndMode) {
-    Value::List records;
-    for (const auto& [id, mode] : idAndMode) records.push_back(FrameList{id, mode});
-    return records;
-}
+Value seamlessPolicy(uint32_t sensorId, uint32_t mode) { return Value::List{FrameList{sensorId, mode}}; }
 
 }  // namespace replay

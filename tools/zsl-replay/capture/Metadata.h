@@ -5,8 +5,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "capture/Case.h"
 #include "metadatautils/ZoMetadata.h"
@@ -21,8 +19,7 @@ std::optional<Tags> readTags(const Value& in);
 // A metadata object with these tags; null for nothing.
 std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags);
 
-// A number as the tag's type holds it.
-Value tagValue(const std::string& tag, int64_t number);
-Value seamlessPolicy(const std::vector<std::pair<uint32_t, uint32_t>>& idAndMode);
+// Of one record.
+Value seamlessPolicy(uint32_t sensorId, uint32_t mode);
 
 }  // namespace replay

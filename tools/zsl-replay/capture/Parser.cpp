@@ -1,5 +1,6 @@
-// YAML text into a document, in one pass.
+// YAML text into values, in one pass.
 
+#include <fmt/format.h>
 #include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
@@ -8,7 +9,7 @@
 #include <sstream>
 #include <unordered_set>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 
 namespace replay {
 
@@ -61,8 +62,7 @@ public:
     // Null where there is no document.
     Value document() {
         if (mOpen.front().parts.empty()) add({}, {1, 1}, 0);
-        Value document = std::move(mOpen.front().parts.front());
-        return document;
+        return std::move(mOpen.front().parts.front());
     }
 
     void OnDocumentStart(const YAML::Mark& mark) override {
@@ -125,8 +125,7 @@ private:
 
     // Refuses what memory, or the stack where it is read, would not bear.
     void limit(const Place& place, size_t depth) const {
-        if (mValues > kMostValues)
-            throw PlacedError(place, "at most " + std::to_string(kMostValues) + " values", "more");
+        if (mValues > kMostValues) throw PlacedError(place, fmt::format("at most {} values", kMostValues), "more");
         if (mOpen.size() - 1 + depth > kDeepest) throw PlacedError(place, "lists and maps at most 200 deep", "more");
     }
 
@@ -137,15 +136,14 @@ private:
 
 // Every request gets a copy of what the requests share.
 void spreadDefaults(Value& root) {
-    if (root.find("defaults") == nullptr || root.find("requests") == nullptr) return;
-    const Value defaults = std::exchange(root["defaults"], Value(Value::Map()));
-    Value& requests = root["requests"];
-    if (!requests.isList()) return;
+    const Value* const defaults = root.find("defaults");
+    const Value* const requests = root.find("requests");
+    if (defaults == nullptr || requests == nullptr || !requests->isList()) return;
     size_t values = 0;
-    measure(defaults, values);
-    if (requests.list().size() * values > kMostValues) defaults.fail("less for so many requests", "more");
-    for (Value& request : std::get<Value::List>(requests.data)) {
-        if (request.isMap()) request.merge(defaults);
+    measure(*defaults, values);
+    if (requests->list().size() * values > kMostValues) defaults->fail("less for so many requests", "more");
+    for (Value& request : std::get<Value::List>(root["requests"].data)) {
+        if (request.isMap()) request.merge(*defaults);
     }
 }
 
@@ -158,19 +156,8 @@ std::string cutRecorded(std::string& text) {
     }
     if (text.find_first_not_of("\r\n ", std::min(end, text.size())) == std::string::npos) return "";
     text.resize(end);
-    return "from line " + std::to_string(std::count(text.begin(), text.end(), '\n') + 2) +
-           " on a request that is cut off: it is left out";
-}
-
-// Says in which file it is that `read` finds wrong.
-template <typename Read>
-auto inFile(const std::string& file, Read read) {
-    try {
-        return read();
-    } catch (const PlacedError& error) {
-        throw InputError(printable(file) + ':' + std::to_string(error.place.line) + ':' +
-                         std::to_string(error.place.column) + ": " + error.what());
-    }
+    return fmt::format("from line {} on a request that is cut off: it is left out",
+                       std::count(text.begin(), text.end(), '\n') + 2);
 }
 
 }  // namespace
@@ -188,24 +175,23 @@ Value parseYaml(const std::string& text) {
     return builder.document();
 }
 
-Document parseDocument(const std::string& file, std::string text) {
+Case readCase(const std::string& file, std::string text) {
     if (text.size() > kLongestCase) {
         throw InputError(printable(file) + ": expected a case file of at most 16 MiB, or a log, found more");
     }
     const bool isRecorded = text.compare(0, 12, "recorded: 1\n") == 0;
-    Document document = {file, {}, isRecorded ? cutRecorded(text) : ""};
-    inFile(file, [&] {
-        document.root = parseYaml(text);
-        spreadDefaults(document.root);
-    });
-    return document;
-}
-
-Case readCase(const Document& document) {
-    Case result = inFile(document.file, [&document] { return readValue(document.root); });
-    result.file = document.file;
-    result.cutOff = document.cutOff;
-    return result;
+    const std::string cutOff = isRecorded ? cutRecorded(text) : "";
+    try {
+        Value root = parseYaml(text);
+        spreadDefaults(root);
+        Case result = readValue(root);
+        result.file = file;
+        result.cutOff = cutOff;
+        return result;
+    } catch (const PlacedError& error) {
+        const auto [line, column] = error.place;
+        throw InputError(fmt::format("{}:{}:{}: {}", printable(file), line, column, error.what()));
+    }
 }
 
 }  // namespace replay

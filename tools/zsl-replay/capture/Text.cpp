@@ -3,8 +3,6 @@
 #include <fmt/format.h>
 #include <glib.h>
 
-#include <memory>
-
 namespace replay {
 
 namespace {
@@ -19,9 +17,8 @@ bool isShown(gunichar c) {
 }  // namespace
 
 std::string validUtf8(std::string_view text) {
-    const std::unique_ptr<gchar, void (*)(gpointer)> valid(
-        g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())), g_free);
-    return valid.get();
+    g_autofree gchar* valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
+    return valid;
 }
 
 std::string printable(std::string_view text) {

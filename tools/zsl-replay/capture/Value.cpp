@@ -16,11 +16,6 @@ std::string shown(const Value& value) {
 
 const std::string& keyOf(const std::pair<Value, Value>& entry) { return std::get<std::string>(entry.first.data); }
 
-template <typename Map>
-auto entryOf(Map& map, std::string_view key) {
-    return std::find_if(map.begin(), map.end(), [key](const auto& entry) { return keyOf(entry) == key; });
-}
-
 }  // namespace
 
 void Value::fail(const std::string& expected) const { fail(expected, shown(*this)); }
@@ -32,7 +27,8 @@ void Value::fail(const std::string& expected, const std::string& found) const {
 const Value* Value::find(std::string_view key) const {
     if (!isMap()) return nullptr;
     const Map& entries = std::get<Map>(data);
-    const auto entry = entryOf(entries, key);
+    const auto isIt = [key](const auto& entry) { return keyOf(entry) == key; };
+    const auto entry = std::find_if(entries.begin(), entries.end(), isIt);
     return entry != entries.end() ? &entry->second : nullptr;
 }
 
@@ -43,9 +39,9 @@ const Value& Value::at(const char* key) const {
 }
 
 Value& Value::operator[](std::string_view key) {
-    Map& entries = std::get<Map>(data);
-    const auto entry = entryOf(entries, key);
-    return entry != entries.end() ? entry->second : entries.emplace_back(std::string(key), Value()).second;
+    const Value* const found = find(key);
+    if (found != nullptr) return const_cast<Value&>(*found);
+    return std::get<Map>(data).emplace_back(std::string(key), Value()).second;
 }
 
 void Value::merge(const Value& others) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <limits>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -48,6 +49,10 @@ struct Value {
     Value(T number) : data(std::to_string(number)) {}
     template <typename T>
     Value(const std::vector<T>& elements) : data(List(elements.begin(), elements.end())) {}
+    template <typename Key, typename T>
+    Value(const std::map<Key, T>& entries) : data(Map(entries.begin(), entries.end())) {}
+    template <typename T>
+    Value(const std::optional<T>& value) : Value(value ? Value(*value) : Value()) {}
 
     bool isNull() const { return std::holds_alternative<std::monostate>(data); }
     bool isText() const { return std::holds_alternative<std::string>(data); }
@@ -83,22 +88,26 @@ struct Value {
         return value;
     }
 
-    // Sets `out`, a number, a flag or text, where the key is given.
+    // Sets `out`, where the key is given.
     template <typename T>
     void read(const char* key, T& out) const {
-        const Value* const found = find(key);
-        if (found == nullptr) return;
-        if constexpr (std::is_same_v<T, bool>) {
-            out = found->boolean();
-        } else if constexpr (std::is_same_v<T, std::string>) {
-            out = found->text();
-        } else {
-            out = found->number<T>();
-        }
+        if (const Value* const found = find(key)) found->get(out);
+    }
+
+private:
+    template <typename T>
+    void get(T& out) const {
+        out = number<T>();
+    }
+    void get(bool& out) const { out = boolean(); }
+    void get(std::string& out) const { out = text(); }
+    template <typename T>
+    void get(std::optional<T>& out) const {
+        get(out.emplace());
     }
     template <typename T>
-    void read(const char* key, std::optional<T>& out) const {
-        if (find(key) != nullptr) read(key, out.emplace());
+    void get(std::vector<T>& out) const {
+        for (const Value& each : list()) each.get(out.emplace_back());
     }
 };
 

@@ -4,7 +4,6 @@
 #include <map>
 #include <set>
 
-#include "capture/Metadata.h"
 #include "capture/Text.h"
 
 namespace replay {
@@ -169,7 +168,7 @@ private:
                         if (changed.call)
                             changed.call->zsdTs = to;
                         else if (changed.metadata)
-                            (*changed.metadata)[kAnchorTag] = tagValue(kAnchorTag, to);
+                            (*changed.metadata)[kAnchorTag] = to;
                     });
         }
     }

@@ -40,7 +40,7 @@ std::string obstacleOf(const LoggedRequest& logged) {
 
 // Sets a tag; 0 counts as absent.
 void setTag(Tags& tags, const char* tag, int64_t value) {
-    if (value != 0) tags[tag] = tagValue(tag, value);
+    if (value != 0) tags[tag] = value;
 }
 
 // What the strategy that ran tells of the gate.
@@ -60,10 +60,10 @@ void setGate(const LoggedRequest& logged, Finding& out) {
     if (log.disabled) out.platform.properties[kSwitchProperty] = "true";
     const GateLine gate = log.showsGate() ? log.gate.value_or(GateLine{}) : assumedGate(log, out);
     Tags& tags = *out.request.metadata;
-    setTag(tags, "android.control.enableZsl", gate.enableZsl);
+    setTag(tags, "android.control.enableZsl", static_cast<uint8_t>(gate.enableZsl));
     setTag(tags, "nexaro.ai.zosd.motionCaptureEnabledIcon", gate.forceOn != 0 ? 4 : 0);
-    setTag(tags, "nexaro.hdr.enabled", gate.hdr);
-    setTag(tags, "nexaro.hdr.sr.enabled", gate.hdrsr);
+    setTag(tags, "nexaro.hdr.enabled", static_cast<uint8_t>(gate.hdr));
+    setTag(tags, "nexaro.hdr.sr.enabled", static_cast<uint8_t>(gate.hdrsr));
     out.request.adapter = std::to_string((gate.motionStrategy & 0xF) << 8);
     if (logged.selection && !gate.needed) out.request.select = halcore::Select::kAlways;
     const bool isGrouping = log.hasLists() && (gate.hdr != 0 || gate.hdrsr != 0);
@@ -72,14 +72,14 @@ void setGate(const LoggedRequest& logged, Finding& out) {
 
 void setDriver(const Account& log, Request& request) {
     Tags& tags = *request.metadata;
-    if (log.policy) tags[kSeamlessPolicy] = seamlessPolicy({*log.policy});
+    if (log.policy) tags[kSeamlessPolicy] = seamlessPolicy(log.policy->first, log.policy->second);
     if (log.driver) {
         setTag(tags, "nexaro.mfnr.anchorTimeStamp", log.driver->anchorTimestampNs);
         setTag(tags, "nexaro.ai.zosd.motionCaptureType", log.driver->motionCaptureType);
         request.master = log.driver->master;
         request.need = std::min(log.driver->needZslNum, kMostNeeded);
         const uint32_t mode = log.driver->sensorModeType;
-        if (mode != 0) tags.emplace(kSeamlessPolicy, seamlessPolicy({{request.master, mode}}));
+        if (mode != 0) tags.emplace(kSeamlessPolicy, seamlessPolicy(request.master, mode));
     }
     request.clockNs = log.clockNs.value_or(0);
 }
@@ -181,7 +181,7 @@ void setChecks(const LoggedRequest& logged, Queue checked, Finding& out) {
         request.check.role = log.check->role;
         request.check.aiHlFrames = log.check->aiHlFrames;
     }
-    if (log.desiredMode) (*request.metadata)[kSensorMode] = tagValue(kSensorMode, *log.desiredMode);
+    if (log.desiredMode) (*request.metadata)[kSensorMode] = *log.desiredMode;
     if (!logged.hasDebug || log.checkReadsMetadata) return;
     request.check.metadata.emplace();
     assume(out, "checks: without request metadata, as no line shows what they read of it");

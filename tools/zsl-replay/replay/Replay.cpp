@@ -49,11 +49,9 @@ public:
         if (auto found = selectorLine(line)) mCollector.add(std::move(*found));
     }
 
-    // `document`: of a case file.
-    Served finish(const Document* document) {
+    Served finish() {
         mCollector.finish();
-        const bool isEmptyLog = document == nullptr && mBatch.empty();
-        if (!mOptions.changes.empty() && !isEmptyLog) change(document != nullptr ? *document : rebuiltDocument());
+        if (!mOptions.changes.empty() && !mBatch.empty()) change();
         serveBatch();
         return mServed;
     }
@@ -76,16 +74,11 @@ private:
         if (isFull && mOptions.changes.empty()) serveBatch();  // changes may name any request of the log
     }
 
-    Document rebuiltDocument() const {
-        Case whole;
-        whole.file = mFile;
-        for (const Finding& finding : mBatch) whole.requests.push_back(finding.request);
-        return documentOf(whole);
-    }
-
-    // Serves the batch, which is all that `document` holds, as it is, and changes it.
-    void change(const Document& document) {
-        std::vector<Request> changed = readCase(withChanges(document, mOptions.changes)).requests;
+    // Serves the batch, which is all of the input, as it is, and changes it.
+    void change() {
+        std::vector<Request> requests;
+        for (const Finding& finding : mBatch) requests.push_back(finding.request);
+        std::vector<Request> changed = withChanges(std::move(requests), mOptions.changes);
         serveWith(mOptions.plugin, [&changed](Finding& finding, Run&& run) {
             finding.before = std::move(run);
             finding.unchanged = std::exchange(finding.request, std::move(changed[finding.number - 1]));
@@ -158,27 +151,27 @@ private:
 
 }  // namespace
 
-Served serveCase(const Document& document, const ReplayOptions& options, const Sink& sink) {
-    Replay replay(options, sink, document.file);
-    Case platform = readCase(document);
-    for (Request& request : std::exchange(platform.requests, {})) {
+Served serveCase(Case theCase, const ReplayOptions& options, const Sink& sink) {
+    Replay replay(options, sink, theCase.file);
+    for (Request& request : std::exchange(theCase.requests, {})) {
         Finding finding;
-        finding.platform = platform;
+        finding.platform = theCase;
         finding.request = std::move(request);
         replay.add(std::move(finding));
     }
-    return replay.finish(&document);
+    return replay.finish();
 }
 
 Served serveLog(InputFile& log, const ReplayOptions& options, const Sink& sink) {
     Replay replay(options, sink, log.name());
     while (const auto line = log.next()) replay.addLine(*line);
-    return replay.finish(nullptr);
+    return replay.finish();
 }
 
-Served serveRoundTrip(const Document& document, const ReplayOptions& options, const Sink& sink) {
+Served serveRoundTrip(Case theCase, const ReplayOptions& options, const Sink& sink) {
     std::vector<Finding> all;
-    const Served served = serveCase(document, options, [&all](Finding&& given) { all.push_back(std::move(given)); });
+    const Sink keep = [&all](Finding&& given) { all.push_back(std::move(given)); };
+    const Served served = serveCase(std::move(theCase), options, keep);
     for (const Finding& given : all) {
         if (given.request.call) continue;  // a strategy called directly logs no lists
         const Sink judge = [&](Finding&& back) {
@@ -192,7 +185,7 @@ Served serveRoundTrip(const Document& document, const ReplayOptions& options, co
         Replay replay(options, judge, given.file);
         size_t number = 0;
         for (const desk::LogLine& line : given.run.log) replay.addLine({desk::threadtime(line), ++number, false});
-        replay.finish(nullptr);
+        replay.finish();
     }
     return served;
 }

@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 #include "capture/InputFile.h"
 #include "replay/Finding.h"
 
@@ -36,11 +36,11 @@ struct Served {
 // Each serves one input and hands its findings on in the order of the requests: of a log as it is read, else when all
 // of it, or with --against a batch, has been served. They throw InputError for an input that can't be served and
 // halcore::PluginError for a build that can't be loaded; findings that were handed on before stand.
-Served serveCase(const Document& document, const ReplayOptions& options, const Sink& sink);
+Served serveCase(Case theCase, const ReplayOptions& options, const Sink& sink);
 Served serveLog(InputFile& log, const ReplayOptions& options, const Sink& sink);  // no request in it is no error
 
 // Feeds the log of each of a case's requests back. Findings are of these logs, and differ where they lead to another
 // selection.
-Served serveRoundTrip(const Document& document, const ReplayOptions& options, const Sink& sink);
+Served serveRoundTrip(Case theCase, const ReplayOptions& options, const Sink& sink);
 
 }  // namespace replay

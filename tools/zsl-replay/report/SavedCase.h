@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "capture/Document.h"
+#include "capture/CaseFile.h"
 #include "replay/Finding.h"
 #include "report/Output.h"
 

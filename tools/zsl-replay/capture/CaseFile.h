@@ -1,5 +1,4 @@
-// A case file as data that knows where it was written. YAML is parsed once, into this; a variant is a changed document,
-// and a saved case one that is printed.
+// Case files: read, changed and printed.
 
 #pragma once
 
@@ -14,12 +13,6 @@ namespace replay {
 
 constexpr size_t kLongestCase = 16 * 1024 * 1024;  // bytes of a case file
 
-struct Document {
-    std::string file;    // its name, as it is given
-    Value root;          // every request in it has a copy of what the requests share
-    std::string cutOff;  // see Case
-};
-
 // What --set and --drop ask for, as given on the command line.
 struct Changes {
     std::vector<std::string> settings;  // KEY=VALUE, applied first, in the order given
@@ -29,22 +22,18 @@ struct Changes {
     std::string words() const;  // as options
 };
 
-// YAML text as a value, aliases as copies, with the requests' defaults in the requests; a value as a case. Both throw
-// PlacedError.
+// YAML text as a value, aliases as copies; values as a case and its requests. All throw PlacedError.
 Value parseYaml(const std::string& text);
 Case readValue(const Value& root);
+std::vector<Request> readRequests(const Value::List& values);
 
-// All throw InputError, ready to print, with the place in the file; for a change, with the change in its stead.
-Document parseDocument(const std::string& file, std::string text);
-Case readCase(const Document& document);
-Document withChanges(Document document, const Changes& changes);  // each must leave a case that can be read
+// Both throw InputError, ready to print, with the place in the file; for a change, with the change in its stead. Each
+// must leave requests that can be read.
+Case readCase(const std::string& file, std::string text);
+std::vector<Request> withChanges(std::vector<Request> requests, const Changes& changes);
 
-// A request as it was read, complete without its file; or as a case file would give it, where it was rebuilt from a
-// log.
+// A request as a case file gives it, complete without those before it.
 Value valueOf(const Request& request);
-
-// A case of at least one request, of such values. readCase() gives it back.
-Document documentOf(const Case& theCase);
 
 // Prints a case file: the head, that is, properties and static metadata, once, then its requests. Comments stand ahead
 // of either; no text in them can end a comment.
