@@ -303,7 +303,9 @@ std::vector<Request> readRequests(const Value::List& values) {
     std::vector<Request> requests;
     Budget budget;
     for (const Value& each : values) {
-        if (requests.size() == kMostRequests) each.fail("at most 100000 requests in a file", "more");
+        if (requests.size() == kMostRequests) {
+            each.fail(fmt::format("at most {} requests in a file", kMostRequests), "more");
+        }
         const std::string before = requests.empty() ? "absent" : requests.back().adapter;
         requests.push_back(readRequest(each, requests.size(), before, budget));
     }

@@ -16,7 +16,7 @@ bool isShort(const Value& value) {
     return value.isText() && value.text().size() <= kLongestNumber;
 }
 
-// Lists of numbers, however long, and what a queue has of a frame.
+// Lists of numbers, however long; small maps, such as what a queue has of a frame.
 bool isOnOneLine(const Value& value) {
     if (value.isList()) return std::all_of(value.list().begin(), value.list().end(), isShort);
     return value.isMap() && value.map().size() <= 3 &&

@@ -112,8 +112,11 @@ std::shared_ptr<ZoMetadata> makeMetadata(const std::optional<Tags>& tags) {
     auto metadata = std::make_shared<ZoMetadata>();
     for (const auto& [tag, value] : *tags) {
         const Entry entry = readEntry(tag, value);
-        metadata->set(tag, entry.type, entry.count, entry.payload);
-        if (tag == kEnableZsl) metadata->set(kEnableZslId, entry.type, entry.count, entry.payload);
+        if (tag == kEnableZsl) {
+            metadata->set(kEnableZslId, entry.type, entry.count, entry.payload);
+        } else {
+            metadata->set(tag, entry.type, entry.count, entry.payload);
+        }
     }
     return metadata;
 }
