@@ -1,8 +1,9 @@
 #include "report/PictureReport.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -30,41 +31,20 @@ constexpr double kDigit = 7;
 
 // A request as it was served once.
 struct Serving {
+    const char* name;
     Finding finding;
-    std::string caption;
-    std::map<uint32_t, int64_t> timesNs;
-    std::vector<std::pair<std::string, int64_t>> momentsNs;
-    std::set<uint32_t> chosen;
-    std::set<uint32_t> chosenBefore;
+    FrameList chosenBefore;
 
-    Serving(const std::string& name, const Finding& served, const FrameList& before);
     double height() const { return kHead + kRow * static_cast<double>(finding.request.queues.size()); }
+    std::vector<std::pair<std::string, int64_t>> momentsNs() const;
 };
 
-Serving::Serving(const std::string& name, const Finding& served, const FrameList& before)
-    : finding(served),
-      chosen(served.run.chosen().begin(), served.run.chosen().end()),
-      chosenBefore(before.begin(), before.end()) {
-    const Request& request = finding.request;
-    std::set<uint32_t> untimed;
-    for (const Queue& queue : request.queues) {
-        for (const FrameList* list : {&queue.consumer, &queue.producer, &queue.all}) {
-            for (const uint32_t frame : *list) {
-                const auto known = finding.frames.find(frame);
-                if (known != finding.frames.end())
-                    timesNs[frame] = known->second.shutterTimeNs;
-                else
-                    untimed.insert(frame);
-            }
-        }
-    }
+std::vector<std::pair<std::string, int64_t>> Serving::momentsNs() const {
+    std::vector<std::pair<std::string, int64_t>> moments;
     const auto& driver = finding.account.driver;
-    if (driver && driver->anchorTimestampNs != 0) momentsNs.emplace_back("anchor timestamp", driver->anchorTimestampNs);
-    if (finding.targetNs) momentsNs.emplace_back("target moment", *finding.targetNs);
-    caption =
-        name + std::to_string(request.need) + " needed, " +
-        (finding.isAsked() ? std::to_string(finding.run.chosen().size()) + " chosen" : "selection was not asked for");
-    if (!untimed.empty()) caption += "; no shutter time: " + join({untimed.begin(), untimed.end()});
+    if (driver && driver->anchorTimestampNs != 0) moments.emplace_back("anchor timestamp", driver->anchorTimestampNs);
+    if (finding.targetNs) moments.emplace_back("target moment", *finding.targetNs);
+    return moments;
 }
 
 // A run that a finding compares with, as a finding of its own.
@@ -99,7 +79,7 @@ TimeAxis::TimeAxis(const std::vector<Serving>& servings)
       name(originNs != 0 ? "ms from the target moment" : "ms from the first frame") {
     std::set<int64_t> timesNs;
     for (const Serving& serving : servings) {
-        for (const auto& [frame, ns] : serving.timesNs) timesNs.insert(ns);
+        for (const auto& [frame, data] : serving.finding.frames) timesNs.insert(data.shutterTimeNs);
     }
     if (timesNs.empty()) timesNs.insert(originNs);
     const int64_t firstFrameNs = *timesNs.begin();
@@ -111,7 +91,7 @@ TimeAxis::TimeAxis(const std::vector<Serving>& servings)
     std::sort(gapsMs.begin(), gapsMs.end());
     const double pitchMs = gapsMs.empty() ? 33 : gapsMs[gapsMs.size() / 2];
     for (const Serving& serving : servings) {
-        for (const auto& [moment, ns] : serving.momentsNs) {
+        for (const auto& [moment, ns] : serving.momentsNs()) {
             const double awayMs = std::max(millisecondsBetween(ns, firstFrameNs), millisecondsBetween(lastFrameNs, ns));
             if (awayMs < 12 * pitchMs) timesNs.insert(ns);
         }
@@ -131,54 +111,50 @@ void drawAxis(Canvas& canvas, const TimeAxis& axis, double y) {
     for (auto tick = static_cast<int64_t>(std::ceil(firstMs / step)); tick <= last; ++tick) {
         const double ms = static_cast<double>(tick) * step;
         const double x = kLeft + (ms - firstMs) * axis.scale;
-        char label[40];
-        std::snprintf(label, sizeof(label), tick == 0 ? "0" : "%+.10g", ms);
         canvas.line(x, y, x, y + 5, "axis");
-        canvas.text(x, y + 18, label, "number");
+        canvas.text(x, y + 18, tick == 0 ? "0" : fmt::format("{:+.10g}", ms), "number");
     }
     canvas.text(kLeft - kMargin, y + 35, axis.name);
 }
 
-// What each frame is, as it stands in the first list that has it, where its time is known.
-std::map<uint32_t, std::string> marksOf(const Serving& serving, const Queue& queue) {
+// A frame as it stands in the first list that has it, where its time is known.
+void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, const Queue& queue, double y,
+               std::set<uint32_t>& untimed) {
+    canvas.line(kLeft - kMargin, y, axis.end(), y, "row");
+    canvas.text(kEdge, y - 2, queue.name, "name");
+    canvas.text(kEdge, y + 13, fmt::format("queue {}", queue.id));
+    const Finding& finding = serving.finding;
+    const std::set<uint32_t> chosen(finding.run.chosen().begin(), finding.run.chosen().end());
+    const std::set<uint32_t> before(serving.chosenBefore.begin(), serving.chosenBefore.end());
     const std::pair<const char*, const FrameList&> lists[] = {
         {"consumer", queue.consumer}, {"producer", queue.producer}, {"all", queue.all}};
-    std::map<uint32_t, std::string> marks;
+    std::map<uint32_t, double> marked;
     for (const auto& [name, list] : lists) {
         for (const uint32_t frame : list) {
-            if (serving.timesNs.count(frame) == 0) continue;
-            const bool isChosen = serving.chosen.count(frame) > 0;
-            const bool wasChosen = serving.chosenBefore.count(frame) > 0;
-            std::string words = !isChosen ? "" : serving.finding.isOpen(frame) ? "uncertain " : "chosen ";
+            const auto known = finding.frames.find(frame);
+            if (known == finding.frames.end()) untimed.insert(frame);
+            if (known == finding.frames.end() || marked.count(frame) > 0) continue;
+            const int64_t ns = known->second.shutterTimeNs;
+            marked[frame] = axis.x(ns);
+            const bool isChosen = chosen.count(frame) > 0;
+            const bool wasChosen = before.count(frame) > 0;
+            std::string words = !isChosen ? "" : finding.isOpen(frame) ? "uncertain " : "chosen ";
             if (queue.held.count(frame) == 0) words += "not-held ";
             words += name;
             if (isChosen != wasChosen) words += isChosen ? " gained" : " lost";
-            marks.emplace(frame, words);
+            canvas.mark(axis.x(ns), y, std::clamp(axis.pitch / 29, 0.3, 1.0), words,
+                        fmt::format("{}, {}, {}", frame, milliseconds(ns, axis.originNs), words));
         }
-    }
-    return marks;
-}
-
-void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, const Queue& queue, double y) {
-    canvas.line(kLeft - kMargin, y, axis.end(), y, "row");
-    canvas.text(kEdge, y - 2, queue.name, "name");
-    canvas.text(kEdge, y + 13, "queue " + std::to_string(queue.id));
-    const auto marks = marksOf(serving, queue);
-    for (const auto& [frame, words] : marks) {
-        const int64_t ns = serving.timesNs.at(frame);
-        canvas.mark(axis.x(ns), y, std::clamp(axis.pitch / 29, 0.3, 1.0), words,
-                    std::to_string(frame) + ", " + milliseconds(ns, axis.originNs) + ", " + words);
     }
     // The numbers of the chosen first, then others as there is room.
     std::vector<double> taken;
     for (const bool isChosen : {true, false}) {
-        for (const auto& [frame, words] : marks) {
-            if (isChosen != (serving.chosen.count(frame) > 0)) continue;
-            std::string number = std::to_string(frame) + (serving.finding.anchor == frame ? "*" : "");
-            if (isChosen && serving.finding.isOpen(frame)) number += '?';
-            const double x = axis.x(serving.timesNs.at(frame));
+        for (const auto& [frame, x] : marked) {
+            if (isChosen != (chosen.count(frame) > 0)) continue;
+            const std::string number = fmt::format("{}{}{}", frame, finding.anchor == frame ? "*" : "",
+                                                   isChosen && finding.isOpen(frame) ? "?" : "");
             const double room = kDigit * static_cast<double>(number.size() + 1);
-            const auto isNear = [&](double other) { return std::abs(other - x) < room; };
+            const auto isNear = [here = x, room](double other) { return std::abs(other - here) < room; };
             if (std::any_of(taken.begin(), taken.end(), isNear)) continue;
             taken.push_back(x);
             canvas.text(x, y + 25, number, isChosen ? "number bold" : "number");
@@ -188,21 +164,27 @@ void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, con
 
 void draw(Canvas& canvas, const TimeAxis& axis, const Serving& serving, double top) {
     double y = top + kLine;
-    canvas.text(kEdge, y, serving.caption, "name");
-    for (const auto& [name, ns] : serving.momentsNs) {
+    for (const auto& [name, ns] : serving.momentsNs()) {
         y += kLine;
         if (axis.shows(ns)) {
-            canvas.line(axis.x(ns), y - 10, axis.x(ns), top + serving.height(), name.c_str());
+            canvas.line(axis.x(ns), y - 10, axis.x(ns), top + serving.height(), name);
             canvas.text(axis.x(ns) + 6, y, name);
         } else {
             canvas.text(kLeft, y, name + " at " + milliseconds(ns, axis.originNs));
         }
     }
+    const Finding& finding = serving.finding;
+    std::set<uint32_t> untimed;
     y = top + kHead;
-    for (const Queue& queue : serving.finding.request.queues) {
-        drawQueue(canvas, axis, serving, queue, y);
+    for (const Queue& queue : finding.request.queues) {
+        drawQueue(canvas, axis, serving, queue, y, untimed);
         y += kRow;
     }
+    std::string caption = fmt::format("{}{} needed, ", serving.name, finding.request.need);
+    caption +=
+        finding.isAsked() ? fmt::format("{} chosen", finding.run.chosen().size()) : "selection was not asked for";
+    if (!untimed.empty()) caption += "; no shutter time: " + join({untimed.begin(), untimed.end()});
+    canvas.text(kEdge, top + kLine, caption, "name");
 }
 
 void drawLegend(Canvas& canvas, double y) {
@@ -228,17 +210,17 @@ void PictureReport::add(const Finding& finding) {
     std::vector<Serving> servings;
     const FrameList& chosen = finding.run.chosen();
     if (const auto& before = finding.before) {
-        servings.emplace_back("before: ", servedAs(*finding.unchanged, *before), before->chosen());
-        servings.emplace_back("after: ", finding, before->chosen());
+        servings.push_back({"before: ", servedAs(*finding.unchanged, *before), before->chosen()});
+        servings.push_back({"after: ", finding, before->chosen()});
     } else {
-        servings.emplace_back(finding.other ? "first build: " : "", finding, chosen);
+        servings.push_back({finding.other ? "first build: " : "", finding, chosen});
     }
-    if (finding.other) servings.emplace_back("second build: ", servedAs(finding.request, *finding.other), chosen);
+    if (finding.other) servings.push_back({"second build: ", servedAs(finding.request, *finding.other), chosen});
     const TimeAxis axis(servings);
 
     double y = mHeight + 22;
     std::string title = (mNamesFile ? finding.file + ": " : "") + finding.request.name;
-    if (finding.showsFrame) title += " (framework frame " + std::to_string(finding.request.fwkFrame) + ')';
+    if (finding.showsFrame) title += fmt::format(" (framework frame {})", finding.request.fwkFrame);
     mCanvas.text(kEdge, y, title, "title");
     for (const Warning& warning : finding.warnings) mCanvas.text(kEdge, y += kLine, "warning: " + textOf(warning));
     y += 4;
@@ -254,10 +236,7 @@ void PictureReport::add(const Finding& finding) {
 void PictureReport::finish() {
     drawLegend(mCanvas, mHeight + 26);
     const double height = mHeight + kLegend;
-    if (mEnding == ".svg")
-        mOut.stream() << mCanvas.svg(mWidth, height);
-    else
-        mCanvas.writePng(mOut.stream(), mWidth, height);
+    mOut.stream() << (mEnding == ".svg" ? mCanvas.svg(mWidth, height) : mCanvas.png(mWidth, height));
     mOut.keep();
 }
 
