@@ -59,11 +59,10 @@ void write(YAML::Emitter& out, const Value& value) {
     }
 }
 
-void print(std::ostream& out, const Value& value, const std::vector<std::string>& comments) {
+void print(std::ostream& out, const Value& value) {
     YAML::Emitter yaml;
     yaml.SetOutputCharset(YAML::EscapeNonAscii);
     write(yaml, value);
-    for (const std::string& comment : comments) out << "# " << printable(comment) << '\n';
     out << yaml.c_str() << '\n';
 }
 
@@ -123,19 +122,17 @@ Document documentOf(const Case& theCase) {
     return {theCase.file, Value::Map{{"requests", requests}}, ""};
 }
 
-void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments) {
+void printHead(std::ostream& out, const Case& platform) {
     Value properties = Value::Map();
     for (const auto& [property, value] : platform.properties) properties[property] = value ? *value : Value();
     Value::Map cameras;
     for (const auto& [camera, tags] : platform.staticMetadata) cameras.emplace_back(camera, valueOf(tags));
     Value head = Value::Map{{"properties", properties}};
     if (!cameras.empty()) head["staticMetadata"] = cameras;
-    print(out, head, comments);
+    print(out, head);
     out << "requests:\n";
 }
 
-void printRequest(std::ostream& out, const Value& request, const std::vector<std::string>& comments) {
-    print(out, Value::List{request}, comments);
-}
+void printRequest(std::ostream& out, const Value& request) { print(out, Value::List{request}); }
 
 }  // namespace replay

@@ -46,9 +46,8 @@ Value valueOf(const Request& request);
 // A case of at least one request, of such values. readCase() gives it back.
 Document documentOf(const Case& theCase);
 
-// Prints a case file: the head, that is, properties and static metadata, once, then its requests. Comments stand ahead
-// of either; no text in them can end a comment.
-void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments);
-void printRequest(std::ostream& out, const Value& request, const std::vector<std::string>& comments);
+// Prints a case file: the head, that is, properties and static metadata, once, then its requests.
+void printHead(std::ostream& out, const Case& platform);
+void printRequest(std::ostream& out, const Value& request);
 
 }  // namespace replay
