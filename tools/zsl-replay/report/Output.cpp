@@ -1,5 +1,6 @@
 #include "report/Output.h"
 
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -118,9 +119,9 @@ void Progress::beginFile(const std::string& file) {
 void Progress::update(uint64_t bytes, size_t requests) {
     if (Clock::now() < mNext || isatty(STDERR_FILENO) == 0) return;
     mNext = Clock::now() + std::chrono::milliseconds(200);
-    std::string line = "file " + std::to_string(mFile) + " of " + std::to_string(mFiles) + ", ";
-    if (mFileSize > 0) line += std::to_string(std::min<uint64_t>(100, bytes * 100 / mFileSize)) + " % of it, ";
-    writeAll(stderr, kClearLine + line + std::to_string(requests) + " requests");
+    const uint64_t percent = mFileSize > 0 ? std::min<uint64_t>(100, bytes * 100 / mFileSize) : 0;
+    const std::string share = mFileSize > 0 ? fmt::format("{} % of it, ", percent) : "";
+    writeAll(stderr, fmt::format("{}file {} of {}, {}{} requests", kClearLine, mFile, mFiles, share, requests));
     gShowsProgress = 1;
     std::signal(SIGINT, onInterrupt);
 }
