@@ -56,7 +56,12 @@ public:
         std::vector<std::string> inputs = options.files;
         inputs.insert(inputs.end(), {options.replay.plugin, options.replay.against});
         if (!options.picture.empty()) mPicture.emplace(options.picture, inputs, options.hasSeveralFiles());
-        if (!options.saveCase.empty()) mSaved.emplace(options.saveCase, inputs, origin());
+        if (!options.saveCase.empty()) {
+            const Changes& changes = options.replay.changes;
+            mSaved.emplace(options.saveCase, inputs,
+                           fmt::format("Made of {}{}{}; it expects what came out", options.files.front(),
+                                       changes.empty() ? "" : " with ", changes.words()));
+        }
     }
 
     int run() {
@@ -126,13 +131,6 @@ private:
         }
         if (mPicture) mPicture->add(finding);
         if (mSaved) mSaved->add(finding);
-    }
-
-    std::vector<std::string> origin() const {
-        const Changes& changes = mOptions.replay.changes;
-        const std::string file = mOptions.files.front();
-        if (changes.empty()) return {"Rebuilt from " + file};
-        return {"A variant of " + file + " with " + changes.words(), "It expects what came out of it."};
     }
 
     void warn(const std::string& what) const {

@@ -38,10 +38,9 @@ Value expectationOf(const Finding& finding) {
 
 }  // namespace
 
-SavedCase::SavedCase(const std::string& file, const std::vector<std::string>& inputs,
-                     const std::vector<std::string>& comments)
+SavedCase::SavedCase(const std::string& file, const std::vector<std::string>& inputs, const std::string& origin)
     : mOut(file, inputs) {
-    for (const std::string& each : comments) comment(each);
+    comment(origin);
 }
 
 void SavedCase::add(const Finding& finding) {
