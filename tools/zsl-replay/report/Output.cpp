@@ -34,6 +34,11 @@ bool writeAndClose(std::FILE* file, std::string_view text) {
     return std::fclose(file) == 0 && isWritten;
 }
 
+[[noreturn]] void fail(const std::string& goal) {
+    constexpr char kWhat[] = "{}: expected a file that can be written, found: {}";
+    throw std::runtime_error(fmt::format(kWhat, printable(goal), std::strerror(errno)));
+}
+
 void onInterrupt(int signal) {
     if (gShowsProgress != 0 && write(STDERR_FILENO, kClearLine, std::strlen(kClearLine)) < 0) _exit(2);
     std::signal(signal, SIG_DFL);
@@ -67,16 +72,14 @@ OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& 
     refuseInputAt(mGoal, inputs);
     // A file that may not be written is not replaced either. Better said before the work than after.
     if (access(mGoal.c_str(), W_OK) == 0) return;
-    if (errno != ENOENT || access(followed(mGoal).parent_path().c_str(), W_OK) != 0) fail();
+    if (errno != ENOENT || access(followed(mGoal).parent_path().c_str(), W_OK) != 0) fail(mGoal);
 }
 
 void OutputFile::keep() {
+    if (isSame(mGoal, kStandardOutput)) return writeStandardOutput(mText.str());
     Progress::clear();
     const bool isDirect = fs::exists(mGoal) && !fs::is_regular_file(mGoal);
-    const bool isKept = isSame(mGoal, kStandardOutput) ? writeAll(stdout, mText.str())
-                        : isDirect                     ? writeAndClose(std::fopen(mGoal.c_str(), "we"), mText.str())
-                                                       : replace();
-    if (!isKept) fail();
+    if (!(isDirect ? writeAndClose(std::fopen(mGoal.c_str(), "we"), mText.str()) : replace())) fail(mGoal);
 }
 
 bool OutputFile::replace() const {
@@ -97,16 +100,9 @@ bool OutputFile::replace() const {
     return isReplaced;
 }
 
-void OutputFile::fail() const {
-    throw std::runtime_error(printable(mGoal) +
-                             ": expected a file that can be written, found: " + std::strerror(errno));
-}
-
 void writeStandardOutput(std::string_view text) {
     Progress::clear();
-    if (!writeAll(stdout, text)) {
-        throw std::runtime_error(std::string("standard output can't be written: ") + std::strerror(errno));
-    }
+    if (!writeAll(stdout, text)) fail("standard output");
 }
 
 void Progress::beginFile(const std::string& file) {
