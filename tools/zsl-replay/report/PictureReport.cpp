@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <map>
 #include <set>
+#include <tuple>
 
 #include "capture/Text.h"
 #include "report/TextReport.h"
@@ -36,16 +36,14 @@ struct Serving {
     FrameList chosenBefore;
 
     double height() const { return kHead + kRow * static_cast<double>(finding.request.queues.size()); }
-    std::vector<std::pair<std::string, int64_t>> momentsNs() const;
+    std::vector<std::pair<std::string, int64_t>> momentsNs() const {
+        std::vector<std::pair<std::string, int64_t>> moments;
+        const int64_t anchorNs = finding.account.driver ? finding.account.driver->anchorTimestampNs : 0;
+        if (anchorNs != 0) moments.emplace_back("anchor timestamp", anchorNs);
+        if (finding.targetNs) moments.emplace_back("target moment", *finding.targetNs);
+        return moments;
+    }
 };
-
-std::vector<std::pair<std::string, int64_t>> Serving::momentsNs() const {
-    std::vector<std::pair<std::string, int64_t>> moments;
-    const auto& driver = finding.account.driver;
-    if (driver && driver->anchorTimestampNs != 0) moments.emplace_back("anchor timestamp", driver->anchorTimestampNs);
-    if (finding.targetNs) moments.emplace_back("target moment", *finding.targetNs);
-    return moments;
-}
 
 // A run that a finding compares with, as a finding of its own.
 Finding servedAs(const Request& request, const Run& run) {
@@ -128,14 +126,14 @@ void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, con
     const std::set<uint32_t> before(serving.chosenBefore.begin(), serving.chosenBefore.end());
     const std::pair<const char*, const FrameList&> lists[] = {
         {"consumer", queue.consumer}, {"producer", queue.producer}, {"all", queue.all}};
-    std::map<uint32_t, double> marked;
+    std::set<uint32_t> marked;
+    std::set<std::tuple<bool, double, std::string>> numbers;  // those of the chosen first
     for (const auto& [name, list] : lists) {
         for (const uint32_t frame : list) {
             const auto known = finding.frames.find(frame);
             if (known == finding.frames.end()) untimed.insert(frame);
-            if (known == finding.frames.end() || marked.count(frame) > 0) continue;
+            if (known == finding.frames.end() || !marked.insert(frame).second) continue;
             const int64_t ns = known->second.shutterTimeNs;
-            marked[frame] = axis.x(ns);
             const bool isChosen = chosen.count(frame) > 0;
             const bool wasChosen = before.count(frame) > 0;
             std::string words = !isChosen ? "" : finding.isOpen(frame) ? "uncertain " : "chosen ";
@@ -144,21 +142,19 @@ void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, con
             if (isChosen != wasChosen) words += isChosen ? " gained" : " lost";
             canvas.mark(axis.x(ns), y, std::clamp(axis.pitch / 29, 0.3, 1.0), words,
                         fmt::format("{}, {}, {}", frame, milliseconds(ns, axis.originNs), words));
+            numbers.emplace(!isChosen, axis.x(ns),
+                            fmt::format("{}{}{}", frame, finding.anchor == frame ? "*" : "",
+                                        isChosen && finding.isOpen(frame) ? "?" : ""));
         }
     }
-    // The numbers of the chosen first, then others as there is room.
+    // As there is room.
     std::vector<double> taken;
-    for (const bool isChosen : {true, false}) {
-        for (const auto& [frame, x] : marked) {
-            if (isChosen != (chosen.count(frame) > 0)) continue;
-            const std::string number = fmt::format("{}{}{}", frame, finding.anchor == frame ? "*" : "",
-                                                   isChosen && finding.isOpen(frame) ? "?" : "");
-            const double room = kDigit * static_cast<double>(number.size() + 1);
-            const auto isNear = [here = x, room](double other) { return std::abs(other - here) < room; };
-            if (std::any_of(taken.begin(), taken.end(), isNear)) continue;
-            taken.push_back(x);
-            canvas.text(x, y + 25, number, isChosen ? "number bold" : "number");
-        }
+    for (const auto& [isOther, x, number] : numbers) {
+        const double room = kDigit * static_cast<double>(number.size() + 1);
+        const auto isNear = [here = x, room](double other) { return std::abs(other - here) < room; };
+        if (std::any_of(taken.begin(), taken.end(), isNear)) continue;
+        taken.push_back(x);
+        canvas.text(x, y + 25, number, isOther ? "number" : "number bold");
     }
 }
 
