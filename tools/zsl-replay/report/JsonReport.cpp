@@ -60,10 +60,10 @@ void addOutcome(const Finding& finding, Json& json) {
     for (const auto& [id, frames] : outcome.selection) json["selection"][std::to_string(id)] = frames;
     if (finding.request.call) json["call"] = {{"result", finding.run.result}, {"list", finding.run.selectList}};
     json["checks"] = Json::object();
-    for (const auto& [frame, check] : outcome.checks)
+    for (const auto& [frame, check] : outcome.checks) {
         json["checks"][std::to_string(frame)] = {check.first, check.second};
-    json["warnings"] = finding.warnings;
-    json["differences"] = finding.differences;
+    }
+    json.update({{"warnings", finding.warnings}, {"differences", finding.differences}});
 }
 
 }  // namespace

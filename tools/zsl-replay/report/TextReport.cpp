@@ -138,14 +138,11 @@ private:
         } else if (account.targetNs) {
             line("target", "none: zsdTs is 0");
         }
-        std::string strategies;
-        for (const std::string& each : account.strategies) append(strategies, each, ", then ");
+        const std::string strategies = fmt::format("{}", fmt::join(account.strategies, ", then "));
         if (!strategies.empty()) line("strategy", strategies);
-        if (!mFinding.anchor) return;
-        std::string text = std::to_string(*mFinding.anchor);
-        if (const auto& distance = mFinding.anchorDistanceNs)
-            text += ", " + milliseconds(*distance, 0) + " from the target";
-        line("anchor", text);
+        const auto& distance = mFinding.anchorDistanceNs;
+        const std::string away = distance ? fmt::format(", {} from the target", milliseconds(*distance, 0)) : "";
+        if (mFinding.anchor) line("anchor", std::to_string(*mFinding.anchor) + away);
     }
 
     // What the library met on its way.
