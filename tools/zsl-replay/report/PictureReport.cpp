@@ -196,8 +196,8 @@ void drawLegend(Canvas& canvas, double y) {
 
 }  // namespace
 
-PictureReport::PictureReport(const std::string& file, const std::vector<std::string>& inputs, bool namesFile)
-    : mOut(file, inputs), mEnding(std::filesystem::path(file).extension()), mNamesFile(namesFile) {
+PictureReport::PictureReport(const std::string& file, const std::vector<std::string>& inputs)
+    : mOut(file, inputs), mEnding(std::filesystem::path(file).extension()) {
     if (mEnding == ".svg" || mEnding == ".png") return;
     throw InputError("--picture: expected a name ending in .svg or .png, found " + file);
 }
@@ -215,9 +215,7 @@ void PictureReport::add(const Finding& finding) {
     const TimeAxis axis(servings);
 
     double y = mHeight + 22;
-    std::string title = (mNamesFile ? finding.file + ": " : "") + finding.request.name;
-    if (finding.showsFrame) title += fmt::format(" (framework frame {})", finding.request.fwkFrame);
-    mCanvas.text(kEdge, y, title, "title");
+    mCanvas.text(kEdge, y, titleOf(finding, true), "title");
     for (const Warning& warning : finding.warnings) mCanvas.text(kEdge, y += kLine, "warning: " + textOf(warning));
     y += 4;
     for (const Serving& serving : servings) {

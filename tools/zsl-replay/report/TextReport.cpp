@@ -40,7 +40,7 @@ public:
     TextWriter(const Finding& finding, const TextOptions& options) : mFinding(finding), mOptions(options) {}
 
     std::string write() {
-        writeTitle();
+        mText = printable(titleOf(mFinding, mOptions.namesFile)) + '\n';
         if (mFinding.canServe()) {
             line("gate", gateWords(mFinding));
             writeQueues();
@@ -105,14 +105,6 @@ private:
             append(words, word, " ");
         }
         return words.empty() ? "none" : words;
-    }
-
-    void writeTitle() {
-        std::string title = mOptions.namesFile ? mFinding.file + ": " : "";
-        title += fmt::format("{} (request {}", mFinding.request.name, mFinding.number);
-        if (mFinding.log) title += ", " + mFinding.log->time;
-        if (mFinding.showsFrame) title += fmt::format(", framework frame {}", mFinding.request.fwkFrame);
-        mText = printable(title) + (mFinding.platform.recorded ? ", recorded)\n" : ")\n");
     }
 
     void writeQueues() {
@@ -228,6 +220,14 @@ private:
 
 std::string counted(size_t number, const std::string& what) {
     return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
+}
+
+std::string titleOf(const Finding& finding, bool namesFile) {
+    std::string title = namesFile ? finding.file + ": " : "";
+    title += fmt::format("{} (request {}", finding.request.name, finding.number);
+    if (finding.log) title += ", " + finding.log->time;
+    if (finding.showsFrame) title += fmt::format(", framework frame {}", finding.request.fwkFrame);
+    return title + (finding.platform.recorded ? ", recorded)" : ")");
 }
 
 std::string textOf(const Warning& warning) {

@@ -44,13 +44,9 @@ int64_t Totals::distanceNs(size_t percent) const {
     return *std::next(mDistancesNs.begin(), static_cast<std::ptrdiff_t>(place));
 }
 
-std::string Totals::reproduced() const {
-    return fmt::format("{} of {} reproduced", mReproduced, counted(mLines, "line"));
-}
-
 std::string Totals::line(const std::string& name) const {
     std::string text = fmt::format("{}: {}", printable(name), counted(mRequests, "request"));
-    if (mLogged > 0) text += ", " + reproduced();
+    if (mLogged > 0) text += fmt::format(", {} of {} reproduced", mReproduced, counted(mLines, "line"));
     if (!mWarnings.empty()) text += ", warnings: " + words(mWarnings);
     if (mCompares) text += mDiffer == 0 ? ", both builds agree" : fmt::format(", the builds differ in {}", mDiffer);
     if (mFailing > 0) return text + fmt::format(", {} differ{}\n", mFailing, mFailing == 1 ? "s" : "");
@@ -61,7 +57,7 @@ std::string Totals::block() const {
     std::string text = fmt::format("total: {}, {}\n", counted(mFiles, "file"), counted(mRequests, "request"));
     if (mEmptyLogs > 0)
         text += fmt::format("  no lines   {} without the selector's lines\n", counted(mEmptyLogs, "log"));
-    if (mLogged > 0) text += fmt::format("  log        {}\n", reproduced());
+    if (mLogged > 0) text += fmt::format("  log        {} of {} reproduced\n", mReproduced, counted(mLines, "line"));
     text += fmt::format("  strategies {}\n  warnings   {}\n", words(mStrategies), words(mWarnings));
     if (!mDistancesNs.empty()) {
         text += fmt::format("  anchor     from the target: median {}, 90 % within {}, furthest {}\n",

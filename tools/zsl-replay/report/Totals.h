@@ -26,7 +26,6 @@ public:
 private:
     // The least distance that so many percent of all do not exceed; there must be one.
     int64_t distanceNs(size_t percent) const;
-    std::string reproduced() const;
 
     bool mCompares = false;  // two builds
     size_t mFiles = 0;
