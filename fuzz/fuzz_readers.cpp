@@ -19,8 +19,8 @@ using namespace replay;
 
 static std::string printed(const Case& theCase) {
     std::ostringstream text;
-    printHead(text, theCase, {});
-    for (const Request& request : theCase.requests) printRequest(text, valueOf(request), {});
+    printHead(text, theCase);
+    for (const Request& request : theCase.requests) printRequest(text, valueOf(request));
     return text.str();
 }
 

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <filesystem>
@@ -48,14 +50,18 @@ public:
     explicit Desk(const Options& options)
         : mOptions(options),
           mProgress(options.files.size()),
-          mAll(!options.replay.against.empty()),
           mText{isatty(STDOUT_FILENO) == 1, options.hasSeveralFiles(), nullptr} {
         if (!options.log.empty()) mText.log = options.log == "offline" ? &Run::offlineLog : &Run::log;
         refuseInputAt(kStandardOutput, options.files);
         std::vector<std::string> inputs = options.files;
         inputs.insert(inputs.end(), {options.replay.plugin, options.replay.against});
-        if (!options.picture.empty()) mPicture.emplace(options.picture, inputs, options.hasSeveralFiles());
-        if (!options.saveCase.empty()) mSaved.emplace(options.saveCase, inputs, origin());
+        if (!options.picture.empty()) mPicture.emplace(options.picture, inputs);
+        if (!options.saveCase.empty()) {
+            const Changes& changes = options.replay.changes;
+            mSaved.emplace(options.saveCase, inputs,
+                           fmt::format("Made of {}{}{}; it expects what came out", options.files.front(),
+                                       changes.empty() ? "" : " with ", changes.words()));
+        }
     }
 
     int run() {
@@ -63,15 +69,21 @@ public:
             try {
                 serve(file);
             } catch (const InputError& error) {
-                warn(error.what());
-                mStatus = 2;
+                fail(error.what());
             }
         }
         if (mStatus != 2 && mOptions.picks() && mAll.requests() == 0) {
-            warn(nothingPicked());
-            mStatus = 2;
+            std::string there = fmt::format("requests from 1 to {}", mServed.requests);
+            if (mServed.firstFrame <= mServed.lastFrame) {
+                there += fmt::format(" and framework frames from {} to {}", mServed.firstFrame, mServed.lastFrame);
+            }
+            fail(fmt::format("--frame and --request: expected {}, found none of those asked for", there));
         }
-        writeTotals();
+        if (mOptions.json && mOptions.totals) {
+            writeStandardOutput(mAll.json());
+        } else if (!mOptions.json && (mOptions.totals || mAll.requests() > 1)) {
+            writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
+        }
         if (mStatus == 2) return mStatus;  // nothing is kept
         if (mPicture) mPicture->finish();
         if (mSaved) mSaved->finish();
@@ -80,7 +92,7 @@ public:
 
 private:
     void serve(const std::string& file) {
-        mOfFile = Totals(!mOptions.replay.against.empty());
+        mOfFile = Totals();
         mProgress.beginFile(file);
         InputFile input(file);
         input.setObserver([this](uint64_t bytes) { mProgress.update(bytes, mAll.requests()); });
@@ -90,9 +102,8 @@ private:
             isLog ? serveLog(input, mOptions.replay, mSink) : serveRequests(readCase(name, input.readAll()));
         const bool isEmptyLog = isLog && served.requests == 0;
         if (isEmptyLog) {
-            const std::string what = name + ": expected a log with lines of the selector, found none";
-            if (!mOptions.hasSeveralFiles()) throw InputError(what);
-            warn(what);  // one among many is no error
+            warn(name + ": expected a log with lines of the selector, found none");
+            if (!mOptions.hasSeveralFiles()) mStatus = 2;  // one among many is no error
         }
         mAll.addFile(isEmptyLog);
         mServed.requests = std::max(mServed.requests, served.requests);
@@ -105,20 +116,8 @@ private:
 
     Served serveRequests(Case theCase) {
         if (mSaved && mOptions.replay.changes.empty()) throw InputError("--save-case: expected --set or --drop");
-        if (!theCase.cutOff.empty()) {
-            const std::string what = theCase.file + ": " + theCase.cutOff;
-            mOptions.json ? warn(what) : writeStandardOutput(printable(what) + '\n');
-        }
+        if (!theCase.cutOff.empty()) warn(theCase.file + ": " + theCase.cutOff);
         return (mOptions.roundTrip ? serveRoundTrip : serveCase)(std::move(theCase), mOptions.replay, mSink);
-    }
-
-    std::string nothingPicked() const {
-        std::string there = "requests from 1 to " + std::to_string(mServed.requests);
-        if (mServed.firstFrame <= mServed.lastFrame) {
-            there += " and framework frames from " + std::to_string(mServed.firstFrame) + " to " +
-                     std::to_string(mServed.lastFrame);
-        }
-        return "--frame and --request: expected " + there + ", found none of those asked for";
     }
 
     void report(const Finding& finding) {
@@ -134,32 +133,21 @@ private:
         if (mSaved) mSaved->add(finding);
     }
 
-    std::vector<std::string> origin() const {
-        const Changes& changes = mOptions.replay.changes;
-        const std::string file = mOptions.files.front();
-        if (changes.empty()) return {"Rebuilt from " + file};
-        return {"A variant of " + file + " with " + changes.words(), "It expects what came out of it."};
-    }
-
-    void writeTotals() const {
-        if (mAll.files() == 0) return;
-        if (mOptions.json) {
-            if (mOptions.totals) writeStandardOutput(mAll.json());
-        } else if (mOptions.totals || mAll.requests() > 1) {
-            writeStandardOutput((mReported > 0 ? "\n" : "") + mAll.block());
-        }
-    }
-
     void warn(const std::string& what) const {
         Progress::clear();
         std::cerr << printable(what) << '\n';
+    }
+
+    void fail(const std::string& what) {
+        warn(what);
+        mStatus = 2;
     }
 
     const Options& mOptions;
     const Sink mSink = [this](Finding&& finding) { report(finding); };
     Progress mProgress;
     Totals mAll;
-    Totals mOfFile{false};
+    Totals mOfFile;
     TextOptions mText;
     size_t mReported = 0;  // one by one
     Served mServed;        // the most that a file holds, and all framework frames
@@ -174,13 +162,10 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("FILE", options.files, "case files or logs; - reads standard input")->option_text("...")->required();
     const auto add = [&app](const char* name, auto& value, const char* text, const char* help) {
         const auto isGiven = [](const std::string& given) { return given.empty() ? "expected something" : ""; };
-        return app.add_option(name, value, help)->option_text(text)->check(isGiven);
+        return app.add_option(name, value, help)->option_text(text)->check(isGiven)->allow_extra_args(false);
     };
-    const auto addRepeatable = [&add](const char* name, auto& values, const char* text, const char* help) {
-        return add(name, values, text, help)->allow_extra_args(false);
-    };
-    addRepeatable("--frame", replay.frames, "N", "only requests with this framework frame; repeatable");
-    addRepeatable("--request", replay.numbers, "N", "only request N of each file, from 1; repeatable")
+    add("--frame", replay.frames, "N", "only requests with this framework frame; repeatable");
+    add("--request", replay.numbers, "N", "only request N of each file, from 1; repeatable")
         ->check(CLI::Range(1, 1'000'000'000));
     app.add_flag(
         "--explain", replay.explain,
@@ -192,11 +177,11 @@ void addOptions(CLI::App& app, Options& options) {
         ->check(CLI::IsMember({"online", "offline"}));
     app.add_flag("--json", options.json, "print one JSON object a request");
     app.add_flag("--totals", options.totals, "print only what all requests come to; with --json as one object");
-    addRepeatable("--set", replay.changes.settings, "KEY=VALUE",
-                  "what if KEY, a path such as queues[0].lost, were different in every request, or in request N\n"
-                  "(N:KEY=VALUE)? Repeatable; what the case expects is not compared");
-    addRepeatable("--drop", replay.changes.drops, "FRAME[@QUEUE]",
-                  "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set");
+    add("--set", replay.changes.settings, "KEY=VALUE",
+        "what if KEY, a path such as queues[0].lost, were different in every request, or in request N\n"
+        "(N:KEY=VALUE)? Repeatable; what the case expects is not compared");
+    add("--drop", replay.changes.drops, "FRAME[@QUEUE]",
+        "what if the queue with this id, or every queue, had lost the frame? Repeatable; after --set");
     add("--against", replay.against, "FILE",
         "serve every request with a second build of the plug-in, too: exit status 1 where the two differ")
         ->check(CLI::ExistingFile);
@@ -208,10 +193,10 @@ void addOptions(CLI::App& app, Options& options) {
 }
 
 // What would be ignored is refused.
-void refuseTogether(const CLI::App& app, const std::string& option, const std::vector<std::string>& others) {
-    for (const std::string& other : others) {
+void refuseTogether(const CLI::App& app, const char* option, const std::vector<const char*>& others) {
+    for (const char* other : others) {
         if (app.count(option) == 0 || app.count(other) == 0) continue;
-        throw InputError(std::string(option).append(": expected without ").append(other).append(", found both"));
+        throw InputError(fmt::format("{}: expected without {}, found both", option, other));
     }
 }
 
@@ -223,9 +208,8 @@ int run(const CLI::App& app, Options& options) {
     if (options.hasSeveralFiles() && !options.saveCase.empty()) {
         throw InputError("--save-case: expected one file, found several");
     }
-    for (const std::string& goal : {options.picture, options.saveCase}) {
-        const bool isStandard = goal == "-" || goal == kStandardOutput;
-        if (options.json && isStandard) throw InputError("--json: expected standard output for itself, found " + goal);
+    if (options.json && (options.saveCase == "-" || options.saveCase == kStandardOutput)) {
+        throw InputError("--json: expected standard output for itself, found --save-case " + options.saveCase);
     }
     if (!options.picture.empty() && options.picture == options.saveCase) {
         throw InputError("--picture: expected another file than that of --save-case, found the same");

@@ -35,9 +35,8 @@ std::vector<Request> withChanges(std::vector<Request> requests, const Changes& c
 // A request as a case file gives it, complete without those before it.
 Value valueOf(const Request& request);
 
-// Prints a case file: the head, that is, properties and static metadata, once, then its requests. Comments stand ahead
-// of either; no text in them can end a comment.
-void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments);
-void printRequest(std::ostream& out, const Value& request, const std::vector<std::string>& comments);
+// Prints a case file: the head, that is, properties and static metadata, once, then its requests.
+void printHead(std::ostream& out, const Case& platform);
+void printRequest(std::ostream& out, const Value& request);
 
 }  // namespace replay

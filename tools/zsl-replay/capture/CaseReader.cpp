@@ -1,5 +1,7 @@
 // Values into a case.
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <numeric>
 

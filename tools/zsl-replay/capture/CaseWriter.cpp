@@ -43,11 +43,10 @@ void write(YAML::Emitter& out, const Value& value) {
     }
 }
 
-void print(std::ostream& out, const Value& value, const std::vector<std::string>& comments) {
+void print(std::ostream& out, const Value& value) {
     YAML::Emitter yaml;
     yaml.SetOutputCharset(YAML::EscapeNonAscii);
     write(yaml, value);
-    for (const std::string& comment : comments) out << "# " << printable(comment) << '\n';
     out << yaml.c_str() << '\n';
 }
 
@@ -101,15 +100,13 @@ Value valueOf(const Request& request) {
     return value;
 }
 
-void printHead(std::ostream& out, const Case& platform, const std::vector<std::string>& comments) {
+void printHead(std::ostream& out, const Case& platform) {
     Value head = Value::Map{{"properties", platform.properties}};
     if (!platform.staticMetadata.empty()) head["staticMetadata"] = platform.staticMetadata;
-    print(out, head, comments);
+    print(out, head);
     out << "requests:\n";
 }
 
-void printRequest(std::ostream& out, const Value& request, const std::vector<std::string>& comments) {
-    print(out, Value::List{request}, comments);
-}
+void printRequest(std::ostream& out, const Value& request) { print(out, Value::List{request}); }
 
 }  // namespace replay

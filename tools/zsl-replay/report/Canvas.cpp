@@ -1,10 +1,10 @@
 #include "report/Canvas.h"
 
-#include <cairo.h>
+#include <fmt/format.h>
 #include <librsvg/rsvg.h>
 
-#include <iomanip>
 #include <memory>
+#include <sstream>
 
 #include "capture/Text.h"
 
@@ -46,51 +46,42 @@ std::string escaped(const std::string& text) {
 
 }  // namespace
 
-Canvas::Canvas() { mMarks << std::fixed << std::setprecision(1); }
-
 void Canvas::text(double x, double y, const std::string& text, const char* style) {
-    if (text.empty()) return;
-    mMarks << "<text class=\"" << style << "\" x=\"" << x << "\" y=\"" << y << "\">" << escaped(text) << "</text>\n";
+    mMarks += fmt::format("<text class=\"{}\" x=\"{:.1f}\" y=\"{:.1f}\">{}</text>\n", style, x, y, escaped(text));
 }
 
-void Canvas::line(double x0, double y0, double x1, double y1, const char* style) {
-    mMarks << "<line class=\"" << style << "\" x1=\"" << x0 << "\" y1=\"" << y0 << "\" x2=\"" << x1 << "\" y2=\"" << y1
-           << "\"/>\n";
+void Canvas::line(double x0, double y0, double x1, double y1, const std::string& style) {
+    constexpr char kLine[] = "<line class=\"{}\" x1=\"{:.1f}\" y1=\"{:.1f}\" x2=\"{:.1f}\" y2=\"{:.1f}\"/>\n";
+    mMarks += fmt::format(kLine, style, x0, y0, x1, y1);
 }
 
 void Canvas::mark(double x, double y, double scale, const std::string& words, const std::string& title) {
-    mMarks << "<g class=\"" << words << "\" transform=\"translate(" << x << ' ' << y << ") scale(" << scale
-           << ")\"><title>" << escaped(title) << "</title>";
+    constexpr char kMark[] = "<g class=\"{}\" transform=\"translate({:.1f} {:.1f}) scale({:.1f})\"><title>{}</title>";
+    mMarks += fmt::format(kMark, words, x, y, scale, escaped(title));
     std::istringstream symbols(words);
-    for (std::string symbol; symbols >> symbol;) mMarks << "<use href=\"#" << symbol << "\"/>";
-    mMarks << "</g>\n";
+    for (std::string symbol; symbols >> symbol;) mMarks += fmt::format("<use href=\"#{}\"/>", symbol);
+    mMarks += "</g>\n";
 }
 
 std::string Canvas::svg(double width, double height) const {
-    std::ostringstream out;
-    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height << "\">\n"
-        << kStyle << mMarks.str() << "</svg>\n";
-    return out.str();
+    constexpr char kPage[] =
+        "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{:.0f}\" height=\"{:.0f}\">\n{}{}</svg>\n";
+    return fmt::format(kPage, width, height, kStyle, mMarks);
 }
 
-void Canvas::writePng(std::ostream& out, double width, double height) const {
+std::string Canvas::png(double width, double height) const {
     const std::string text = svg(width, height);
-    const std::unique_ptr<RsvgHandle, void (*)(gpointer)> picture(
+    const std::unique_ptr<RsvgHandle, void (*)(gpointer)> page(
         rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(text.data()), text.size(), nullptr), g_object_unref);
-    const std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> surface(
-        cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(width), static_cast<int>(height)),
-        cairo_surface_destroy);
-    const std::unique_ptr<cairo_t, void (*)(cairo_t*)> cairo(cairo_create(surface.get()), cairo_destroy);
-    const RsvgRectangle page = {0, 0, width, height};
-    const auto write = [](void* stream, const unsigned char* data, unsigned size) {
-        static_cast<std::ostream*>(stream)->write(reinterpret_cast<const char*>(data), size);
-        return CAIRO_STATUS_SUCCESS;
-    };
-    if (!picture || cairo_status(cairo.get()) != CAIRO_STATUS_SUCCESS ||
-        !rsvg_handle_render_document(picture.get(), cairo.get(), &page, nullptr) ||
-        cairo_surface_write_to_png_stream(surface.get(), write, &out) != CAIRO_STATUS_SUCCESS) {
+    const std::unique_ptr<GdkPixbuf, void (*)(gpointer)> pixels(page ? rsvg_handle_get_pixbuf(page.get()) : nullptr,
+                                                                g_object_unref);
+    gchar* bytes = nullptr;
+    gsize size = 0;
+    if (!pixels || !gdk_pixbuf_save_to_buffer(pixels.get(), &bytes, &size, "png", nullptr, nullptr)) {
         throw InputError("--picture: expected what a PNG file can show, found too much: --request and --frame pick");
     }
+    const std::unique_ptr<gchar, void (*)(gpointer)> owned(bytes, g_free);
+    return {bytes, size};
 }
 
 }  // namespace replay

@@ -34,19 +34,11 @@ namespace {
 void addRequest(const Finding& finding, Json& json) {
     const Request& request = finding.request;
     const Queue* meta = request.metaQueue();
-    json["request"] = request.name;
-    json["number"] = finding.number;
     if (finding.showsFrame) json["frame"] = request.fwkFrame;
-    if (const auto& log = finding.log) {
-        json["process"] = log->process;
-        json["thread"] = log->thread;
-        json["time"] = log->time;
-    }
+    const auto& log = finding.log;
+    if (log) json.update({{"process", log->process}, {"thread", log->thread}, {"time", log->time}});
     json["recorded"] = finding.platform.recorded;
-    if (!finding.log || finding.log->showsNeed) {
-        json["need"] = request.need;
-        json["master"] = request.master;
-    }
+    if (!log || log->showsNeed) json.update({{"need", request.need}, {"master", request.master}});
     if (finding.account.driver) json["sensorMode"] = finding.account.driver->sensorModeType;
     json["consumer"] = meta != nullptr ? meta->consumer : FrameList();
     json["producer"] = meta != nullptr ? meta->producer : FrameList();
@@ -68,29 +60,23 @@ void addOutcome(const Finding& finding, Json& json) {
     for (const auto& [id, frames] : outcome.selection) json["selection"][std::to_string(id)] = frames;
     if (finding.request.call) json["call"] = {{"result", finding.run.result}, {"list", finding.run.selectList}};
     json["checks"] = Json::object();
-    for (const auto& [frame, check] : outcome.checks)
+    for (const auto& [frame, check] : outcome.checks) {
         json["checks"][std::to_string(frame)] = {check.first, check.second};
-    json["warnings"] = finding.warnings;
-    json["differences"] = finding.differences;
+    }
+    json.update({{"warnings", finding.warnings}, {"differences", finding.differences}});
 }
 
 }  // namespace
 
 std::string jsonOf(const Finding& finding, LogChannel log, bool explains) {
-    Json json = {{"file", finding.file}};
+    Json json = {{"file", finding.file}, {"request", finding.request.name}, {"number", finding.number}};
     addRequest(finding, json);
     addOutcome(finding, json);
     const Evidence evidence = finding.log.value_or(Evidence());
-    if (finding.log) {
-        json["certain"] = evidence.certain;
-        json["possible"] = evidence.possible;
-        if (!evidence.open.empty()) json["open"] = evidence.open;
-        json["lines"] = evidence.lines;
-        json["reproduced"] = evidence.reproduced;
-    }
-    json["assumptions"] = evidence.assumptions;
-    json["missing"] = evidence.missing;
-    json["notes"] = finding.notes;
+    if (finding.log) json.update({{"certain", evidence.certain}, {"possible", evidence.possible}});
+    if (!evidence.open.empty()) json["open"] = evidence.open;
+    if (finding.log) json.update({{"lines", evidence.lines}, {"reproduced", evidence.reproduced}});
+    json.update({{"assumptions", evidence.assumptions}, {"missing", evidence.missing}, {"notes", finding.notes}});
     if (finding.whatIf) json["whatIf"] = *finding.whatIf;
     if (finding.against && !finding.against->none()) json["against"] = *finding.against;
     if (explains) json["explain"] = finding.explain;

@@ -1,5 +1,6 @@
 #include "report/Output.h"
 
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,6 +32,11 @@ bool writeAndClose(std::FILE* file, std::string_view text) {
     if (file == nullptr) return false;
     const bool isWritten = writeAll(file, text);
     return std::fclose(file) == 0 && isWritten;
+}
+
+[[noreturn]] void fail(const std::string& goal) {
+    constexpr char kWhat[] = "{}: expected a file that can be written, found: {}";
+    throw std::runtime_error(fmt::format(kWhat, printable(goal), std::strerror(errno)));
 }
 
 void onInterrupt(int signal) {
@@ -66,16 +72,14 @@ OutputFile::OutputFile(const std::string& goal, const std::vector<std::string>& 
     refuseInputAt(mGoal, inputs);
     // A file that may not be written is not replaced either. Better said before the work than after.
     if (access(mGoal.c_str(), W_OK) == 0) return;
-    if (errno != ENOENT || access(followed(mGoal).parent_path().c_str(), W_OK) != 0) fail();
+    if (errno != ENOENT || access(followed(mGoal).parent_path().c_str(), W_OK) != 0) fail(mGoal);
 }
 
 void OutputFile::keep() {
+    if (isSame(mGoal, kStandardOutput)) return writeStandardOutput(mText.str());
     Progress::clear();
     const bool isDirect = fs::exists(mGoal) && !fs::is_regular_file(mGoal);
-    const bool isKept = isSame(mGoal, kStandardOutput) ? writeAll(stdout, mText.str())
-                        : isDirect                     ? writeAndClose(std::fopen(mGoal.c_str(), "we"), mText.str())
-                                                       : replace();
-    if (!isKept) fail();
+    if (!(isDirect ? writeAndClose(std::fopen(mGoal.c_str(), "we"), mText.str()) : replace())) fail(mGoal);
 }
 
 bool OutputFile::replace() const {
@@ -96,16 +100,9 @@ bool OutputFile::replace() const {
     return isReplaced;
 }
 
-void OutputFile::fail() const {
-    throw std::runtime_error(printable(mGoal) +
-                             ": expected a file that can be written, found: " + std::strerror(errno));
-}
-
 void writeStandardOutput(std::string_view text) {
     Progress::clear();
-    if (!writeAll(stdout, text)) {
-        throw std::runtime_error(std::string("standard output can't be written: ") + std::strerror(errno));
-    }
+    if (!writeAll(stdout, text)) fail("standard output");
 }
 
 void Progress::beginFile(const std::string& file) {
@@ -118,9 +115,9 @@ void Progress::beginFile(const std::string& file) {
 void Progress::update(uint64_t bytes, size_t requests) {
     if (Clock::now() < mNext || isatty(STDERR_FILENO) == 0) return;
     mNext = Clock::now() + std::chrono::milliseconds(200);
-    std::string line = "file " + std::to_string(mFile) + " of " + std::to_string(mFiles) + ", ";
-    if (mFileSize > 0) line += std::to_string(std::min<uint64_t>(100, bytes * 100 / mFileSize)) + " % of it, ";
-    writeAll(stderr, kClearLine + line + std::to_string(requests) + " requests");
+    const uint64_t percent = mFileSize > 0 ? std::min<uint64_t>(100, bytes * 100 / mFileSize) : 0;
+    const std::string share = mFileSize > 0 ? fmt::format("{} % of it, ", percent) : "";
+    writeAll(stderr, fmt::format("{}file {} of {}, {}{} requests", kClearLine, mFile, mFiles, share, requests));
     gShowsProgress = 1;
     std::signal(SIGINT, onInterrupt);
 }

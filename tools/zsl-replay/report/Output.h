@@ -29,9 +29,7 @@ public:
     void keep();  // without it the goal stays as it was
 
 private:
-    // Both say why they fail, or failed, in errno.
-    bool replace() const;
-    [[noreturn]] void fail() const;
+    bool replace() const;  // says in errno why it could not
 
     std::string mGoal;
     std::ostringstream mText;

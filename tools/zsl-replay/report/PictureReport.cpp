@@ -1,11 +1,12 @@
 #include "report/PictureReport.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
-#include <map>
 #include <set>
+#include <tuple>
 
 #include "capture/Text.h"
 #include "report/TextReport.h"
@@ -34,42 +35,19 @@ double millisecondsBetween(int64_t fromNs, int64_t toNs) {
 
 // A request as it was served once.
 struct Serving {
+    const char* name;
     Finding finding;
-    std::string caption;
-    std::map<uint32_t, int64_t> timesNs;
-    std::vector<std::pair<std::string, int64_t>> momentsNs;
-    std::set<uint32_t> chosen;
-    std::set<uint32_t> chosenBefore;
+    FrameList chosenBefore;
 
-    Serving(const std::string& name, const Finding& served, const FrameList& before);
     double height() const { return kHead + kRow * static_cast<double>(finding.request.queues.size()); }
-};
-
-Serving::Serving(const std::string& name, const Finding& served, const FrameList& before)
-    : finding(served),
-      chosen(served.run.chosen().begin(), served.run.chosen().end()),
-      chosenBefore(before.begin(), before.end()) {
-    const Request& request = finding.request;
-    std::set<uint32_t> untimed;
-    for (const Queue& queue : request.queues) {
-        for (const FrameList* list : {&queue.consumer, &queue.producer, &queue.all}) {
-            for (const uint32_t frame : *list) {
-                const auto known = finding.frames.find(frame);
-                if (known != finding.frames.end())
-                    timesNs[frame] = known->second.shutterTimeNs;
-                else
-                    untimed.insert(frame);
-            }
-        }
+    std::vector<std::pair<std::string, int64_t>> momentsNs() const {
+        std::vector<std::pair<std::string, int64_t>> moments;
+        const int64_t anchorNs = finding.account.driver ? finding.account.driver->anchorTimestampNs : 0;
+        if (anchorNs != 0) moments.emplace_back("anchor timestamp", anchorNs);
+        if (finding.targetNs) moments.emplace_back("target moment", *finding.targetNs);
+        return moments;
     }
-    const auto& driver = finding.account.driver;
-    if (driver && driver->anchorTimestampNs != 0) momentsNs.emplace_back("anchor timestamp", driver->anchorTimestampNs);
-    if (finding.targetNs) momentsNs.emplace_back("target moment", *finding.targetNs);
-    caption =
-        name + std::to_string(request.need) + " needed, " +
-        (finding.isAsked() ? std::to_string(finding.run.chosen().size()) + " chosen" : "selection was not asked for");
-    if (!untimed.empty()) caption += "; no shutter time: " + join({untimed.begin(), untimed.end()});
-}
+};
 
 // A run that a finding compares with, as a finding of its own.
 Finding servedAs(const Request& request, const Run& run) {
@@ -103,7 +81,7 @@ TimeAxis::TimeAxis(const std::vector<Serving>& servings)
       name(originNs != 0 ? "ms from the target moment" : "ms from the first frame") {
     std::set<int64_t> timesNs;
     for (const Serving& serving : servings) {
-        for (const auto& [frame, ns] : serving.timesNs) timesNs.insert(ns);
+        for (const auto& [frame, data] : serving.finding.frames) timesNs.insert(data.shutterTimeNs);
     }
     if (timesNs.empty()) timesNs.insert(originNs);
     const int64_t firstFrameNs = *timesNs.begin();
@@ -115,7 +93,7 @@ TimeAxis::TimeAxis(const std::vector<Serving>& servings)
     std::sort(gapsMs.begin(), gapsMs.end());
     const double pitchMs = gapsMs.empty() ? 33 : gapsMs[gapsMs.size() / 2];
     for (const Serving& serving : servings) {
-        for (const auto& [moment, ns] : serving.momentsNs) {
+        for (const auto& [moment, ns] : serving.momentsNs()) {
             const double awayMs = std::max(millisecondsBetween(ns, firstFrameNs), millisecondsBetween(lastFrameNs, ns));
             if (awayMs < 12 * pitchMs) timesNs.insert(ns);
         }
@@ -135,78 +113,78 @@ void drawAxis(Canvas& canvas, const TimeAxis& axis, double y) {
     for (auto tick = static_cast<int64_t>(std::ceil(firstMs / step)); tick <= last; ++tick) {
         const double ms = static_cast<double>(tick) * step;
         const double x = kLeft + (ms - firstMs) * axis.scale;
-        char label[40];
-        std::snprintf(label, sizeof(label), tick == 0 ? "0" : "%+.10g", ms);
         canvas.line(x, y, x, y + 5, "axis");
-        canvas.text(x, y + 18, label, "number");
+        canvas.text(x, y + 18, tick == 0 ? "0" : fmt::format("{:+.10g}", ms), "number");
     }
     canvas.text(kLeft - kMargin, y + 35, axis.name);
 }
 
-// What each frame is, as it stands in the first list that has it, where its time is known.
-std::map<uint32_t, std::string> marksOf(const Serving& serving, const Queue& queue) {
+// A frame as it stands in the first list that has it, where its time is known.
+void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, const Queue& queue, double y,
+               std::set<uint32_t>& untimed) {
+    canvas.line(kLeft - kMargin, y, axis.end(), y, "row");
+    canvas.text(kEdge, y - 2, queue.name, "name");
+    canvas.text(kEdge, y + 13, fmt::format("queue {}", queue.id));
+    const Finding& finding = serving.finding;
+    const std::set<uint32_t> chosen(finding.run.chosen().begin(), finding.run.chosen().end());
+    const std::set<uint32_t> before(serving.chosenBefore.begin(), serving.chosenBefore.end());
     const std::pair<const char*, const FrameList&> lists[] = {
         {"consumer", queue.consumer}, {"producer", queue.producer}, {"all", queue.all}};
-    std::map<uint32_t, std::string> marks;
+    std::set<uint32_t> marked;
+    std::set<std::tuple<bool, double, std::string>> numbers;  // those of the chosen first
     for (const auto& [name, list] : lists) {
         for (const uint32_t frame : list) {
-            if (serving.timesNs.count(frame) == 0) continue;
-            const bool isChosen = serving.chosen.count(frame) > 0;
-            const bool wasChosen = serving.chosenBefore.count(frame) > 0;
-            std::string words = !isChosen ? "" : serving.finding.isOpen(frame) ? "uncertain " : "chosen ";
+            const auto known = finding.frames.find(frame);
+            if (known == finding.frames.end()) untimed.insert(frame);
+            if (known == finding.frames.end() || !marked.insert(frame).second) continue;
+            const int64_t ns = known->second.shutterTimeNs;
+            const bool isChosen = chosen.count(frame) > 0;
+            const bool wasChosen = before.count(frame) > 0;
+            std::string words = !isChosen ? "" : finding.isOpen(frame) ? "uncertain " : "chosen ";
             if (queue.held.count(frame) == 0) words += "not-held ";
             words += name;
             if (isChosen != wasChosen) words += isChosen ? " gained" : " lost";
-            marks.emplace(frame, words);
+            canvas.mark(axis.x(ns), y, std::clamp(axis.pitch / 29, 0.3, 1.0), words,
+                        fmt::format("{}, {}, {}", frame, milliseconds(ns, axis.originNs), words));
+            numbers.emplace(!isChosen, axis.x(ns),
+                            fmt::format("{}{}{}", frame, finding.anchor == frame ? "*" : "",
+                                        isChosen && finding.isOpen(frame) ? "?" : ""));
         }
     }
-    return marks;
-}
-
-void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, const Queue& queue, double y) {
-    canvas.line(kLeft - kMargin, y, axis.end(), y, "row");
-    canvas.text(kEdge, y - 2, queue.name, "name");
-    canvas.text(kEdge, y + 13, "queue " + std::to_string(queue.id));
-    const auto marks = marksOf(serving, queue);
-    for (const auto& [frame, words] : marks) {
-        const int64_t ns = serving.timesNs.at(frame);
-        canvas.mark(axis.x(ns), y, std::clamp(axis.pitch / 29, 0.3, 1.0), words,
-                    std::to_string(frame) + ", " + milliseconds(ns, axis.originNs) + ", " + words);
-    }
-    // The numbers of the chosen first, then others as there is room.
+    // As there is room.
     std::vector<double> taken;
-    for (const bool isChosen : {true, false}) {
-        for (const auto& [frame, words] : marks) {
-            if (isChosen != (serving.chosen.count(frame) > 0)) continue;
-            std::string number = std::to_string(frame) + (serving.finding.anchor == frame ? "*" : "");
-            if (isChosen && serving.finding.isOpen(frame)) number += '?';
-            const double x = axis.x(serving.timesNs.at(frame));
-            const double room = kDigit * static_cast<double>(number.size() + 1);
-            const auto isNear = [&](double other) { return std::abs(other - x) < room; };
-            if (std::any_of(taken.begin(), taken.end(), isNear)) continue;
-            taken.push_back(x);
-            canvas.text(x, y + 25, number, isChosen ? "number bold" : "number");
-        }
+    for (const auto& [isOther, x, number] : numbers) {
+        const double room = kDigit * static_cast<double>(number.size() + 1);
+        const auto isNear = [here = x, room](double other) { return std::abs(other - here) < room; };
+        if (std::any_of(taken.begin(), taken.end(), isNear)) continue;
+        taken.push_back(x);
+        canvas.text(x, y + 25, number, isOther ? "number" : "number bold");
     }
 }
 
 void draw(Canvas& canvas, const TimeAxis& axis, const Serving& serving, double top) {
     double y = top + kLine;
-    canvas.text(kEdge, y, serving.caption, "name");
-    for (const auto& [name, ns] : serving.momentsNs) {
+    for (const auto& [name, ns] : serving.momentsNs()) {
         y += kLine;
         if (axis.shows(ns)) {
-            canvas.line(axis.x(ns), y - 10, axis.x(ns), top + serving.height(), name.c_str());
+            canvas.line(axis.x(ns), y - 10, axis.x(ns), top + serving.height(), name);
             canvas.text(axis.x(ns) + 6, y, name);
         } else {
             canvas.text(kLeft, y, name + " at " + milliseconds(ns, axis.originNs));
         }
     }
+    const Finding& finding = serving.finding;
+    std::set<uint32_t> untimed;
     y = top + kHead;
-    for (const Queue& queue : serving.finding.request.queues) {
-        drawQueue(canvas, axis, serving, queue, y);
+    for (const Queue& queue : finding.request.queues) {
+        drawQueue(canvas, axis, serving, queue, y, untimed);
         y += kRow;
     }
+    std::string caption = fmt::format("{}{} needed, ", serving.name, finding.request.need);
+    caption +=
+        finding.isAsked() ? fmt::format("{} chosen", finding.run.chosen().size()) : "selection was not asked for";
+    if (!untimed.empty()) caption += "; no shutter time: " + join({untimed.begin(), untimed.end()});
+    canvas.text(kEdge, top + kLine, caption, "name");
 }
 
 void drawLegend(Canvas& canvas, double y) {
@@ -222,8 +200,8 @@ void drawLegend(Canvas& canvas, double y) {
 
 }  // namespace
 
-PictureReport::PictureReport(const std::string& file, const std::vector<std::string>& inputs, bool namesFile)
-    : mOut(file, inputs), mEnding(std::filesystem::path(file).extension()), mNamesFile(namesFile) {
+PictureReport::PictureReport(const std::string& file, const std::vector<std::string>& inputs)
+    : mOut(file, inputs), mEnding(std::filesystem::path(file).extension()) {
     if (mEnding == ".svg" || mEnding == ".png") return;
     throw InputError("--picture: expected a name ending in .svg or .png, found " + file);
 }
@@ -232,18 +210,16 @@ void PictureReport::add(const Finding& finding) {
     std::vector<Serving> servings;
     const FrameList& chosen = finding.run.chosen();
     if (const auto& before = finding.before) {
-        servings.emplace_back("before: ", servedAs(*finding.unchanged, *before), before->chosen());
-        servings.emplace_back("after: ", finding, before->chosen());
+        servings.push_back({"before: ", servedAs(*finding.unchanged, *before), before->chosen()});
+        servings.push_back({"after: ", finding, before->chosen()});
     } else {
-        servings.emplace_back(finding.other ? "first build: " : "", finding, chosen);
+        servings.push_back({finding.other ? "first build: " : "", finding, chosen});
     }
-    if (finding.other) servings.emplace_back("second build: ", servedAs(finding.request, *finding.other), chosen);
+    if (finding.other) servings.push_back({"second build: ", servedAs(finding.request, *finding.other), chosen});
     const TimeAxis axis(servings);
 
     double y = mHeight + 22;
-    std::string title = (mNamesFile ? finding.file + ": " : "") + finding.request.name;
-    if (finding.showsFrame) title += " (framework frame " + std::to_string(finding.request.fwkFrame) + ')';
-    mCanvas.text(kEdge, y, title, "title");
+    mCanvas.text(kEdge, y, titleOf(finding, true), "title");
     for (const Warning& warning : finding.warnings) mCanvas.text(kEdge, y += kLine, "warning: " + textOf(warning));
     y += 4;
     for (const Serving& serving : servings) {
@@ -258,10 +234,7 @@ void PictureReport::add(const Finding& finding) {
 void PictureReport::finish() {
     drawLegend(mCanvas, mHeight + 26);
     const double height = mHeight + kLegend;
-    if (mEnding == ".svg")
-        mOut.stream() << mCanvas.svg(mWidth, height);
-    else
-        mCanvas.writePng(mOut.stream(), mWidth, height);
+    mOut.stream() << (mEnding == ".svg" ? mCanvas.svg(mWidth, height) : mCanvas.png(mWidth, height));
     mOut.keep();
 }
 

@@ -1,5 +1,7 @@
 #include "report/SavedCase.h"
 
+#include <fmt/format.h>
+
 #include "account/LogLine.h"
 #include "capture/Text.h"
 
@@ -34,50 +36,39 @@ Value expectationOf(const Finding& finding) {
     return expect;
 }
 
-std::vector<std::string> commentsOn(const Finding& finding) {
-    if (!finding.log) return {};
-    const Evidence& log = *finding.log;
-    std::vector<std::string> comments = {std::to_string(log.reproduced) + " of " + std::to_string(log.lines) +
-                                         " lines reproduced"};
-    for (const std::string& each : log.assumptions) comments.push_back("assumed: " + each);
-    for (const std::string& each : log.missing) comments.push_back("missing: " + each);
-    if (log.settled()) return comments;
-    comments.push_back("no selection is expected: certain are " + join(log.certain) + ", possible " +
-                       join(log.possible) + "; " +
-                       (log.open.empty() ? "no line shows which frame was used last" : log.open));
-    return comments;
-}
-
 }  // namespace
 
-SavedCase::SavedCase(const std::string& file, const std::vector<std::string>& inputs, std::vector<std::string> comments)
-    : mOut(file, inputs), mComments(std::move(comments)) {}
+SavedCase::SavedCase(const std::string& file, const std::vector<std::string>& inputs, const std::string& origin)
+    : mOut(file, inputs) {
+    comment(origin);
+}
 
 void SavedCase::add(const Finding& finding) {
     std::string obstacle = finding.log ? finding.log->obstacle : "";
     if (obstacle.empty() && mPlatform && finding.platform.properties != mPlatform->properties) {
         obstacle = "it was served with other properties";
     }
-    if (!obstacle.empty()) {
-        mComments.push_back("left out: " + finding.request.name + ": " + obstacle);
-        return;
-    }
-    std::vector<std::string> comments = commentsOn(finding);
-    if (!mPlatform) {
-        printHead(mOut.stream(), finding.platform, mComments);
-    } else {
-        comments.insert(comments.begin(), mComments.begin(), mComments.end());
-    }
-    mComments.clear();
-    mPlatform = finding.platform;
+    if (!obstacle.empty()) return comment(fmt::format("left out: {}: {}", finding.request.name, obstacle));
+    if (!mPlatform) printHead(mOut.stream(), mPlatform.emplace(finding.platform));
+    if (finding.log) commentOn(*finding.log);
     Value request = valueOf(finding.request);
     request["expect"] = expectationOf(finding);
-    printRequest(mOut.stream(), request, comments);
+    printRequest(mOut.stream(), request);
+}
+
+void SavedCase::comment(const std::string& text) { mOut.stream() << "# " << printable(text) << '\n'; }
+
+void SavedCase::commentOn(const Evidence& log) {
+    comment(fmt::format("{} of {} lines reproduced", log.reproduced, log.lines));
+    for (const std::string& each : log.assumptions) comment("assumed: " + each);
+    for (const std::string& each : log.missing) comment("missing: " + each);
+    if (log.settled()) return;
+    comment(fmt::format("no selection is expected: certain are {}, possible {}; {}", join(log.certain),
+                        join(log.possible), log.open.empty() ? "no line shows which frame was used last" : log.open));
 }
 
 void SavedCase::finish() {
     if (!mPlatform) throw std::runtime_error("--save-case: expected a request that can be replayed, found none");
-    for (const std::string& comment : mComments) mOut.stream() << "# " << printable(comment) << '\n';
     mOut.keep();
 }
 

@@ -14,8 +14,8 @@ namespace replay {
 
 class SavedCase {
 public:
-    // The comments stand at its head.
-    SavedCase(const std::string& file, const std::vector<std::string>& inputs, std::vector<std::string> comments);
+    // The origin stands at its head, as a comment.
+    SavedCase(const std::string& file, const std::vector<std::string>& inputs, const std::string& origin);
 
     // Properties and static metadata of the first finding are the file's. Of a request from a log the selection is
     // expected where the log settles it; else its lines are, and a comment says why.
@@ -23,8 +23,10 @@ public:
     void finish();
 
 private:
+    void comment(const std::string& text);
+    void commentOn(const Evidence& log);
+
     OutputFile mOut;
-    std::vector<std::string> mComments;
     std::optional<Case> mPlatform;
 };
 

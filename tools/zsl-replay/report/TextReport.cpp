@@ -1,7 +1,7 @@
 #include "report/TextReport.h"
 
-#include <algorithm>
-#include <iomanip>
+#include <fmt/format.h>
+
 #include <map>
 #include <set>
 #include <sstream>
@@ -24,12 +24,11 @@ std::string gateWords(const Finding& finding) {
     if (finding.request.call) return "not asked: " + finding.request.call->strategy + " is called directly";
     const halcore::RequestOutcome& outcome = finding.run.outcome;
     std::string text = outcome.needed ? "taken" : "not taken";
-    if (finding.account.disabled) text += std::string(": ") + kSwitchProperty + " is true, or not set";
+    if (finding.account.disabled) text += fmt::format(": {} is true, or not set", kSwitchProperty);
     if (const auto& gate = finding.account.gate) {
-        text += ": ZSL enabled " + std::to_string(gate->enableZsl) + ", forced on " + std::to_string(gate->forceOn) +
-                ", HDR " + std::to_string(gate->hdr) + ", HDR super-resolution " + std::to_string(gate->hdrsr) +
-                ", motion strategy " + std::to_string(gate->motionStrategy) + ", banding " +
-                std::to_string(gate->banding);
+        text += fmt::format(
+            ": ZSL enabled {}, forced on {}, HDR {}, HDR super-resolution {}, motion strategy {}, banding {}",
+            gate->enableZsl, gate->forceOn, gate->hdr, gate->hdrsr, gate->motionStrategy, gate->banding);
     }
     if (outcome.needed && !outcome.selected) text += "; the core does not ask for a selection";
     if (!outcome.needed && outcome.selected) text += "; the core asks for a selection all the same";
@@ -41,7 +40,7 @@ public:
     TextWriter(const Finding& finding, const TextOptions& options) : mFinding(finding), mOptions(options) {}
 
     std::string write() {
-        writeTitle();
+        mText = printable(titleOf(mFinding, mOptions.namesFile)) + '\n';
         if (mFinding.canServe()) {
             line("gate", gateWords(mFinding));
             writeQueues();
@@ -66,14 +65,13 @@ public:
     }
 
 private:
-    void line(std::string label, const std::string& text, const char* colour = nullptr) {
-        label.resize(std::max(label.size() + 1, kIndent - 2), ' ');
-        label = "  " + label;
-        mText += (colour != nullptr && mOptions.colour ? colour + label + "\033[0m" : label) + printable(text) + '\n';
+    void line(const char* label, const std::string& text, const char* colour = "") {
+        mText += fmt::format("{}  {:<10} {}{}\n", mOptions.colour ? colour : "", label,
+                             mOptions.colour && *colour != 0 ? "\033[0m" : "", printable(text));
     }
 
     // A line that may be long: it wraps between words.
-    void list(const std::string& label, const std::string& words, const char* colour = nullptr) {
+    void list(const char* label, const std::string& words, const char* colour = "") {
         line(label, "", colour);
         mText.pop_back();
         size_t column = kIndent;
@@ -99,30 +97,21 @@ private:
         }
         std::string words;
         for (const uint32_t frame : frames) {
-            const std::string number = std::to_string(frame) + (mFinding.anchor == frame ? "*" : "");
+            std::string word = fmt::format("{}{}", frame, mFinding.anchor == frame ? "*" : "");
             if (chosen.count(frame) > 0)
-                append(words, '[' + number + (mFinding.isOpen(frame) ? "?]" : "]"), " ");
+                word = fmt::format("[{}{}]", word, mFinding.isOpen(frame) ? "?" : "");
             else if (lost.count(frame) > 0)
-                append(words, '(' + number + ')', " ");
-            else
-                append(words, number, " ");
+                word = fmt::format("({})", word);
+            append(words, word, " ");
         }
         return words.empty() ? "none" : words;
-    }
-
-    void writeTitle() {
-        if (mOptions.namesFile) mText += printable(mFinding.file) + ": ";
-        mText += printable(mFinding.request.name) + " (request " + std::to_string(mFinding.number);
-        if (mFinding.log) mText += ", " + printable(mFinding.log->time);
-        if (mFinding.showsFrame) mText += ", framework frame " + std::to_string(mFinding.request.fwkFrame);
-        mText += mFinding.platform.recorded ? ", recorded)\n" : ")\n";
     }
 
     void writeQueues() {
         const Queue* meta = mFinding.request.metaQueue();
         std::string names;
         for (const Queue& queue : mFinding.request.queues) {
-            append(names, std::to_string(queue.id) + " [" + queue.name + ']');
+            append(names, fmt::format("{} [{}]", queue.id, queue.name));
         }
         line("queues", names.empty() ? "none" : names + (meta == nullptr ? ", none of them for metadata" : ""));
         if (meta == nullptr) return;
@@ -133,7 +122,7 @@ private:
     void writeSearch() {
         const Account& account = mFinding.account;
         if (const auto& target = mFinding.targetNs) {
-            std::string text = std::to_string(*target) + " ns";
+            std::string text = fmt::format("{} ns", *target);
             if (account.driver && account.targetNs) {
                 text += ", " + milliseconds(*target, account.driver->anchorTimestampNs) + " from the anchor timestamp";
             }
@@ -141,14 +130,11 @@ private:
         } else if (account.targetNs) {
             line("target", "none: zsdTs is 0");
         }
-        std::string strategies;
-        for (const std::string& each : account.strategies) append(strategies, each, ", then ");
+        const std::string strategies = fmt::format("{}", fmt::join(account.strategies, ", then "));
         if (!strategies.empty()) line("strategy", strategies);
-        if (!mFinding.anchor) return;
-        std::string text = std::to_string(*mFinding.anchor);
-        if (const auto& distance = mFinding.anchorDistanceNs)
-            text += ", " + milliseconds(*distance, 0) + " from the target";
-        line("anchor", text);
+        const auto& distance = mFinding.anchorDistanceNs;
+        const std::string away = distance ? fmt::format(", {} from the target", milliseconds(*distance, 0)) : "";
+        if (mFinding.anchor) line("anchor", std::to_string(*mFinding.anchor) + away);
     }
 
     // What the library met on its way.
@@ -156,13 +142,15 @@ private:
         const Account& account = mFinding.account;
         std::map<std::string, FrameList> passedBy;
         for (const FrameNotHeld& each : account.notHeld) passedBy[each.queue].push_back(each.frame);
-        for (const auto& [queue, frames] : passedBy) list("passed by", join(frames) + " not held by [" + queue + ']');
-        if (mFinding.spanBegin) line("span", "begins at " + std::to_string(*mFinding.spanBegin));
+        for (const auto& [queue, frames] : passedBy) {
+            list("passed by", fmt::format("{} not held by [{}]", join(frames), queue));
+        }
+        if (mFinding.spanBegin) line("span", fmt::format("begins at {}", *mFinding.spanBegin));
         const Queue* meta = mFinding.request.metaQueue();
         for (const GroupLine& group : account.groups) {
             const bool known = meta != nullptr && group.position < meta->all.size();
             std::string text = known ? std::to_string(meta->all[group.position]) : "?";
-            text += " judged by its reference frame " + std::to_string(group.referenceFrame);
+            text += fmt::format(" judged by its reference frame {}", group.referenceFrame);
             if (mFinding.targetNs) text += ", " + milliseconds(group.timeDiffNs, 0).substr(1) + " off";
             line("group", text + (group.position == account.groups.back().nearestPosition ? "  <- nearest" : ""));
         }
@@ -171,49 +159,37 @@ private:
     }
 
     void writeChosen() {
+        if (!mFinding.isAsked()) return line("chosen", "selection was not asked for");
         const FrameList& chosen = mFinding.run.chosen();
-        const halcore::RequestOutcome& outcome = mFinding.run.outcome;
-        const bool isCall = mFinding.request.call.has_value();
-        if (!isCall && !outcome.selected) {
-            line("chosen", "selection was not asked for");
-            return;
-        }
-        std::string text = std::to_string(chosen.size()) + " of " + std::to_string(mFinding.request.need) + " needed:";
-        for (const uint32_t frame : chosen) text += ' ' + std::to_string(frame) + (mFinding.isOpen(frame) ? "?" : "");
+        std::string text = fmt::format("{} of {} needed:", chosen.size(), mFinding.request.need);
+        for (const uint32_t frame : chosen) text += fmt::format(" {}{}", frame, mFinding.isOpen(frame) ? "?" : "");
         if (chosen.empty()) text += " none";
-        if (isCall) text += mFinding.run.result ? " (true)" : " (false)";
+        if (mFinding.request.call) text += mFinding.run.result ? " (true)" : " (false)";
         list("chosen", text, kChosenColour);
         std::string checks;
-        for (const auto& [frame, result] : outcome.checks) {
-            append(checks, std::to_string(frame) + (result.first && result.second ? " passes" : " fails"));
+        for (const auto& [frame, result] : mFinding.run.outcome.checks) {
+            append(checks, fmt::format("{} {}", frame, result.first && result.second ? "passes" : "fails"));
         }
         if (!checks.empty()) list("checks", checks);
     }
 
     void writeEvidence(const Evidence& log) {
-        if (!log.obstacle.empty()) {
-            line("certain", "nothing: it can't be rebuilt");
-        } else if (log.settled()) {
-            line("certain", "the selection, whichever last used frame the lines allow");
-        } else {
+        if (log.obstacle.empty()) {
             list("certain", join(log.certain));
             list("possible", join(log.possible));
         }
         if (!log.open.empty()) line("open", log.open);
         for (const std::string& each : log.assumptions) line("assumed", each);
         for (const std::string& each : log.missing) line("missing", each);
-        line("log", std::to_string(log.reproduced) + " of " + counted(log.lines, "line") + " reproduced" +
-                        (mFinding.differences.empty() ? ": consistent with the log" : "") +
-                        (mFinding.whatIf ? ", as far as the unchanged request goes" : ""));
+        line("log", fmt::format("{} of {} reproduced{}{}", log.reproduced, counted(log.lines, "line"),
+                                mFinding.differences.empty() ? ": consistent with the log" : "",
+                                mFinding.whatIf ? ", as far as the unchanged request goes" : ""));
     }
 
-    void writeDifference(const std::string& label, const Difference& difference) {
-        if (difference.none()) {
-            line(label, "nothing differs: the same frames, library calls and log lines");
-            return;
-        }
+    void writeDifference(const char* label, const Difference& difference) {
+        if (difference.none()) return line(label, "nothing differs: the same frames, library calls and log lines");
         if (const auto& step = difference.firstStep) {
-            line(label, "from step " + std::to_string(step->number) + " of the library's calls and log lines:");
+            line(label, fmt::format("from step {} of the library's calls and log lines:", step->number));
             line("  before", step->before);
             line("  after", step->after);
         } else {
@@ -228,12 +204,10 @@ private:
     void writeReasons() {
         for (const FrameReason& each : mFinding.explain) {
             const bool isAssumed = each.offsetNs && mFinding.frames.at(each.frame).assumed;
-            std::ostringstream row;
-            row << "  " << std::left << std::setw(11) << each.list + '[' + std::to_string(each.position) + ']'
-                << std::right << "  " << std::setw(4) << each.frame << "  " << std::setw(12)
-                << (each.offsetNs ? (isAssumed ? "~" : "") + milliseconds(*each.offsetNs, 0) : "-") << "  held by "
-                << std::left << std::setw(5) << join(each.queues) << "  " << each.reason;
-            mText += printable(row.str()) + '\n';
+            const std::string offset = each.offsetNs ? (isAssumed ? "~" : "") + milliseconds(*each.offsetNs, 0) : "-";
+            mText += fmt::format("  {:<11}  {:>4}  {:>12}  held by {:<5}  {}\n",
+                                 fmt::format("{}[{}]", each.list, each.position), each.frame, offset, join(each.queues),
+                                 printable(each.reason));
         }
     }
 
@@ -245,11 +219,19 @@ private:
 }  // namespace
 
 std::string counted(size_t number, const std::string& what) {
-    return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
+    return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
+}
+
+std::string titleOf(const Finding& finding, bool namesFile) {
+    std::string title = namesFile ? finding.file + ": " : "";
+    title += fmt::format("{} (request {}", finding.request.name, finding.number);
+    if (finding.log) title += ", " + finding.log->time;
+    if (finding.showsFrame) title += fmt::format(", framework frame {}", finding.request.fwkFrame);
+    return title + (finding.platform.recorded ? ", recorded)" : ")");
 }
 
 std::string textOf(const Warning& warning) {
-    return warning.kind + ": " + warning.text + (warning.certain ? "" : " (not certain)");
+    return fmt::format("{}: {}{}", warning.kind, warning.text, warning.certain ? "" : " (not certain)");
 }
 
 std::string textOf(const Finding& finding, const TextOptions& options) { return TextWriter(finding, options).write(); }

@@ -21,6 +21,9 @@ struct TextOptions {
 // Lines, each with its end. Nothing in them that a terminal would obey but colours.
 std::string textOf(const Finding& finding, const TextOptions& options);
 
+// "a.log: line 27, process 10, thread 11 (request 5, 11-22 01:02:03.004, framework frame 7)".
+std::string titleOf(const Finding& finding, bool namesFile);
+
 // "short: 2 of 3 frames needed".
 std::string textOf(const Warning& warning);
 

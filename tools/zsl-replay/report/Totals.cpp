@@ -1,5 +1,7 @@
 #include "report/Totals.h"
 
+#include <fmt/format.h>
+
 #include <nlohmann/json.hpp>
 
 #include "capture/Text.h"
@@ -11,7 +13,7 @@ namespace {
 
 std::string words(const std::map<std::string, size_t>& counts) {
     std::string text;
-    for (const auto& [name, count] : counts) append(text, name + ' ' + std::to_string(count));
+    for (const auto& [name, count] : counts) append(text, fmt::format("{} {}", name, count));
     return text.empty() ? "none" : text;
 }
 
@@ -25,6 +27,7 @@ void Totals::addFile(bool isEmptyLog) {
 void Totals::add(const Finding& finding) {
     ++mRequests;
     mFailing += finding.differences.empty() ? 0 : 1;
+    mCompares = mCompares || finding.against;
     mDiffer += finding.against && !finding.against->none() ? 1 : 0;
     for (const std::string& strategy : finding.account.strategies) ++mStrategies[strategy];
     for (const Warning& warning : finding.warnings) ++mWarnings[warning.kind];
@@ -41,35 +44,32 @@ int64_t Totals::distanceNs(size_t percent) const {
     return *std::next(mDistancesNs.begin(), static_cast<std::ptrdiff_t>(place));
 }
 
-std::string Totals::reproduced() const {
-    return std::to_string(mReproduced) + " of " + counted(mLines, "line") + " reproduced";
-}
-
 std::string Totals::line(const std::string& name) const {
-    std::string text = printable(name) + ": " + counted(mRequests, "request");
-    if (mLogged > 0) text += ", " + reproduced();
+    std::string text = fmt::format("{}: {}", printable(name), counted(mRequests, "request"));
+    if (mLogged > 0) text += fmt::format(", {} of {} reproduced", mReproduced, counted(mLines, "line"));
     if (!mWarnings.empty()) text += ", warnings: " + words(mWarnings);
-    if (mCompares) text += mDiffer == 0 ? ", both builds agree" : ", the builds differ in " + std::to_string(mDiffer);
-    if (mFailing > 0) return text + ", " + std::to_string(mFailing) + (mFailing == 1 ? " differs\n" : " differ\n");
+    if (mCompares) text += mDiffer == 0 ? ", both builds agree" : fmt::format(", the builds differ in {}", mDiffer);
+    if (mFailing > 0) return text + fmt::format(", {} differ{}\n", mFailing, mFailing == 1 ? "s" : "");
     return text + (mLogged > 0 ? ", consistent with the log\n" : ", as expected\n");
 }
 
 std::string Totals::block() const {
-    std::string text = "total: " + counted(mFiles, "file") + ", " + counted(mRequests, "request") + '\n';
-    if (mEmptyLogs > 0) text += "  no lines   " + counted(mEmptyLogs, "log") + " without the selector's lines\n";
-    if (mLogged > 0) text += "  log        " + reproduced() + '\n';
-    text += "  strategies " + words(mStrategies) + '\n';
-    text += "  warnings   " + words(mWarnings) + '\n';
+    std::string text = fmt::format("total: {}, {}\n", counted(mFiles, "file"), counted(mRequests, "request"));
+    if (mEmptyLogs > 0)
+        text += fmt::format("  no lines   {} without the selector's lines\n", counted(mEmptyLogs, "log"));
+    if (mLogged > 0) text += fmt::format("  log        {} of {} reproduced\n", mReproduced, counted(mLines, "line"));
+    text += fmt::format("  strategies {}\n  warnings   {}\n", words(mStrategies), words(mWarnings));
     if (!mDistancesNs.empty()) {
-        text += "  anchor     from the target: median " + milliseconds(distanceNs(50), 0) + ", 90 % within " +
-                milliseconds(distanceNs(90), 0) + ", furthest " + milliseconds(distanceNs(100), 0) + '\n';
+        text += fmt::format("  anchor     from the target: median {}, 90 % within {}, furthest {}\n",
+                            milliseconds(distanceNs(50), 0), milliseconds(distanceNs(90), 0),
+                            milliseconds(distanceNs(100), 0));
     }
-    if (mLogged > 0)
-        text += "  certain    " + std::to_string(mCertain) + " of " + counted(mLogged, "selection") + " from logs\n";
-    if (mCompares) text += "  builds     differ in " + counted(mDiffer, "request") + '\n';
-    text += "  differ     " +
-            (mFailing == 0 ? "none\n" : counted(mFailing, "request") + " from what is expected, or logged\n");
-    return text;
+    if (mLogged > 0) {
+        text += fmt::format("  certain    {} of {} from logs\n", mCertain, counted(mLogged, "selection"));
+    }
+    if (mCompares) text += fmt::format("  builds     differ in {}\n", counted(mDiffer, "request"));
+    if (mFailing == 0) return text + "  differ     none\n";
+    return text + fmt::format("  differ     {} from what is expected, or logged\n", counted(mFailing, "request"));
 }
 
 std::string Totals::json() const {

@@ -13,12 +13,9 @@ namespace replay {
 
 class Totals {
 public:
-    explicit Totals(bool compares) : mCompares(compares) {}  // two builds
-
     void addFile(bool isEmptyLog);
     void add(const Finding& finding);
 
-    size_t files() const { return mFiles; }
     size_t requests() const { return mRequests; }
 
     // One line for a file: "a.log: 3 requests, 26 of 26 lines reproduced, consistent with the log".
@@ -29,9 +26,8 @@ public:
 private:
     // The least distance that so many percent of all do not exceed; there must be one.
     int64_t distanceNs(size_t percent) const;
-    std::string reproduced() const;
 
-    bool mCompares;
+    bool mCompares = false;  // two builds
     size_t mFiles = 0;
     size_t mEmptyLogs = 0;
     size_t mRequests = 0;
