@@ -16,19 +16,6 @@ constexpr char kSensorMode[] = "com.nexaro.ext.control.policy.sensorMode";
 
 void assume(Finding& out, std::string what) { out.log->assumptions.push_back(std::move(what)); }
 
-Evidence evidenceOf(const LoggedRequest& logged) {
-    const LoggedLine& first = logged.firstLine();
-    Evidence evidence;
-    evidence.process = first.pid;
-    evidence.thread = first.tid;
-    evidence.time = first.time;
-    evidence.showsGate = logged.account.showsGate();
-    evidence.showsNeed = logged.account.driver.has_value();
-    evidence.missing = logged.unread;
-    evidence.missing.insert(evidence.missing.end(), logged.notes.begin(), logged.notes.end());
-    return evidence;
-}
-
 // Why there is nothing to replay; else empty.
 std::string obstacleOf(const LoggedRequest& logged) {
     const Account& log = logged.account;
@@ -193,9 +180,12 @@ Finding rebuild(const LoggedRequest& logged) {
     const Account& log = logged.account;
     const LoggedLine& first = logged.firstLine();
     Finding out;
-    Evidence& evidence = out.log.emplace(evidenceOf(logged));
+    Evidence& evidence = out.log.emplace();
+    evidence.firstLine = first;
+    evidence.account = log;
+    evidence.missing = logged.unread;
+    evidence.missing.insert(evidence.missing.end(), logged.notes.begin(), logged.notes.end());
     Request& request = out.request;
-    out.showsFrame = log.fwkFrame.has_value();
     request.fwkFrame = log.fwkFrame.value_or(0);
     request.name = "line " + std::to_string(first.number) + ", process " + std::to_string(first.pid) + ", thread " +
                    std::to_string(first.tid);
@@ -208,7 +198,7 @@ Finding rebuild(const LoggedRequest& logged) {
     }
     setGate(logged, out);
     setDriver(log, request);
-    if (!out.showsFrame) assume(out, "framework frame: 0, as no line shows it");
+    if (!log.fwkFrame) assume(out, "framework frame: 0, as no line shows it");
     if (log.hasLists() && !log.driver) evidence.missing.push_back("the line of the frames needed is missing");
     if (log.hasLists() && !log.targetNs) evidence.missing.push_back("the line of the target moment is missing");
     setChecks(logged, log.hasLists() ? makeQueues(log, out) : Queue(), out);

@@ -36,14 +36,14 @@ void addRequest(const Finding& finding, Json& json) {
     const Queue* meta = request.metaQueue();
     json["request"] = request.name;
     json["number"] = finding.number;
-    if (finding.showsFrame) json["frame"] = request.fwkFrame;
+    if (finding.showsFrame()) json["frame"] = request.fwkFrame;
     if (const auto& log = finding.log) {
-        json["process"] = log->process;
-        json["thread"] = log->thread;
-        json["time"] = log->time;
+        json["process"] = log->firstLine.pid;
+        json["thread"] = log->firstLine.tid;
+        json["time"] = log->firstLine.time;
     }
     json["recorded"] = finding.platform.recorded;
-    if (!finding.log || finding.log->showsNeed) {
+    if (!finding.log || finding.log->account.driver) {
         json["need"] = request.need;
         json["master"] = request.master;
     }
@@ -58,7 +58,7 @@ void addRequest(const Finding& finding, Json& json) {
 
 void addOutcome(const Finding& finding, Json& json) {
     const halcore::RequestOutcome& outcome = finding.run.outcome;
-    if (finding.canServe() && (!finding.log || finding.log->showsGate)) json["gate"] = outcome.needed;
+    if (finding.canServe() && finding.showsGate()) json["gate"] = outcome.needed;
     if (finding.canServe()) json["selected"] = outcome.selected;
     json["strategies"] = finding.account.strategies;
     if (finding.targetNs) json["target"] = *finding.targetNs;

@@ -238,7 +238,7 @@ void PictureReport::add(const Finding& finding) {
 
     double y = mHeight + 22;
     std::string title = (mNamesFile ? finding.file + ": " : "") + finding.request.name;
-    if (finding.showsFrame) title += " (framework frame " + std::to_string(finding.request.fwkFrame) + ')';
+    if (finding.showsFrame()) title += " (framework frame " + std::to_string(finding.request.fwkFrame) + ')';
     mCanvas.text(kEdge, y, title, "title");
     for (const Warning& warning : finding.warnings) mCanvas.text(kEdge, y += kLine, "warning: " + textOf(warning));
     y += 4;

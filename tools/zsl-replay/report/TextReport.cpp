@@ -20,7 +20,7 @@ constexpr char kDiffersColour[] = "\033[1;31m";
 
 // The gate's answer, the flags that its line shows, and what the core made of it.
 std::string gateWords(const Finding& finding) {
-    if (finding.log && !finding.log->showsGate) return "not in the log";
+    if (!finding.showsGate()) return "not in the log";
     if (finding.request.call) return "not asked: " + finding.request.call->strategy + " is called directly";
     const halcore::RequestOutcome& outcome = finding.run.outcome;
     std::string text = outcome.needed ? "taken" : "not taken";
@@ -113,8 +113,8 @@ private:
     void writeTitle() {
         if (mOptions.namesFile) mText += printable(mFinding.file) + ": ";
         mText += printable(mFinding.request.name) + " (request " + std::to_string(mFinding.number);
-        if (mFinding.log) mText += ", " + printable(mFinding.log->time);
-        if (mFinding.showsFrame) mText += ", framework frame " + std::to_string(mFinding.request.fwkFrame);
+        if (mFinding.log) mText += ", " + printable(mFinding.log->firstLine.time);
+        if (mFinding.showsFrame()) mText += ", framework frame " + std::to_string(mFinding.request.fwkFrame);
         mText += mFinding.platform.recorded ? ", recorded)\n" : ")\n";
     }
 
