@@ -164,10 +164,7 @@ void setChecks(const LoggedRequest& logged, Queue checked, Finding& out) {
     }
     request.queues.push_back(std::move(checked));
     assume(out, "sensor modes of frames that were not checked: 0");
-    if (log.check) {
-        request.check.role = log.check->role;
-        request.check.aiHlFrames = log.check->aiHlFrames;
-    }
+    request.check = log.check;
     if (log.desiredMode) (*request.metadata)[kSensorMode] = tagValue(kSensorMode, *log.desiredMode);
     if (!logged.hasDebug || log.checkReadsMetadata) return;
     request.check.metadata.emplace();
