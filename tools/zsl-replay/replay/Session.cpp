@@ -1,6 +1,7 @@
 #include "replay/Session.h"
 
 #include <cutils/properties.h>
+#include <fmt/format.h>
 
 #include <utility>
 
@@ -21,17 +22,17 @@ constexpr char kMotionProperty[] = "desk.adapter.motion";
 constexpr uint32_t kZslGroup = 0x40;
 
 std::string stepOf(const halcore::QueueCall& call) {
-    const std::string operation = call.operation;
+    const std::string_view operation = call.operation;
     const bool hasArgument = operation == "getFrame" || operation == "getFrameList";
-    return "call [" + std::to_string(call.queue.id()) + "] " + operation + '(' +
-           (hasArgument ? std::to_string(call.argument) : "") + (call.found ? ")" : ") -> none");
+    return fmt::format("call [{}] {}({}){}", call.queue.id(), operation,
+                       hasArgument ? std::to_string(call.argument) : "", call.found ? "" : " -> none");
 }
 
 // Builds differ in source lines.
 std::string stepOf(const desk::LogLine& line) {
     const auto message = splitMessage(line.message);
-    if (!message) return "log \"" + line.message + '"';
-    return "log \"" + std::string(message->function) + ": " + std::string(withoutAddress(message->text)) + '"';
+    if (!message) return fmt::format("log \"{}\"", line.message);
+    return fmt::format("log \"{}: {}\"", message->function, withoutAddress(message->text));
 }
 
 std::shared_ptr<halcore::FrameQueue> makeQueue(const Queue& queue) {
