@@ -77,7 +77,7 @@ struct Account {
     std::vector<FrameNotHeld> notHeld;
     std::optional<AnchorLine> anchor;
     std::vector<GroupLine> groups;
-    std::optional<FrameList> beforeThinning;  // where they are not cut
+    std::optional<FrameList> beforeThinning;
     std::optional<FrameList> afterThinning;
     Check check;                                              // role and frames of the last frame checked
     std::map<uint32_t, std::optional<uint32_t>> sensorModes;  // of checked frames; absent: the queue does not hold it

@@ -100,13 +100,9 @@ const std::vector<CatalogueEntry>& catalogue() {
         {'D', "[ZSLSelector] fwkFrame:%u, consumerSize: %d, fistConsumerFrameNum: %d", {kSnsc1}},
         {'D', "[ZSLSelector] consumer: finalList: %s", {kSnsc1}},
         {'I', "[ZSLSelector] before update fwkFrame:%u final Select list: %s", {kSnsc1},
-         [](const Line& line, Account& account) {
-             if (!line.isCut) account.beforeThinning = line.frames;
-         }},
+         [](const Line& line, Account& account) { account.beforeThinning = line.frames; }},
         {'I', "[ZSLSelector] after update fwkFrame:%u final Select list: %s", {kSnsc1},
-         [](const Line& line, Account& account) {
-             if (!line.isCut) account.afterThinning = line.frames;
-         }},
+         [](const Line& line, Account& account) { account.afterThinning = line.frames; }},
         {'I', "[ZSLSelector] checkFrameNum = %d fwkFrameNum = %d  reqtMasterId = %d masterRoleId = %d AiHLFrameNum = %d "
               "this = %p", checking,
          [](const Line& line, Account& account) { account.check = {0, line.signed32(3), line.signed32(4), {}, {}}; }, true},
