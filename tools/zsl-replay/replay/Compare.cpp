@@ -78,16 +78,16 @@ void compareWholeLog(const Lines& expected, const Log& log, Lines& out) {
 
 // In this order, whatever stands between them.
 void findLines(const Lines& expected, const Log& log, Lines& out) {
-    auto next = expected.begin();
-    auto after = log.begin();
-    for (auto line = log.begin(); line != log.end() && next != expected.end(); ++line) {
-        if (!isLine(*line, *next)) continue;
-        ++next;
-        after = std::next(line);
+    auto at = log.begin();
+    for (const std::string& wanted : expected) {
+        const auto found = std::find_if(at, log.end(), [&](const desk::LogLine& line) { return isLine(line, wanted); });
+        if (found == log.end()) {
+            out.push_back(fmt::format("log: expected, after message {}, \"{}\", found no such message",
+                                      at - log.begin(), wanted));
+            return;
+        }
+        at = std::next(found);
     }
-    if (next == expected.end()) return;
-    out.push_back(
-        fmt::format("log: expected, after message {}, \"{}\", found no such message", after - log.begin(), *next));
 }
 
 // Those of `frames` that are not in `others`, as often as they are missing there.
