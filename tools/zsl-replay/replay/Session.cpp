@@ -58,20 +58,19 @@ zohal::ZSLFrameSelectInfo makeSelectInfo(const Request& request) {
     return info;
 }
 
-std::optional<zohal::ZSLFrameCheckInfo> makeCheckInfo(const Request& request,
-                                                      const zohal::ZSLFrameSelectInfo& selectInfo) {
+std::optional<zohal::ZSLFrameCheckInfo> makeCheckInfo(
+    const Request& request, const std::vector<std::shared_ptr<zohal::ZSLFrameQueue>>& queues) {
     bool isChecked = request.check.of.has_value();
     for (const Queue& queue : request.queues) isChecked |= queue.type == zohal::kFrameInfoQueue;
     if (!isChecked) return std::nullopt;
 
     zohal::ZSLFrameCheckInfo info{};
-    if (!selectInfo.requestMetas.empty()) info.requestMeta = selectInfo.requestMetas.front();
-    if (request.check.metadata) info.requestMeta = makeMetadata(*request.check.metadata);
+    info.requestMeta = makeMetadata(request.check.metadata.value_or(request.metadata));
     info.fwkFrameNum = request.fwkFrame;
     info.logicalId = request.check.camera;
     info.reqtMasterId = static_cast<int32_t>(request.master);
     info.masterRoleId = request.check.role;
-    info.zslQueues = selectInfo.zslQueues;
+    info.zslQueues = queues;
     info.AiHLFrameNum = request.check.aiHlFrames;
     return info;
 }
@@ -130,7 +129,7 @@ Run Session::serve(const Request& request, Recording recording) {
         mRun.result = mPlugin->callStrategy(call, info, metaQueue);
         mRun.selectList = call.selectList;
     } else {
-        mRun.outcome = mPlugin->serve(info, request.select, makeCheckInfo(request, info), request.check.of);
+        mRun.outcome = mPlugin->serve(info, request.select, makeCheckInfo(request, info.zslQueues), request.check.of);
     }
     mRun.offlineLog = desk::takeOfflineLog();
     return std::move(mRun);
