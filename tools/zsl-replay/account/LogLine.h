@@ -57,6 +57,9 @@ struct LoggedLine {
     bool isGate() const { return function == "isSelectorNeeded"; }
     bool isFirst() const;                      // of a selection, or of a frame's check
     std::optional<uint32_t> fwkFrame() const;  // where it shows that
+
+    // Of the first line of a frame's check: the frame; else 0.
+    uint32_t checkedFrame() const { return isCheck && isFirst() ? unsigned32(0) : 0; }
 };
 
 // The selector's line, or a note on dropped ones, that a line of a log holds; that a replay has logged.

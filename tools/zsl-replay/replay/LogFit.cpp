@@ -107,7 +107,7 @@ std::string assumeLostFrames(Session& session, const Account& log, Request& requ
 std::string assumeChecks(const LoggedRequest& logged, Request& request) {
     if (logged.checks.empty()) return "";
     FrameList& frames = request.check.of.emplace();
-    for (const LoggedRequest::Check& check : logged.checks) frames.push_back(check.frame);
+    for (const LoggedRequest::Lines& check : logged.checks) frames.push_back(check.front().checkedFrame());
     return "frames checked: those in the log, whether they were chosen or not";
 }
 

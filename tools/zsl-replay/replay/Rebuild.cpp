@@ -184,7 +184,7 @@ Finding rebuild(const LoggedRequest& logged) {
     evidence.obstacle = evidence.open = obstacleOf(logged);
     if (!evidence.obstacle.empty()) {
         evidence.lines = logged.lines.size();
-        for (const LoggedRequest::Check& check : logged.checks) evidence.lines += check.lines.size();
+        for (const LoggedRequest::Lines& check : logged.checks) evidence.lines += check.size();
         out.differences.push_back("can't be rebuilt: " + evidence.obstacle);
         return out;
     }
