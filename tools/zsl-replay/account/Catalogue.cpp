@@ -105,7 +105,10 @@ const std::vector<CatalogueEntry>& catalogue() {
          [](const Line& line, Account& account) { account.afterThinning = line.frames; }},
         {'I', "[ZSLSelector] checkFrameNum = %d fwkFrameNum = %d  reqtMasterId = %d masterRoleId = %d AiHLFrameNum = %d "
               "this = %p", checking,
-         [](const Line& line, Account& account) { account.check = {0, line.signed32(3), line.signed32(4), {}, {}}; }, true},
+         [](const Line& line, Account& account) {
+             account.check.role = line.signed32(3);
+             account.check.aiHlFrames = line.signed32(4);
+         }, true},
         {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u zslFrame perframeSensorMode:%d", checking,
          [](const Line& line, Account& account) { account.sensorModes[line.unsigned32(1)] = line.unsigned32(2); }},
         {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u get metaFrame failed perframeSensorMode = %d", checking,
