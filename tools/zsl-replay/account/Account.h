@@ -58,12 +58,6 @@ struct GroupLine {
     uint32_t nearestPosition;  // so far
 };
 
-// The first line of a frame's sensor-mode check.
-struct CheckLine {
-    int32_t role;
-    int32_t aiHlFrames;
-};
-
 struct Account {
     std::optional<uint32_t> fwkFrame;  // where a line shows it
     bool disabled = false;             // "disable motion zsl selector"
@@ -83,9 +77,9 @@ struct Account {
     std::vector<FrameNotHeld> notHeld;
     std::optional<AnchorLine> anchor;
     std::vector<GroupLine> groups;
-    std::optional<FrameList> beforeThinning;  // where they are not cut
+    std::optional<FrameList> beforeThinning;
     std::optional<FrameList> afterThinning;
-    std::optional<CheckLine> check;                           // of the last frame checked
+    Check check;                                              // role and frames of the last frame checked
     std::map<uint32_t, std::optional<uint32_t>> sensorModes;  // of checked frames; absent: the queue does not hold it
     bool checkReadsMetadata = false;                          // there is a metadata object
     std::optional<int32_t> desiredMode;                       // that a tag in it names

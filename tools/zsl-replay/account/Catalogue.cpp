@@ -19,9 +19,11 @@ void noteList(const Line& line, Account& account) {
     account.*kList = line.frames;
 }
 
+// The line of a frame that the metadata queue has lost shows no time.
 template <ListKind kList>
 void noteMet(const Line& line, Account& account) {
-    account.met.push_back({kList, line.unsigned32(1), line.numbers[2]});
+    FrameMet& met = account.met.emplace_back(FrameMet{kList, line.unsigned32(1), std::nullopt});
+    if (line.numbers.size() > 2) met.shutterTimeNs = line.numbers[2];
 }
 
 void noteAnchor(const Line& line, Account& account) { account.anchor = {line.numbers[1], line.unsigned32(2)}; }
@@ -84,9 +86,7 @@ const std::vector<CatalogueEntry>& catalogue() {
          }},
         {'I', "[ZSLSelector] fwkFrame:%u Consumer list: %u shutter time:%ld", searching, noteMet<ListKind::kConsumer>},
         {'I', "[ZSLSelector] fwkFrame:%u Consumer list: %u ResultMetaTarget removed", searching,
-         [](const Line& line, Account& account) {
-             account.met.push_back({ListKind::kConsumer, line.unsigned32(1), std::nullopt});
-         }},
+         noteMet<ListKind::kConsumer>},
         {'I', "[ZSLSelector] fwkFrame:%u Producer list: %u shutter time:%ld ", searching, noteMet<ListKind::kProducer>},
         {'I', "[ZSLSelector] fwkFrame:%u allList: %u shutter time:%ld", grouping, noteMet<ListKind::kAll>},
         {'I', "[ZSLSelector] fwkFrame:%u index: %d, timeDiff: %ldtimeStampDiffMin: %ldbaseIndex:%d", grouping, noteGroup},
@@ -100,16 +100,15 @@ const std::vector<CatalogueEntry>& catalogue() {
         {'D', "[ZSLSelector] fwkFrame:%u, consumerSize: %d, fistConsumerFrameNum: %d", {kSnsc1}},
         {'D', "[ZSLSelector] consumer: finalList: %s", {kSnsc1}},
         {'I', "[ZSLSelector] before update fwkFrame:%u final Select list: %s", {kSnsc1},
-         [](const Line& line, Account& account) {
-             if (!line.isCut) account.beforeThinning = line.frames;
-         }},
+         [](const Line& line, Account& account) { account.beforeThinning = line.frames; }},
         {'I', "[ZSLSelector] after update fwkFrame:%u final Select list: %s", {kSnsc1},
-         [](const Line& line, Account& account) {
-             if (!line.isCut) account.afterThinning = line.frames;
-         }},
+         [](const Line& line, Account& account) { account.afterThinning = line.frames; }},
         {'I', "[ZSLSelector] checkFrameNum = %d fwkFrameNum = %d  reqtMasterId = %d masterRoleId = %d AiHLFrameNum = %d "
               "this = %p", checking,
-         [](const Line& line, Account& account) { account.check = {line.signed32(3), line.signed32(4)}; }, true},
+         [](const Line& line, Account& account) {
+             account.check.role = line.signed32(3);
+             account.check.aiHlFrames = line.signed32(4);
+         }, true},
         {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u zslFrame perframeSensorMode:%d", checking,
          [](const Line& line, Account& account) { account.sensorModes[line.unsigned32(1)] = line.unsigned32(2); }},
         {'D', "[ZSLSelector] fwkFrame:%u zslFrame: %u get metaFrame failed perframeSensorMode = %d", checking,

@@ -15,12 +15,7 @@ namespace {
 constexpr size_t kLogCut = 1023;  // where the Android log cuts a message
 
 std::optional<LoggedLine> selectorLine(const LogHeader& header, bool isCut) {
-    LoggedLine line;
-    line.pid = header.pid;
-    line.tid = header.tid;
-    line.level = header.level;
-    line.time = header.time;
-    line.text = header.message;
+    LoggedLine line{header.pid, header.tid, header.level, std::string(header.time), std::string(header.message)};
     if (header.tag == "chatty") return line;
     const auto message = splitMessage(header.message);
     if (!message) return std::nullopt;
@@ -51,11 +46,12 @@ std::optional<Message> splitMessage(std::string_view logged) {
     return Message{logged.substr(file, colon - file), logged.substr(function, end - function), logged.substr(end + 2)};
 }
 
+char levelOf(const desk::LogLine& line) { return line.priority == ANDROID_LOG_DEBUG ? 'D' : 'I'; }
+
 std::string_view withoutAddress(std::string_view text) { return text.substr(0, text.find(" this = ")); }
 
 std::optional<LoggedLine> selectorLine(const desk::LogLine& line) {
-    const char level = line.priority == ANDROID_LOG_DEBUG ? 'D' : 'I';
-    return selectorLine({"", line.pid, line.tid, level, line.tag, line.message}, false);
+    return selectorLine({"", line.pid, line.tid, levelOf(line), line.tag, line.message}, false);
 }
 
 std::optional<LoggedLine> selectorLine(const InputFile::Line& line) {

@@ -23,6 +23,9 @@ struct Message {
 };
 std::optional<Message> splitMessage(std::string_view logged);
 
+// 'D' or 'I'.
+char levelOf(const desk::LogLine& line);
+
 // A message's text up to the selector's address, which no two runs share.
 std::string_view withoutAddress(std::string_view text);
 
@@ -33,18 +36,18 @@ struct LoggedLine {
     int pid = 0;
     int tid = 0;
     char level = 'D';
-    std::string function;  // that logs; empty: the log's own note on lines that it dropped ("chatty")
-    std::string text;      // without blanks at its end, which get lost where logs are copied
-    std::string time;      // as the log writes it; empty for a replay's line
-    size_t number = 0;     // in its file
-    bool isCut = false;    // its end is missing
-    bool isCheck = false;  // of the sensor-mode check, not of the selector itself
+    std::string time;        // as the log writes it; empty for a replay's line
+    std::string text;        // without blanks at its end, which get lost where logs are copied
+    std::string function{};  // that logs; empty: the log's own note on lines that it dropped ("chatty")
+    size_t number = 0;       // in its file
+    bool isCut = false;      // its end is missing
+    bool isCheck = false;    // of the sensor-mode check, not of the selector itself
 
     // What it says, as the catalogue knows it.
     const CatalogueEntry* entry = nullptr;  // null: it is damaged or unknown
-    std::vector<int64_t> numbers;           // one beyond 63 bits as its 64-bit two's complement
-    std::string name;                       // of a queue
-    FrameList frames;                       // at its end; where it is cut, those that are whole
+    std::vector<int64_t> numbers{};         // one beyond 63 bits as its 64-bit two's complement
+    std::string name{};                     // of a queue
+    FrameList frames{};                     // at its end; where it is cut, those that are whole
 
     // Numbers as they were before they were printed. A line that holds a larger one does not come out of a replay
     // again, which tells.
@@ -54,6 +57,9 @@ struct LoggedLine {
     bool isGate() const { return function == "isSelectorNeeded"; }
     bool isFirst() const;                      // of a selection, or of a frame's check
     std::optional<uint32_t> fwkFrame() const;  // where it shows that
+
+    // Of the first line of a frame's check: the frame; else 0.
+    uint32_t checkedFrame() const { return isCheck && isFirst() ? unsigned32(0) : 0; }
 };
 
 // The selector's line, or a note on dropped ones, that a line of a log holds; that a replay has logged.

@@ -26,15 +26,14 @@ void LoggedRequest::add(LoggedLine&& line) {
     if (line.entry != nullptr && line.entry->note != nullptr) line.entry->note(line, account);
     selection |= !line.isCheck && !line.isGate();
     hasDebug |= line.level == 'D' && !line.isCheck;  // levels are set by tag
-    (line.isCheck ? checkOf(line).lines : lines).push_back(std::move(line));
+    (line.isCheck ? checkOf(line) : lines).push_back(std::move(line));
 }
 
 // Checks of one request may overlap on several threads.
-LoggedRequest::Check& LoggedRequest::checkOf(const LoggedLine& line) {
+LoggedRequest::Lines& LoggedRequest::checkOf(const LoggedLine& line) {
     const auto own = std::find_if(checks.rbegin(), checks.rend(),
-                                  [&line](const Check& check) { return check.lines.front().tid == line.tid; });
-    if (own != checks.rend() && !line.isFirst()) return *own;
-    return checks.emplace_back(Check{line.isFirst() ? line.unsigned32(0) : 0, {}});
+                                  [&line](const Lines& check) { return check.front().tid == line.tid; });
+    return own != checks.rend() && !line.isFirst() ? *own : checks.emplace_back();
 }
 
 bool LoggedRequest::endsBefore(const LoggedLine& line) const {
@@ -61,7 +60,7 @@ LoggedRequest* RequestCollector::requestOf(const LoggedLine& line) {
         if (!line.isCheck) return !request.ended && !request.lines.empty() && request.lines.front().tid == line.tid;
         if (line.isFirst()) return request.account.fwkFrame == line.fwkFrame();
         return std::any_of(request.checks.begin(), request.checks.end(),
-                           [&line](const LoggedRequest::Check& check) { return check.lines.front().tid == line.tid; });
+                           [&line](const LoggedRequest::Lines& check) { return check.front().tid == line.tid; });
     };
     const auto found = std::find_if(mOpen.rbegin(), mOpen.rend(), isIts);
     return found != mOpen.rend() ? &*found : nullptr;

@@ -14,13 +14,10 @@ namespace replay {
 
 // The lines of one request.
 struct LoggedRequest {
-    struct Check {
-        uint32_t frame;  // 0 where no line shows it
-        std::vector<LoggedLine> lines;
-    };
+    using Lines = std::vector<LoggedLine>;
 
-    std::vector<LoggedLine> lines;  // of the gate and the selection
-    std::vector<Check> checks;      // of the sensor-mode check, one a frame
+    Lines lines;                // of the gate and the selection
+    std::vector<Lines> checks;  // of the sensor-mode check, one a frame; none is empty
     Account account;
     std::vector<std::string> notes;   // what the log itself says is missing, or what was given up
     std::vector<std::string> unread;  // lines that are cut, damaged or unknown
@@ -31,13 +28,13 @@ struct LoggedRequest {
     // Adds a line of this request where it belongs.
     void add(LoggedLine&& line);
 
-    const LoggedLine& firstLine() const { return lines.empty() ? checks.front().lines.front() : lines.front(); }
+    const LoggedLine& firstLine() const { return lines.empty() ? checks.front().front() : lines.front(); }
 
     // Whether a line of its thread begins another request.
     bool endsBefore(const LoggedLine& line) const;
 
 private:
-    Check& checkOf(const LoggedLine& line);
+    Lines& checkOf(const LoggedLine& line);
 
     size_t mBytes = 0;
 };

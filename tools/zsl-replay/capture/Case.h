@@ -49,9 +49,9 @@ using Tags = std::map<std::string, Value>;  // as a case file gives them, and su
 
 // What must come out of a request; what is absent is not looked at.
 struct Expectation {
-    std::optional<bool> gate;  // its answer
-    std::optional<std::map<uint32_t, FrameList>> selection;
-    std::optional<FrameList> selectionOfAll;  // one list for every queue, or a strategy's list
+    std::optional<bool> gate;                                // its answer
+    std::optional<std::map<uint32_t, FrameList>> selection;  // by queue
+    std::optional<FrameList> list;                           // a strategy's
     std::optional<bool> result;
     std::optional<int64_t> targetNs;
     std::optional<uint32_t> anchor;

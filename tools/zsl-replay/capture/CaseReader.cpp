@@ -223,9 +223,12 @@ Expectation readExpectation(const Value& in, const Request& request, Budget& bud
         for (const auto& [queue, frames] : selection->map()) {
             expect.selection->insert_or_assign(queue.number<uint32_t>(), readFrames(frames, budget));
         }
+    } else if (selection != nullptr && request.call) {
+        expect.list = readFrames(*selection, budget);
     } else if (selection != nullptr) {
-        if (!request.call && request.queues.empty()) selection->fail("queues that can get such a list", "none");
-        expect.selectionOfAll = readFrames(*selection, budget);
+        if (request.queues.empty()) selection->fail("queues that can get such a list", "none");
+        expect.selection.emplace();
+        for (const Queue& queue : request.queues) expect.selection->emplace(queue.id, readFrames(*selection, budget));
     }
     return expect;
 }

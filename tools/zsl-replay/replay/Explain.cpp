@@ -1,5 +1,7 @@
 #include "replay/Explain.h"
 
+#include <fmt/format.h>
+
 #include <functional>
 #include <map>
 #include <set>
@@ -80,7 +82,7 @@ private:
         Reasons numbers;
         for (size_t i = 0; i < chosen.size(); ++i) append(numbers[chosen[i]], std::to_string(i + 1), " and ");
         for (const auto& [frame, number] : numbers) {
-            mReasons[frame] = "chosen, " + number + " of " + std::to_string(chosen.size());
+            mReasons[frame] = fmt::format("chosen, {} of {}", number, chosen.size());
             mOpen.erase(frame);
         }
     }
@@ -120,7 +122,7 @@ private:
         const auto& call = mRequest.call;
         const int64_t last = call ? call->lastZslFrame : mRequest.used.empty() ? 0 : mRequest.used.back();
         if (last == 0) return;
-        attempt("frame " + std::to_string(static_cast<uint32_t>(last)) + " had not been used", [](Request& changed) {
+        attempt(fmt::format("frame {} had not been used", static_cast<uint32_t>(last)), [](Request& changed) {
             changed.used.clear();
             if (changed.call) changed.call->lastZslFrame = 0;
         });

@@ -1,5 +1,7 @@
 #include "replay/Finding.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "capture/Text.h"
@@ -63,19 +65,17 @@ std::vector<Warning> warningsOf(const Request& request, const Run& run, const Ac
     std::string repeated;
     std::string notHeld;
     for (const auto& [frame, count] : counts) {
-        const std::string number = std::to_string(frame);
-        if (count > 1) append(repeated, number + " is chosen " + std::to_string(count) + " times");
+        if (count > 1) append(repeated, fmt::format("{} is chosen {} times", frame, count));
         std::string queues;
         for (const Queue& queue : request.queues) {
-            if (queue.held.count(frame) == 0)
-                append(queues, std::to_string(queue.id) + " [" + queue.name + ']', " and ");
+            if (queue.held.count(frame) == 0) append(queues, fmt::format("{} [{}]", queue.id, queue.name), " and ");
         }
-        if (!queues.empty()) append(notHeld, queues.insert(0, number + " is not held by queue "));
+        if (!queues.empty()) append(notHeld, fmt::format("{} is not held by queue {}", frame, queues));
     }
     add(account.fallback, "fallback", "the search in time failed, and the normal strategy was asked");
     add(chosen.empty(), "nothing", isEmptyList ? "an empty list was selected" : "nothing was selected");
     add(!chosen.empty() && chosen.size() < request.need, "short",
-        std::to_string(chosen.size()) + " of " + std::to_string(request.need) + " frames needed");
+        fmt::format("{} of {} frames needed", chosen.size(), request.need));
     add(!repeated.empty(), "repeated", repeated);
     add(!notHeld.empty(), "not held", notHeld);
     add(account.anchor && !foundAnchor(request, account), "no anchor",
@@ -86,7 +86,7 @@ std::vector<Warning> warningsOf(const Request& request, const Run& run, const Ac
 
 void workOut(Finding& finding) {
     const int64_t target = comparedMoment(finding.request, finding.account);
-    finding.targetNs = target != 0 ? std::optional(target) : std::nullopt;
+    if (target != 0) finding.targetNs = target;
     finding.frames = framesOf(finding.request);
     workOutSearch(finding);
     const auto anchor = finding.frames.find(finding.anchor.value_or(0));

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "account/Account.h"
+#include "account/LogLine.h"
 #include "capture/Case.h"
 #include "replay/Session.h"
 
@@ -52,13 +53,10 @@ struct FrameReason {
 
 // Of a request rebuilt from a log: how far the log supports it.
 struct Evidence {
-    int process = 0;
-    int thread = 0;
-    std::string time;  // of the first line, as the log writes it
+    LoggedLine firstLine;
+    Account account;   // of the log's lines, which may show less than the replay's
     size_t lines = 0;  // in the log
     size_t reproduced = 0;
-    bool showsGate = true;                 // false where no line shows the gate's answer
-    bool showsNeed = true;                 // false where none shows master and how many frames are needed
     std::vector<std::string> assumptions;  // for what the log does not hold
     std::vector<std::string> missing;      // what the log should hold and does not
     std::string obstacle;                  // why there is nothing to replay; else empty
@@ -78,8 +76,7 @@ struct Finding {
     size_t number = 0;  // of the request in its file, from 1
     Case platform;      // of its file, without requests
     Request request;
-    bool isPicked = true;    // else served all the same, since state lasts, and not reported
-    bool showsFrame = true;  // false where no line of the log shows the framework frame
+    bool isPicked = true;  // else served all the same, since state lasts, and not reported
     Run run;
     Account account;  // of the run's own lines
 
@@ -111,6 +108,10 @@ struct Finding {
 
     // Whether frames were to be selected at all.
     bool isAsked() const { return run.outcome.selected || request.call; }
+
+    // Whether these are known: all are in a case file, and in a log where a line shows them.
+    bool showsFrame() const { return !log || log->account.fwkFrame; }
+    bool showsGate() const { return !log || log->account.showsGate(); }
 
     bool canServe() const { return !log || log->obstacle.empty(); }
 

@@ -1,5 +1,7 @@
 #include "replay/LogFit.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <numeric>
 #include <set>
@@ -24,30 +26,15 @@ FrameList listedFrames(const Request& request) {
     return {frames.begin(), frames.end()};
 }
 
-// Whether it would take too long to try each as the last used one.
-bool isTooMuch(const Request& request) {
-    const size_t listed = listedFrames(request).size();
-    size_t served = listed;
-    for (const Queue& queue : request.queues) served += queue.held.size();
-    return listed * served > kMostServed;
-}
-
-// Last used frames that can make a difference: none, and each listed one.
+// Last used frames that can make a difference: none, and each listed one, where that would not take too long.
 std::vector<FrameList> usedCandidates(const Request& request) {
-    std::vector<FrameList> candidates = {{}};
-    if (isTooMuch(request)) return candidates;
     const FrameList listed = listedFrames(request);
+    size_t served = listed.size();
+    for (const Queue& queue : request.queues) served += queue.held.size();
+    std::vector<FrameList> candidates = {{}};
+    if (listed.size() * served > kMostServed) return candidates;
     for (const uint32_t frame : listed) candidates.push_back({frame});
     return candidates;
-}
-
-std::string usedWords(const Request& request, const std::vector<FrameList>& consistent) {
-    const std::string words = "last used frame: " + join(request.used);
-    const size_t listed = usedCandidates(request).size() - 1;
-    if (listed == 0) return words;
-    if (consistent.empty()) return words + ", which comes nearest to the log's lines";
-    const size_t others = consistent.size() - std::count(consistent.begin(), consistent.end(), FrameList());
-    return words + "; of the " + std::to_string(listed) + " listed, " + std::to_string(others) + " bring them out";
 }
 
 // A request with the last used frame that comes nearest to the log's lines.
@@ -63,21 +50,14 @@ struct Attempt {
 Attempt tryUsedFrames(Session& session, const LoggedRequest& logged, Request request) {
     Attempt best;
     size_t whole = 0;
-    FrameList nearest;
     for (const FrameList& used : usedCandidates(request)) {
         request.used = used;
         const Agreement agreement = agreementOf(logged, loggedRequest(session.serve(request).offlineLog));
-        if (used.empty() || agreement.isNearerThan(best.agreement)) {
-            best.consistent.clear();
-            best.agreement = agreement;
-            nearest = used;
-        }
+        if (used.empty() || agreement.isNearerThan(best.agreement)) best = {request, agreement, {}, false};
         whole += agreement.whole() ? 1 : 0;
         if (agreement.whole() && !best.agreement.isNearerThan(agreement)) best.consistent.push_back(used);
     }
     best.isEndRuledOut = whole > best.consistent.size();
-    request.used = nearest;
-    best.request = std::move(request);
     return best;
 }
 
@@ -127,7 +107,7 @@ std::string assumeLostFrames(Session& session, const Account& log, Request& requ
 std::string assumeChecks(const LoggedRequest& logged, Request& request) {
     if (logged.checks.empty()) return "";
     FrameList& frames = request.check.of.emplace();
-    for (const LoggedRequest::Check& check : logged.checks) frames.push_back(check.frame);
+    for (const LoggedRequest::Lines& check : logged.checks) frames.push_back(check.front().checkedFrame());
     return "frames checked: those in the log, whether they were chosen or not";
 }
 
@@ -161,7 +141,16 @@ void fitToLog(Session& session, const LoggedRequest& logged, Finding& finding) {
     evidence.lines = agreement.lines;
     evidence.reproduced = agreement.reproduced;
     evidence.consistent = std::move(best.consistent);
-    evidence.assumptions.push_back(usedWords(finding.request, evidence.consistent));
+    const FrameList& used = finding.request.used;
+    const size_t listed = listedFrames(finding.request).size();
+    const size_t tried = usedCandidates(finding.request).size() - 1;
+    std::string& words = evidence.assumptions.emplace_back("last used frame: " + join(used));
+    if (tried > 0 && evidence.consistent.empty()) {
+        words += ", which comes nearest to the log's lines";
+    } else if (tried > 0) {
+        const size_t others = evidence.consistent.size() - (used.empty() ? 1 : 0);
+        words += fmt::format("; of the {} listed, {} bring them out", tried, others);
+    }
     if (best.isEndRuledOut && agreement.excuses.empty())
         evidence.assumptions.push_back("the log does not end within the request");
     evidence.missing.insert(evidence.missing.end(), agreement.excuses.begin(), agreement.excuses.end());
@@ -171,7 +160,7 @@ void fitToLog(Session& session, const LoggedRequest& logged, Finding& finding) {
         evidence.open = "the log has no debug lines, which would tell what the presence check met";
     } else if (!evidence.missing.empty()) {
         evidence.open = evidence.missing.front();
-    } else if (isTooMuch(finding.request)) {
+    } else if (tried < listed) {
         evidence.open = "too many frames are listed to try each as the last used one";
     }
     evidence.missing.insert(evidence.missing.end(), agreement.repetitions.begin(), agreement.repetitions.end());

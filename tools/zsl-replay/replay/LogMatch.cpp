@@ -6,7 +6,7 @@ namespace replay {
 
 namespace {
 
-using Lines = std::vector<LoggedLine>;
+using Lines = LoggedRequest::Lines;
 
 constexpr size_t kLookahead = 256;  // lines
 
@@ -71,10 +71,11 @@ Agreement agreementOf(const LoggedRequest& logged, const LoggedRequest& replayed
     Agreement out;
     walk(logged, logged.lines, replayed.lines, out);
     // Which frames are checked, and how often, is the core's choice.
-    for (const LoggedRequest::Check& check : logged.checks) {
-        const auto isSameFrame = [&check](const LoggedRequest::Check& each) { return each.frame == check.frame; };
+    for (const Lines& check : logged.checks) {
+        const uint32_t frame = check.front().checkedFrame();
+        const auto isSameFrame = [frame](const Lines& each) { return each.front().checkedFrame() == frame; };
         const auto same = std::find_if(replayed.checks.begin(), replayed.checks.end(), isSameFrame);
-        walk(logged, check.lines, same != replayed.checks.end() ? same->lines : Lines(), out);
+        walk(logged, check, same != replayed.checks.end() ? *same : Lines(), out);
     }
     return out;
 }

@@ -1,5 +1,7 @@
 #include "replay/Rebuild.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <map>
 #include <utility>
@@ -16,19 +18,6 @@ constexpr char kSensorMode[] = "com.nexaro.ext.control.policy.sensorMode";
 
 void assume(Finding& out, std::string what) { out.log->assumptions.push_back(std::move(what)); }
 
-Evidence evidenceOf(const LoggedRequest& logged) {
-    const LoggedLine& first = logged.firstLine();
-    Evidence evidence;
-    evidence.process = first.pid;
-    evidence.thread = first.tid;
-    evidence.time = first.time;
-    evidence.showsGate = logged.account.showsGate();
-    evidence.showsNeed = logged.account.driver.has_value();
-    evidence.missing = logged.unread;
-    evidence.missing.insert(evidence.missing.end(), logged.notes.begin(), logged.notes.end());
-    return evidence;
-}
-
 // Why there is nothing to replay; else empty.
 std::string obstacleOf(const LoggedRequest& logged) {
     const Account& log = logged.account;
@@ -43,22 +32,18 @@ void setTag(Tags& tags, const char* tag, int64_t value) {
     if (value != 0) tags[tag] = value;
 }
 
-// What the strategy that ran tells of the gate.
-GateLine assumedGate(const Account& log, Finding& out) {
-    const std::string ran = log.strategies.empty() ? "" : log.strategies.back();
-    GateLine gate{};
-    gate.hdr = ran == "selectFramesForLbmfAndHdr" || ran == "selectFramesForBinningAndHdr" ? 1 : 0;
-    gate.motionStrategy = ran == "selectZSLFramesForSNSCBinning1" ? 2 : 0;
-    const std::string read = gate.hdr != 0 ? "HDR" : "motion strategy " + std::to_string(gate.motionStrategy);
-    out.log->missing.push_back("the gate's line is missing");
-    assume(out, "gate: not taken, " + read + (ran.empty() ? "" : ", as " + ran + " ran"));
-    return gate;
-}
-
 void setGate(const LoggedRequest& logged, Finding& out) {
     const Account& log = logged.account;
     if (log.disabled) out.platform.properties[kSwitchProperty] = "true";
-    const GateLine gate = log.showsGate() ? log.gate.value_or(GateLine{}) : assumedGate(log, out);
+    GateLine gate = log.gate.value_or(GateLine{});
+    if (!log.showsGate()) {  // only the strategy that ran tells of it
+        const std::string ran = log.strategies.empty() ? "" : log.strategies.back();
+        gate.hdr = ran == "selectFramesForLbmfAndHdr" || ran == "selectFramesForBinningAndHdr" ? 1 : 0;
+        gate.motionStrategy = ran == "selectZSLFramesForSNSCBinning1" ? 2 : 0;
+        const std::string read = gate.hdr != 0 ? "HDR" : fmt::format("motion strategy {}", gate.motionStrategy);
+        out.log->missing.push_back("the gate's line is missing");
+        assume(out, "gate: not taken, " + read + (ran.empty() ? "" : ", as " + ran + " ran"));
+    }
     Tags& tags = *out.request.metadata;
     setTag(tags, "android.control.enableZsl", static_cast<uint8_t>(gate.enableZsl));
     setTag(tags, "nexaro.ai.zosd.motionCaptureEnabledIcon", gate.forceOn != 0 ? 4 : 0);
@@ -91,16 +76,15 @@ FrameList completed(const char* name, ListKind kind, const std::optional<FrameLi
     for (const FrameMet& each : log.met) {
         if (each.list == kind && (met.empty() || met.back() != each.frame)) met.push_back(each.frame);
     }
-    if (!logged) out.log->missing.push_back(std::string("the ") + name + " list is missing");
+    if (!logged) out.log->missing.push_back(fmt::format("the {} list is missing", name));
     if (logged && logged->size() >= met.size()) return *logged;
-    assume(out, std::string(name) + " list: the " + std::to_string(met.size()) + " frames that the search met");
+    assume(out, fmt::format("{} list: the {} frames that the search met", name, met.size()));
     return met;
 }
 
 // `count` intervals later. Damaged lines may show any time: what is beyond 64 bits wraps.
 int64_t later(int64_t ns, int64_t intervalNs, int64_t count) {
-    return static_cast<int64_t>(static_cast<uint64_t>(ns) +
-                                static_cast<uint64_t>(intervalNs) * static_cast<uint64_t>(count));
+    return static_cast<int64_t>(ns + static_cast<__int128>(intervalNs) * count);
 }
 
 // Frames that no line shows a time of follow those before them at the mean interval.
@@ -121,9 +105,8 @@ void assumeTimes(Times times, int64_t clockNs, Queue& meta, Finding& out) {
     }
     const size_t assumed = meta.held.size() - shown;
     if (assumed == 0) return;
-    assume(out, "shutter times of " + std::to_string(assumed) + (assumed == 1 ? " frame: " : " frames: ") +
-                    (shown > 0 ? "from the logged ones" : "back from curTime") + ", " + std::to_string(intervalNs) +
-                    " ns a frame");
+    assume(out, fmt::format("shutter times of {} {}: {}, {} ns a frame", assumed, assumed == 1 ? "frame" : "frames",
+                            shown > 0 ? "from the logged ones" : "back from curTime", intervalNs));
 }
 
 // The metadata queue, as it was before it lost frames. It stands behind those that lines say lack a frame: the first
@@ -177,10 +160,7 @@ void setChecks(const LoggedRequest& logged, Queue checked, Finding& out) {
     }
     request.queues.push_back(std::move(checked));
     assume(out, "sensor modes of frames that were not checked: 0");
-    if (log.check) {
-        request.check.role = log.check->role;
-        request.check.aiHlFrames = log.check->aiHlFrames;
-    }
+    request.check = log.check;
     if (log.desiredMode) (*request.metadata)[kSensorMode] = *log.desiredMode;
     if (!logged.hasDebug || log.checkReadsMetadata) return;
     request.check.metadata.emplace();
@@ -193,22 +173,24 @@ Finding rebuild(const LoggedRequest& logged) {
     const Account& log = logged.account;
     const LoggedLine& first = logged.firstLine();
     Finding out;
-    Evidence& evidence = out.log.emplace(evidenceOf(logged));
+    Evidence& evidence = out.log.emplace();
+    evidence.firstLine = first;
+    evidence.account = log;
+    evidence.missing = logged.unread;
+    evidence.missing.insert(evidence.missing.end(), logged.notes.begin(), logged.notes.end());
     Request& request = out.request;
-    out.showsFrame = log.fwkFrame.has_value();
     request.fwkFrame = log.fwkFrame.value_or(0);
-    request.name = "line " + std::to_string(first.number) + ", process " + std::to_string(first.pid) + ", thread " +
-                   std::to_string(first.tid);
+    request.name = fmt::format("line {}, process {}, thread {}", first.number, first.pid, first.tid);
     evidence.obstacle = evidence.open = obstacleOf(logged);
     if (!evidence.obstacle.empty()) {
         evidence.lines = logged.lines.size();
-        for (const LoggedRequest::Check& check : logged.checks) evidence.lines += check.lines.size();
+        for (const LoggedRequest::Lines& check : logged.checks) evidence.lines += check.size();
         out.differences.push_back("can't be rebuilt: " + evidence.obstacle);
         return out;
     }
     setGate(logged, out);
     setDriver(log, request);
-    if (!out.showsFrame) assume(out, "framework frame: 0, as no line shows it");
+    if (!log.fwkFrame) assume(out, "framework frame: 0, as no line shows it");
     if (log.hasLists() && !log.driver) evidence.missing.push_back("the line of the frames needed is missing");
     if (log.hasLists() && !log.targetNs) evidence.missing.push_back("the line of the target moment is missing");
     setChecks(logged, log.hasLists() ? makeQueues(log, out) : Queue(), out);

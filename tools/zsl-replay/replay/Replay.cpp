@@ -36,8 +36,8 @@ public:
         finding.file = mFile;
         finding.number = ++mServed.requests;
         finding.isPicked = (mOptions.numbers.empty() || mOptions.numbers.count(finding.number) > 0) &&
-                           (mOptions.frames.empty() || (finding.showsFrame && mOptions.frames.count(frame) > 0));
-        if (finding.showsFrame) {
+                           (mOptions.frames.empty() || (finding.showsFrame() && mOptions.frames.count(frame) > 0));
+        if (finding.showsFrame()) {
             mServed.firstFrame = std::min(mServed.firstFrame, frame);
             mServed.lastFrame = std::max(mServed.lastFrame, frame);
         }

@@ -1,6 +1,7 @@
 #include "replay/Session.h"
 
 #include <cutils/properties.h>
+#include <fmt/format.h>
 
 #include <utility>
 
@@ -21,17 +22,17 @@ constexpr char kMotionProperty[] = "desk.adapter.motion";
 constexpr uint32_t kZslGroup = 0x40;
 
 std::string stepOf(const halcore::QueueCall& call) {
-    const std::string operation = call.operation;
+    const std::string_view operation = call.operation;
     const bool hasArgument = operation == "getFrame" || operation == "getFrameList";
-    return "call [" + std::to_string(call.queue.id()) + "] " + operation + '(' +
-           (hasArgument ? std::to_string(call.argument) : "") + (call.found ? ")" : ") -> none");
+    return fmt::format("call [{}] {}({}){}", call.queue.id(), operation,
+                       hasArgument ? std::to_string(call.argument) : "", call.found ? "" : " -> none");
 }
 
 // Builds differ in source lines.
 std::string stepOf(const desk::LogLine& line) {
     const auto message = splitMessage(line.message);
-    if (!message) return "log \"" + line.message + '"';
-    return "log \"" + std::string(message->function) + ": " + std::string(withoutAddress(message->text)) + '"';
+    if (!message) return fmt::format("log \"{}\"", line.message);
+    return fmt::format("log \"{}: {}\"", message->function, withoutAddress(message->text));
 }
 
 std::shared_ptr<halcore::FrameQueue> makeQueue(const Queue& queue) {
@@ -57,20 +58,19 @@ zohal::ZSLFrameSelectInfo makeSelectInfo(const Request& request) {
     return info;
 }
 
-std::optional<zohal::ZSLFrameCheckInfo> makeCheckInfo(const Request& request,
-                                                      const zohal::ZSLFrameSelectInfo& selectInfo) {
+std::optional<zohal::ZSLFrameCheckInfo> makeCheckInfo(
+    const Request& request, const std::vector<std::shared_ptr<zohal::ZSLFrameQueue>>& queues) {
     bool isChecked = request.check.of.has_value();
     for (const Queue& queue : request.queues) isChecked |= queue.type == zohal::kFrameInfoQueue;
     if (!isChecked) return std::nullopt;
 
     zohal::ZSLFrameCheckInfo info{};
-    if (!selectInfo.requestMetas.empty()) info.requestMeta = selectInfo.requestMetas.front();
-    if (request.check.metadata) info.requestMeta = makeMetadata(*request.check.metadata);
+    info.requestMeta = makeMetadata(request.check.metadata.value_or(request.metadata));
     info.fwkFrameNum = request.fwkFrame;
     info.logicalId = request.check.camera;
     info.reqtMasterId = static_cast<int32_t>(request.master);
     info.masterRoleId = request.check.role;
-    info.zslQueues = selectInfo.zslQueues;
+    info.zslQueues = queues;
     info.AiHLFrameNum = request.check.aiHlFrames;
     return info;
 }
@@ -129,7 +129,7 @@ Run Session::serve(const Request& request, Recording recording) {
         mRun.result = mPlugin->callStrategy(call, info, metaQueue);
         mRun.selectList = call.selectList;
     } else {
-        mRun.outcome = mPlugin->serve(info, request.select, makeCheckInfo(request, info), request.check.of);
+        mRun.outcome = mPlugin->serve(info, request.select, makeCheckInfo(request, info.zslQueues), request.check.of);
     }
     mRun.offlineLog = desk::takeOfflineLog();
     return std::move(mRun);

@@ -34,11 +34,14 @@ namespace {
 void addRequest(const Finding& finding, Json& json) {
     const Request& request = finding.request;
     const Queue* meta = request.metaQueue();
-    if (finding.showsFrame) json["frame"] = request.fwkFrame;
-    const auto& log = finding.log;
-    if (log) json.update({{"process", log->process}, {"thread", log->thread}, {"time", log->time}});
+    if (finding.showsFrame()) json["frame"] = request.fwkFrame;
+    if (const auto& log = finding.log) {
+        const LoggedLine& first = log->firstLine;
+        json.update({{"process", first.pid}, {"thread", first.tid}, {"time", first.time}});
+    }
     json["recorded"] = finding.platform.recorded;
-    if (!log || log->showsNeed) json.update({{"need", request.need}, {"master", request.master}});
+    const bool showsNeed = !finding.log || finding.log->account.driver;
+    if (showsNeed) json.update({{"need", request.need}, {"master", request.master}});
     if (finding.account.driver) json["sensorMode"] = finding.account.driver->sensorModeType;
     json["consumer"] = meta != nullptr ? meta->consumer : FrameList();
     json["producer"] = meta != nullptr ? meta->producer : FrameList();
@@ -50,7 +53,7 @@ void addRequest(const Finding& finding, Json& json) {
 
 void addOutcome(const Finding& finding, Json& json) {
     const halcore::RequestOutcome& outcome = finding.run.outcome;
-    if (finding.canServe() && (!finding.log || finding.log->showsGate)) json["gate"] = outcome.needed;
+    if (finding.canServe() && finding.showsGate()) json["gate"] = outcome.needed;
     if (finding.canServe()) json["selected"] = outcome.selected;
     json["strategies"] = finding.account.strategies;
     if (finding.targetNs) json["target"] = *finding.targetNs;

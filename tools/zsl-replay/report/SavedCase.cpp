@@ -25,7 +25,7 @@ Value expectationOf(const Finding& finding) {
     }
     Value expect = Value::Map();
     const halcore::RequestOutcome& outcome = finding.run.outcome;
-    if (!finding.log || finding.log->showsGate) expect["gate"] = outcome.needed;
+    if (finding.showsGate()) expect["gate"] = outcome.needed;
     if (finding.log && !finding.log->settled()) {
         expect["logHas"] = repeatableMessages(finding.run);
     } else if (outcome.selected) {

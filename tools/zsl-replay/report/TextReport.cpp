@@ -20,7 +20,7 @@ constexpr char kDiffersColour[] = "\033[1;31m";
 
 // The gate's answer, the flags that its line shows, and what the core made of it.
 std::string gateWords(const Finding& finding) {
-    if (finding.log && !finding.log->showsGate) return "not in the log";
+    if (!finding.showsGate()) return "not in the log";
     if (finding.request.call) return "not asked: " + finding.request.call->strategy + " is called directly";
     const halcore::RequestOutcome& outcome = finding.run.outcome;
     std::string text = outcome.needed ? "taken" : "not taken";
@@ -225,8 +225,8 @@ std::string counted(size_t number, const std::string& what) {
 std::string titleOf(const Finding& finding, bool namesFile) {
     std::string title = namesFile ? finding.file + ": " : "";
     title += fmt::format("{} (request {}", finding.request.name, finding.number);
-    if (finding.log) title += ", " + finding.log->time;
-    if (finding.showsFrame) title += fmt::format(", framework frame {}", finding.request.fwkFrame);
+    if (finding.log) title += ", " + finding.log->firstLine.time;
+    if (finding.showsFrame()) title += fmt::format(", framework frame {}", finding.request.fwkFrame);
     return title + (finding.platform.recorded ? ", recorded)" : ")");
 }
 
