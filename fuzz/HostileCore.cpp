@@ -143,7 +143,7 @@ uint8_t mood() {
 }
 
 // What the adapter throws. The type's code is in the adapter's library.
-struct AdapterFault {
+struct AdapterFault : CoreFault {
     ~AdapterFault() { require(gNow->openLibraries > 0, "a library is open as long as an exception of its lives"); }
 };
 
@@ -432,8 +432,6 @@ private:
         return false;
     } catch (const CoreFault&) {
         return true;
-    } catch (const AdapterFault&) {
-        return true;
     } catch (const std::bad_alloc&) {
         return true;
     }
@@ -531,21 +529,17 @@ int property_get(const char* key, char* value, const char* /*default_value*/) {
 }
 
 // The recorder's files are none. Every operation may fail.
-static bool writeFails() {
-    if (gWritesToFault == 0 || --gWritesToFault != 0) return false;
+static ssize_t writeNowhere(void* /*cookie*/, const char* /*text*/, size_t size) {
+    if (gWritesToFault == 0 || --gWritesToFault != 0) return static_cast<ssize_t>(size);
     ++hostile::gFaultsStruck;
     hostile::gStruckOutside = true;
     errno = ENOSPC;
-    return true;
+    return 0;
 }
-FILE* hostile_fopen(const char* /*path*/, const char* /*mode*/) {
-    return writeFails() ? nullptr : reinterpret_cast<FILE*>(&gMade);
+FILE* hostile_fopen(const char* /*path*/, const char* mode) {
+    if (writeNowhere(nullptr, "", 1) == 0) return nullptr;
+    return fopencookie(nullptr, mode, {nullptr, &writeNowhere, nullptr, nullptr});
 }
-size_t hostile_fwrite(const void* /*text*/, size_t /*size*/, size_t count, FILE* /*file*/) {
-    return writeFails() ? 0 : count;
-}
-int hostile_fflush(FILE* /*file*/) { return writeFails() ? EOF : 0; }
-int hostile_fclose(FILE* /*file*/) { return 0; }
 
 int8_t property_get_bool(const char* /*key*/, int8_t /*default_value*/) { return 0; }
 nsecs_t systemTime(int /*clock*/) { return gNow->number(); }
