@@ -14,6 +14,7 @@
 #include <new>
 #include <numeric>
 #include <tuple>
+#include <utility>
 
 #include "adapter/AdapterClient.h"
 #include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
@@ -84,14 +85,10 @@ State* gNow = &gLibrarys;
 
 // Whose turn it is.
 struct Turn {
-    explicit Turn(State& whose) : mBefore(gNow) { take(&whose); }
-    ~Turn() { take(mBefore); }
+    explicit Turn(State& whose) : mBefore(std::exchange(gNow, &whose)) {}
+    ~Turn() { gNow = mBefore; }
 
 private:
-    static void take(State* whose) {
-        gNow = whose;
-        hostile::gOutside = whose == &gRecorders;
-    }
     State* const mBefore;
 };
 
@@ -132,7 +129,7 @@ void createBehindRecorder(recorder::Selectors& selectors) {
 
 // Of every operation that may throw.
 uint8_t mood() {
-    if (!hostile::gOutside && gCoreCallsToFault != 0 && --gCoreCallsToFault == 0) {
+    if (!hostile::isOutside() && gCoreCallsToFault != 0 && --gCoreCallsToFault == 0) {
         ++hostile::gFaultsStruck;
         throw CoreFault();
     }
@@ -465,6 +462,8 @@ __attribute__((format(printf, 2, 0))) void addMessage(const char* from, const ch
 
 }  // namespace
 
+bool hostile::isOutside() { return gNow == &gRecorders; }
+
 uint64_t hostile::play(const uint8_t* data, size_t size, Fault fault, bool recorded) {
     gRecorded = recorded;
     gHandedOut.reserve(4096);
@@ -504,7 +503,7 @@ std::shared_ptr<ZoMetadata> StaticMetadataWraper::getStaticMetadata(uint32_t /*l
 
 void* dlopen(const char* path, int flags) noexcept {
     if (std::strcmp(path, kPlugin) == 0) return &gMade;
-    if (hostile::gOutside) return gNow->openLibraries > 0 ? (++gNow->openLibraries, &gPlatform) : nullptr;
+    if (hostile::isOutside()) return gNow->openLibraries > 0 ? (++gNow->openLibraries, &gPlatform) : nullptr;
     gNow->add(path);
     gNow->add(static_cast<uint32_t>(flags));
     if (gNow->draw() % 4 == 0) return nullptr;

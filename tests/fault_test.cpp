@@ -19,7 +19,7 @@
 __attribute__((noinline)) void* operator new(size_t size) {
     if (hostile::gAllocationsToFault != 0 && --hostile::gAllocationsToFault == 0) {
         ++hostile::gFaultsStruck;
-        hostile::gStruckOutside |= hostile::gOutside;
+        hostile::gStruckOutside |= hostile::isOutside();
         throw std::bad_alloc();
     }
     void* const memory = std::malloc(size == 0 ? 1 : size);
