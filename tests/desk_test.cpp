@@ -114,12 +114,6 @@ TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailure) {
     desk::setLogSink(nullptr);
 }
 
-std::vector<uint32_t> numbers(uint32_t begin, uint32_t end) {
-    std::vector<uint32_t> list(end - begin);
-    std::iota(list.begin(), list.end(), begin);
-    return list;
-}
-
 // A frame is in neither list for a moment while it goes from the producers to the consumers: only a core that has it in
 // both may see it chosen twice.
 TEST(Desk, FramesComeAndGoWhileASelectorReads) {
@@ -132,8 +126,10 @@ TEST(Desk, FramesComeAndGoWhileASelectorReads) {
     std::thread camera([&] {
         for (uint32_t frame = 32; !stop; newest = frame++) {
             queue->addFrame(frame, {{nullptr, {}, frame, {}}, 0});
-            queue->setFrameList(zohal::kProducerList, numbers(frame - 3, frame + 1));
-            queue->setFrameList(zohal::kConsumerList, numbers(frame - 24, frame - 3));
+            std::vector<uint32_t> delivered(21);
+            std::iota(delivered.begin(), delivered.end(), frame - 24);
+            queue->setFrameList(zohal::kProducerList, {frame - 3, frame - 2, frame - 1, frame});
+            queue->setFrameList(zohal::kConsumerList, delivered);
             if (frame > 32 + 24) queue->dropFrame(frame - 24);
         }
     });
