@@ -14,6 +14,7 @@
 #include <new>
 #include <numeric>
 #include <tuple>
+#include <utility>
 
 #include "adapter/AdapterClient.h"
 #include "external/odm/policy/zsl/mtk/general/motion/MotionZSLSelector.h"
@@ -84,14 +85,10 @@ State* gNow = &gLibrarys;
 
 // Whose turn it is.
 struct Turn {
-    explicit Turn(State& whose) : mBefore(gNow) { take(&whose); }
-    ~Turn() { take(mBefore); }
+    explicit Turn(State& whose) : mBefore(std::exchange(gNow, &whose)) {}
+    ~Turn() { gNow = mBefore; }
 
 private:
-    static void take(State* whose) {
-        gNow = whose;
-        hostile::gOutside = whose == &gRecorders;
-    }
     State* const mBefore;
 };
 
@@ -132,7 +129,7 @@ void createBehindRecorder(recorder::Selectors& selectors) {
 
 // Of every operation that may throw.
 uint8_t mood() {
-    if (!hostile::gOutside && gCoreCallsToFault != 0 && --gCoreCallsToFault == 0) {
+    if (!hostile::isOutside() && gCoreCallsToFault != 0 && --gCoreCallsToFault == 0) {
         ++hostile::gFaultsStruck;
         throw CoreFault();
     }
@@ -143,7 +140,7 @@ uint8_t mood() {
 }
 
 // What the adapter throws. The type's code is in the adapter's library.
-struct AdapterFault {
+struct AdapterFault : CoreFault {
     ~AdapterFault() { require(gNow->openLibraries > 0, "a library is open as long as an exception of its lives"); }
 };
 
@@ -432,8 +429,6 @@ private:
         return false;
     } catch (const CoreFault&) {
         return true;
-    } catch (const AdapterFault&) {
-        return true;
     } catch (const std::bad_alloc&) {
         return true;
     }
@@ -466,6 +461,8 @@ __attribute__((format(printf, 2, 0))) void addMessage(const char* from, const ch
 }
 
 }  // namespace
+
+bool hostile::isOutside() { return gNow == &gRecorders; }
 
 uint64_t hostile::play(const uint8_t* data, size_t size, Fault fault, bool recorded) {
     gRecorded = recorded;
@@ -506,7 +503,7 @@ std::shared_ptr<ZoMetadata> StaticMetadataWraper::getStaticMetadata(uint32_t /*l
 
 void* dlopen(const char* path, int flags) noexcept {
     if (std::strcmp(path, kPlugin) == 0) return &gMade;
-    if (hostile::gOutside) return gNow->openLibraries > 0 ? (++gNow->openLibraries, &gPlatform) : nullptr;
+    if (hostile::isOutside()) return gNow->openLibraries > 0 ? (++gNow->openLibraries, &gPlatform) : nullptr;
     gNow->add(path);
     gNow->add(static_cast<uint32_t>(flags));
     if (gNow->draw() % 4 == 0) return nullptr;
@@ -531,21 +528,17 @@ int property_get(const char* key, char* value, const char* /*default_value*/) {
 }
 
 // The recorder's files are none. Every operation may fail.
-static bool writeFails() {
-    if (gWritesToFault == 0 || --gWritesToFault != 0) return false;
+static ssize_t writeNowhere(void* /*cookie*/, const char* /*text*/, size_t size) {
+    if (gWritesToFault == 0 || --gWritesToFault != 0) return static_cast<ssize_t>(size);
     ++hostile::gFaultsStruck;
     hostile::gStruckOutside = true;
     errno = ENOSPC;
-    return true;
+    return 0;
 }
-FILE* hostile_fopen(const char* /*path*/, const char* /*mode*/) {
-    return writeFails() ? nullptr : reinterpret_cast<FILE*>(&gMade);
+FILE* hostile_fopen(const char* /*path*/, const char* mode) {
+    if (writeNowhere(nullptr, "", 1) == 0) return nullptr;
+    return fopencookie(nullptr, mode, {nullptr, &writeNowhere, nullptr, nullptr});
 }
-size_t hostile_fwrite(const void* /*text*/, size_t /*size*/, size_t count, FILE* /*file*/) {
-    return writeFails() ? 0 : count;
-}
-int hostile_fflush(FILE* /*file*/) { return writeFails() ? EOF : 0; }
-int hostile_fclose(FILE* /*file*/) { return 0; }
 
 int8_t property_get_bool(const char* /*key*/, int8_t /*default_value*/) { return 0; }
 nsecs_t systemTime(int /*clock*/) { return gNow->number(); }

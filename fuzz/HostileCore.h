@@ -28,7 +28,7 @@ uint64_t play(const uint8_t* data, size_t size, Fault fault = Fault::kNone, bool
 inline int64_t gLiveAllocations = 0;      // kept by operator new and delete, where they are replaced
 inline uint64_t gAllocationsToFault = 0;  // the allocation that makes it 0 fails; no fault while it is 0
 inline uint64_t gFaultsStruck = 0;        // of any kind, so far
-inline bool gOutside = false;             // whether the recorder is at work, and not the library behind it
 inline bool gStruckOutside = false;       // a fault did, in the latest call
+bool isOutside();                         // whether the recorder is at work, and not the library behind it
 
 }  // namespace hostile

@@ -57,11 +57,6 @@ const char* zodebug::Log::zoaGroupToString(unsigned group) { return group == 0x4
 
 int zodebug::Log::catchLogEncryptLog(unsigned group, const char* file, int line, const char* function, char level,
                                      const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    gWorld.messages.push_back((level == 'D' ? "" : "INFO ") + std::string(function) + ' ' +
-                              formatted(format, arguments));
-    va_end(arguments);
     gWorld.hook.push_back(std::to_string(group) + ' ' + file + (line > 0 ? ":# " : ":? ") + function + ' ' + level +
                           ' ' + format);
     return gWorld.hookTakes;

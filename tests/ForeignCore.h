@@ -162,7 +162,6 @@ struct World {
     Texts calls;                   // of queues, metadata and clock, in order
     Texts hook, android, offline;  // arguments, "#" for a line number above 0
     Texts paths;                   // as handed to getFileName
-    Texts messages;  // the hook's, formatted: function, blank, text; behind "INFO " when not at debug level
     int hookTakes = 1;
     std::map<uint32_t, ZoMetadata> staticMetadata;
     std::weak_ptr<ZoMetadata> staticHandle;  // the one handed out last

@@ -1,12 +1,12 @@
 // The tool's catalogue of messages against the library's sources: each format string to the letter, at its level.
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>
-#include <sstream>
 
 #include "account/Catalogue.h"
 
@@ -55,17 +55,13 @@ std::string said(const char* function, const char* text, bool isCut = false) {
     line.isCut = isCut;
     replay::readMessage(line);
     if (line.entry == nullptr) return "no such message";
-    std::ostringstream out;
-    for (const int64_t number : line.numbers) out << number << ' ';
-    out << '[' << line.name << ']';
-    for (const uint32_t frame : line.frames) out << ' ' << frame;
-    return out.str();
+    return fmt::format("{} [{}] {}", fmt::join(line.numbers, " "), line.name, fmt::join(line.frames, " "));
 }
 
 TEST(Catalogue, ReadsCutAndDamagedLinesAsFarAsTheyGo) {
     const char* const driver = "selectZSLFrames";
     const std::string none = "no such message";
-    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9"), "7 -5 9 []");
+    EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9"), "7 -5 9 [] ");
     EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:x curTime:9"), none);
     EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:-5 curTime:9 more"), none);
     EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 zsdTs:99999999999999999999 curTime:9"), none);
@@ -74,7 +70,7 @@ TEST(Catalogue, ReadsCutAndDamagedLinesAsFarAsTheyGo) {
     EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consumer list: 1 x"), none);
     EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consumer list: 1 2 13", true), "7 [a] 1 2");
     EXPECT_EQ(said(driver, "[ZSLSelector] fwkFrame:7 [a] Current Consu", true), none);
-    EXPECT_EQ(said("selectZSLFramesForSNSCBinning1", "[ZSLSelector] consumer: finalList:"), "[]");
+    EXPECT_EQ(said("selectZSLFramesForSNSCBinning1", "[ZSLSelector] consumer: finalList:"), " [] ");
     EXPECT_EQ(said("selectZSLFramesForSNSCBinning2",
                    "[ZSLSelector] fwkFrame:7 ZSLAnchor offset:18446744073709551615 csbegin:2 consumerQ[1 ]"),
               "7 -1 2 [] 1");

@@ -40,15 +40,11 @@ TEST_F(ForeignCore, LibrarySelectorsHaveTheContractsLayoutAndOneOwner) {
               std::tuple(0, 0, 0U, false));
     for (const Frames& list : motion.lists) EXPECT_TRUE(list.empty());
     EXPECT_TRUE(motion.flagMap.empty());
-    EXPECT_TRUE(
-        motion.isSelectorNeeded({1,
-                                 {},
-                                 0,
-                                 {},
-                                 {metadata({{{"65577", values<uint8_t>({2})},
-                                             {"nexaro.ai.zosd.motionCaptureEnabledIcon", {kUnknownType, 1, "\4"}},
-                                             {"nexaro.hdr.enabled", values<uint8_t>({7})},
-                                             {"nexaro.hdr.sr.enabled", values<uint8_t>({9})}}})}}));
+    const Metadata meta = metadata({{{"65577", values<uint8_t>({2})},
+                                     {"nexaro.ai.zosd.motionCaptureEnabledIcon", {kUnknownType, 1, "\4"}},
+                                     {"nexaro.hdr.enabled", values<uint8_t>({7})},
+                                     {"nexaro.hdr.sr.enabled", values<uint8_t>({9})}}});
+    EXPECT_TRUE(motion.isSelectorNeeded({1, {}, 0, {}, {meta}}));
     EXPECT_EQ(gWorld.calls, (Texts{"65577", "nexaro.ai.zosd.motionCaptureEnabledIcon", "nexaro.hdr.enabled",
                                    "nexaro.hdr.sr.enabled"}));
     EXPECT_EQ((std::pair{motion.hdrEnable, motion.hdrsrEnable}), (std::pair<uint8_t, uint8_t>{7, 9}));
@@ -139,10 +135,9 @@ TEST_F(ForeignCore, ChannelsOpenSeparatelyAndArgumentsAreLazy) {
         Frames list;
         Motion().selectZSLFramesForZeroShutterDelay(1, {1, {}, 0, {meta, other}, {nullptr}}, meta, list, 0, 0);
         const auto names = static_cast<size_t>(std::count(gWorld.calls.begin(), gWorld.calls.end(), "other name"));
-        EXPECT_EQ(
-            (std::vector{gWorld.hook.size(), gWorld.android.size(), gWorld.offline.size(), names, gWorld.paths.size()}),
-            row.expected)
-            << row.name;
+        const std::vector<size_t> found = {gWorld.hook.size(), gWorld.android.size(), gWorld.offline.size(), names,
+                                           gWorld.paths.size()};
+        EXPECT_EQ(found, row.expected) << row.name;
     }
 }
 

@@ -21,6 +21,8 @@
 
 namespace {
 
+using halcore::SelectorPlugin;
+
 constexpr char kAdapterPath[] = "/vendor/lib64/libzocamera_adapter.so";
 constexpr char kSwitch[] = "vendor.zohal.selector.motion.zsl.disable";
 
@@ -48,11 +50,6 @@ extern "C" int dlclose(void* handle) noexcept {
 
 namespace {
 
-bool loaded(const char* path) {
-    void* const handle = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
-    return handle != nullptr && dlclose(handle) == 0;
-}
-
 zohal::ZSLFrameSelectInfo motionRequest() {
     const auto metadata = std::make_shared<ZoMetadata>();
     metadata->set(0x10029, TYPE_BYTE, 1, {1});
@@ -70,11 +67,11 @@ TEST(Desk, SwitchIsReadAtEachLoad) {
     for (const auto& [word, needed] : enabled) {
         property_set(kSwitch, word.empty() ? nullptr : word.c_str());
         {
-            halcore::SelectorPlugin plugin(PLUGIN);
+            SelectorPlugin plugin(PLUGIN);
             property_set(kSwitch, needed ? "1" : "0");
             EXPECT_EQ(plugin.selector().isSelectorNeeded(motionRequest()), needed) << word;
         }
-        ASSERT_FALSE(loaded(PLUGIN)) << word;
+        ASSERT_FALSE(SelectorPlugin::isMapped(PLUGIN)) << word;
     }
 }
 
@@ -91,7 +88,7 @@ TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailure) {
                  {false, DESK_ADAPTER, "0x300", "motionStrategy: 3, isMotionBanding: 1; 1 1 1"},
                  {true, ENTRYLESS, "", "motionStrategy: 0, isMotionBanding: 0; 2 0 0"},
                  {true, DESK_ADAPTER, "unavailable", "motionStrategy: 0, isMotionBanding: 0; 2 0 0"}};
-    std::optional<halcore::SelectorPlugin> plugin;
+    std::optional<SelectorPlugin> plugin;
     std::string seen;
     zodebug::gZoCamLogGroup = 0x40;
     desk::setLogSink([&seen](const desk::LogLine& line) { seen = line.message; });
@@ -101,7 +98,7 @@ TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailure) {
         if (gate.reload) {
             plugin.reset();
             EXPECT_EQ(gOpen, 0);
-            EXPECT_FALSE(loaded(PLUGIN) || loaded(DESK_ADAPTER));
+            EXPECT_FALSE(SelectorPlugin::isMapped(PLUGIN) || SelectorPlugin::isMapped(DESK_ADAPTER));
             plugin.emplace(PLUGIN);
         }
         gAdapter = gate.adapter;
@@ -117,26 +114,22 @@ TEST(Desk, AdapterIsOpenedOnceAndClosedAfterEveryFailure) {
     desk::setLogSink(nullptr);
 }
 
-std::vector<uint32_t> numbers(uint32_t begin, uint32_t end) {
-    std::vector<uint32_t> list(end - begin);
-    std::iota(list.begin(), list.end(), begin);
-    return list;
-}
-
 // A frame is in neither list for a moment while it goes from the producers to the consumers: only a core that has it in
 // both may see it chosen twice.
 TEST(Desk, FramesComeAndGoWhileASelectorReads) {
     property_set(kSwitch, "0");
     gAdapter = DESK_ADAPTER;
-    halcore::SelectorPlugin plugin(PLUGIN);
+    SelectorPlugin plugin(PLUGIN);
     const auto queue = std::make_shared<halcore::FrameQueue>(1, zohal::kMetaQueue, "meta");
     std::atomic<uint32_t> newest = 0;
     std::atomic<bool> stop = false;
     std::thread camera([&] {
         for (uint32_t frame = 32; !stop; newest = frame++) {
             queue->addFrame(frame, {{nullptr, {}, frame, {}}, 0});
-            queue->setFrameList(zohal::kProducerList, numbers(frame - 3, frame + 1));
-            queue->setFrameList(zohal::kConsumerList, numbers(frame - 24, frame - 3));
+            std::vector<uint32_t> delivered(21);
+            std::iota(delivered.begin(), delivered.end(), frame - 24);
+            queue->setFrameList(zohal::kProducerList, {frame - 3, frame - 2, frame - 1, frame});
+            queue->setFrameList(zohal::kConsumerList, delivered);
             if (frame > 32 + 24) queue->dropFrame(frame - 24);
         }
     });

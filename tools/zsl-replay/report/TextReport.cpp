@@ -174,7 +174,9 @@ private:
     }
 
     void writeEvidence(const Evidence& log) {
-        if (log.obstacle.empty()) {
+        if (log.settled()) {
+            line("certain", "the selection, whichever last used frame the lines allow");
+        } else if (log.obstacle.empty()) {
             list("certain", join(log.certain));
             list("possible", join(log.possible));
         }
