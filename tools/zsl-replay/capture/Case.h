@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "capture/Value.h"
@@ -55,7 +54,7 @@ struct Expectation {
     std::optional<bool> result;
     std::optional<int64_t> targetNs;
     std::optional<uint32_t> anchor;
-    std::optional<std::map<uint32_t, std::pair<bool, bool>>> checks;  // empty: none is made
+    std::optional<std::map<uint32_t, zohal::ZSLSelectorResult>> checks;  // empty: none is made
     std::optional<std::vector<std::string>> log;
     std::vector<std::string> logHas;
 };

@@ -192,7 +192,7 @@ halcore::StrategyCall readCall(const Value& in, Budget& budget) {
 }
 
 // Both flags at once, or one by one.
-std::pair<bool, bool> readCheckResult(const Value& in) {
+zohal::ZSLSelectorResult readCheckResult(const Value& in) {
     if (in.isList() && in.list().size() == 2) return {in.list()[0].boolean(), in.list()[1].boolean()};
     const bool passed = in.oneOf({"pass", "fail"}, "two flags, or one of ") == 0;
     return {passed, passed};

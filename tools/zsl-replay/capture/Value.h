@@ -49,8 +49,8 @@ struct Value {
     Value(T number) : data(std::to_string(number)) {}
     template <typename T>
     Value(const std::vector<T>& elements) : data(List(elements.begin(), elements.end())) {}
-    template <typename Key, typename T>
-    Value(const std::map<Key, T>& entries) : data(Map(entries.begin(), entries.end())) {}
+    template <typename... T>
+    Value(const std::map<T...>& entries) : data(Map(entries.begin(), entries.end())) {}
     template <typename T>
     Value(const std::optional<T>& value) : Value(value ? Value(*value) : Value()) {}
 

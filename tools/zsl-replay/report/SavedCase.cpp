@@ -29,9 +29,7 @@ Value expectationOf(const Finding& finding) {
     if (finding.log && !finding.log->settled()) {
         expect["logHas"] = repeatableMessages(finding.run);
     } else if (outcome.selected) {
-        Value::Map selection;
-        for (const auto& [queue, frames] : outcome.selection) selection.emplace_back(queue, frames);
-        expect["selection"] = std::move(selection);
+        expect["selection"] = outcome.selection;
     }
     return expect;
 }
