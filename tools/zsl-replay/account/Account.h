@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "capture/Case.h"
-#include "desk/LogSink.h"
 
 namespace replay {
 
@@ -88,8 +87,5 @@ struct Account {
     bool hasLists() const { return consumer || producer; }
     void addStrategy(std::string_view strategy);
 };
-
-// The account of one request's lines, as a replay has logged them.
-Account accountOf(const std::vector<desk::LogLine>& lines);
 
 }  // namespace replay

@@ -51,8 +51,6 @@ LoggedRequest loggedRequest(const std::vector<desk::LogLine>& lines) {
     return request;
 }
 
-Account accountOf(const std::vector<desk::LogLine>& lines) { return loggedRequest(lines).account; }
-
 // The request under way in the line's thread; of a check the one that its first line names.
 LoggedRequest* RequestCollector::requestOf(const LoggedLine& line) {
     const auto isIts = [&line](const LoggedRequest& request) {

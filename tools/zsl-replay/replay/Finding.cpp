@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "account/LogRequests.h"
 #include "capture/Text.h"
 
 namespace replay {
@@ -85,6 +86,7 @@ std::vector<Warning> warningsOf(const Request& request, const Run& run, const Ac
 }
 
 void workOut(Finding& finding) {
+    finding.account = loggedRequest(finding.run.offlineLog).account;
     const int64_t target = comparedMoment(finding.request, finding.account);
     if (target != 0) finding.targetNs = target;
     finding.frames = framesOf(finding.request);

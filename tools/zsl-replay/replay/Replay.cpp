@@ -118,7 +118,6 @@ private:
 
     void findOut(Finding& finding) {
         Session& session = this->session(mOptions.plugin, finding.platform);
-        finding.account = accountOf(finding.run.offlineLog);
         workOut(finding);
         if (finding.log) survey(session, finding);
         if (finding.before) {

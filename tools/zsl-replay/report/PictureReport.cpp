@@ -54,7 +54,6 @@ Finding servedAs(const Request& request, const Run& run) {
     Finding finding;
     finding.request = request;
     finding.run = run;
-    finding.account = accountOf(run.offlineLog);
     workOut(finding);
     return finding;
 }
