@@ -75,7 +75,7 @@ struct Request {
     uint32_t master = 0;
     uint32_t need = 1;
     std::optional<Tags> metadata = Tags();  // absent: no metadata object
-    std::string adapter = "absent";  // its answer: that, or the desk's property ("0x300", "empty", "unavailable")
+    std::string adapter = "absent";  // or what it answers, as the desk's property: "0x300", "empty", "unavailable"
     halcore::Select select = halcore::Select::kGated;
     int64_t clockNs = 0;
     std::vector<Queue> queues;

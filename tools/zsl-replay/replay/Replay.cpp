@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <set>
+#include <utility>
 
 #include "account/LogRequests.h"
 #include "capture/Text.h"
