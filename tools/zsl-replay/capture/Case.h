@@ -42,6 +42,7 @@ struct Queue {
     std::map<uint32_t, FrameData> lost;  // frames it has lost, as they were
 
     FrameList deliveryOrder() const;
+    std::map<uint32_t, FrameData> everHeld() const;
 };
 
 using Tags = std::map<std::string, Value>;  // as a case file gives them, and such as can be read

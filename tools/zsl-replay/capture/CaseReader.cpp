@@ -237,8 +237,7 @@ Expectation readExpectation(const Value& in, const Request& request, Budget& bud
 int64_t newestShutterTime(const Request& request) {
     int64_t newest = 0;
     if (const Queue* const meta = request.metaQueue()) {
-        for (const auto& [frame, data] : meta->held) newest = std::max(newest, data.shutterTimeNs);
-        for (const auto& [frame, data] : meta->lost) newest = std::max(newest, data.shutterTimeNs);
+        for (const auto& [frame, data] : meta->everHeld()) newest = std::max(newest, data.shutterTimeNs);
     }
     return newest;
 }
@@ -322,6 +321,12 @@ FrameList Queue::deliveryOrder() const {
     FrameList order = consumer;
     order.insert(order.end(), producer.begin(), producer.end());
     return order;
+}
+
+std::map<uint32_t, FrameData> Queue::everHeld() const {
+    auto frames = held;
+    frames.insert(lost.begin(), lost.end());
+    return frames;
 }
 
 const Queue* Request::metaQueue() const {

@@ -42,12 +42,8 @@ void workOutSearch(Finding& finding) {
 
 std::map<uint32_t, FrameData> framesOf(const Request& request) {
     std::map<uint32_t, FrameData> frames;
-    const auto note = [&frames](const Queue& queue) {
-        frames.insert(queue.held.begin(), queue.held.end());
-        frames.insert(queue.lost.begin(), queue.lost.end());
-    };
-    if (const Queue* meta = request.metaQueue()) note(*meta);
-    for (const Queue& queue : request.queues) note(queue);
+    if (const Queue* meta = request.metaQueue()) frames = meta->everHeld();
+    for (const Queue& queue : request.queues) frames.merge(queue.everHeld());
     return frames;
 }
 
