@@ -101,7 +101,7 @@ private:
 
     void open(const YAML::Mark& mark, YAML::anchor_t anchor) {
         mOpen.push_back({placeOf(mark), anchor, {}});
-        limit(placeOf(mark), 0);
+        limit(placeOf(mark));
     }
 
     void close(Value value) {
@@ -113,7 +113,7 @@ private:
     void add(Value value, const Place& place, YAML::anchor_t anchor) {
         value.place = place;
         ++mValues;
-        limit(place, 0);
+        limit(place);
         if (anchor != 0) mAnchors[anchor] = copyOf(value);
         mOpen.back().parts.push_back(std::move(value));
     }
@@ -124,7 +124,7 @@ private:
     }
 
     // Refuses what memory, or the stack where it is read, would not bear.
-    void limit(const Place& place, size_t depth) const {
+    void limit(const Place& place, size_t depth = 0) const {
         if (mValues > kMostValues) throw PlacedError(place, fmt::format("at most {} values", kMostValues), "more");
         if (mOpen.size() - 1 + depth > kDeepest) throw PlacedError(place, "lists and maps at most 200 deep", "more");
     }
