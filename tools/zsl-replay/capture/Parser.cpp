@@ -62,7 +62,8 @@ public:
     // Null where there is no document.
     Value document() {
         if (mOpen.front().parts.empty()) add({}, {1, 1}, 0);
-        return std::move(mOpen.front().parts.front());
+        Value document = std::move(mOpen.front().parts.front());
+        return document;
     }
 
     void OnDocumentStart(const YAML::Mark& mark) override {
