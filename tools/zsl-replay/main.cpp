@@ -1,8 +1,7 @@
 // zsl-replay: a HAL core on a desk.
 
-#include <unistd.h>
-
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <csignal>

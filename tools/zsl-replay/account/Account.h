@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "capture/Case.h"
-#include "desk/LogSink.h"
 
 namespace replay {
 
@@ -79,7 +78,7 @@ struct Account {
     std::vector<GroupLine> groups;
     std::optional<FrameList> beforeThinning;
     std::optional<FrameList> afterThinning;
-    Check check;                                              // role and frames of the last frame checked
+    Check check;                                              // of the last frame checked: role and aiHlFrames
     std::map<uint32_t, std::optional<uint32_t>> sensorModes;  // of checked frames; absent: the queue does not hold it
     bool checkReadsMetadata = false;                          // there is a metadata object
     std::optional<int32_t> desiredMode;                       // that a tag in it names
@@ -88,8 +87,5 @@ struct Account {
     bool hasLists() const { return consumer || producer; }
     void addStrategy(std::string_view strategy);
 };
-
-// The account of one request's lines, as a replay has logged them.
-Account accountOf(const std::vector<desk::LogLine>& lines);
 
 }  // namespace replay

@@ -1,5 +1,7 @@
 #include "account/LogRequests.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "account/Catalogue.h"
@@ -19,7 +21,7 @@ void LoggedRequest::add(LoggedLine&& line) {
     mBytes += line.text.size() + sizeof(LoggedLine);
     if (mBytes > kMostBytes) notes.push_back("longer than a request can be: the rest of its lines is left out");
     const char* damage = line.isCut ? "cut" : line.entry == nullptr ? "damaged or unknown" : nullptr;
-    if (damage != nullptr) unread.push_back("line " + std::to_string(line.number) + ", which is " + damage);
+    if (damage != nullptr) unread.push_back(fmt::format("line {}, which is {}", line.number, damage));
     if (!account.fwkFrame) account.fwkFrame = line.fwkFrame();
     const bool isStrategy = !line.isCheck && !line.isGate() && line.function != "selectZSLFrames";
     if (isStrategy && line.entry != nullptr) account.addStrategy(line.function);
@@ -51,8 +53,6 @@ LoggedRequest loggedRequest(const std::vector<desk::LogLine>& lines) {
     return request;
 }
 
-Account accountOf(const std::vector<desk::LogLine>& lines) { return loggedRequest(lines).account; }
-
 // The request under way in the line's thread; of a check the one that its first line names.
 LoggedRequest* RequestCollector::requestOf(const LoggedLine& line) {
     const auto isIts = [&line](const LoggedRequest& request) {
@@ -70,7 +70,7 @@ void RequestCollector::add(LoggedLine line) {
     LoggedRequest* request = requestOf(line);
     if (line.function.empty()) {
         if (request != nullptr && request->notes.size() < kMostNotes)
-            request->notes.push_back("lines dropped by the log: \"" + line.text + '"');
+            request->notes.push_back(fmt::format("lines dropped by the log: \"{}\"", line.text));
         return;
     }
     if (!line.isCheck && request != nullptr && request->endsBefore(line)) {

@@ -42,6 +42,7 @@ struct Queue {
     std::map<uint32_t, FrameData> lost;  // frames it has lost, as they were
 
     FrameList deliveryOrder() const;
+    std::map<uint32_t, FrameData> everHeld() const;
 };
 
 using Tags = std::map<std::string, Value>;  // as a case file gives them, and such as can be read
@@ -75,7 +76,7 @@ struct Request {
     uint32_t master = 0;
     uint32_t need = 1;
     std::optional<Tags> metadata = Tags();  // absent: no metadata object
-    std::string adapter = "absent";  // its answer: that, or the desk's property ("0x300", "empty", "unavailable")
+    std::string adapter = "absent";  // or what it answers, as the desk's property: "0x300", "empty", "unavailable"
     halcore::Select select = halcore::Select::kGated;
     int64_t clockNs = 0;
     std::vector<Queue> queues;

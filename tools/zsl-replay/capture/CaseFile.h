@@ -22,13 +22,13 @@ struct Changes {
     std::string words() const;  // as options
 };
 
-// YAML text as a value, aliases as copies; values as a case and its requests. All throw PlacedError.
+// YAML text as a value, aliases as copies; values as a case, and as its requests. All throw PlacedError.
 Value parseYaml(const std::string& text);
 Case readValue(const Value& root);
 std::vector<Request> readRequests(const Value::List& values);
 
-// Both throw InputError, ready to print, with the place in the file; for a change, with the change in its stead. Each
-// must leave requests that can be read.
+// Both throw InputError, ready to print, that names the place in the file, or the change. Every change must leave
+// requests that can be read.
 Case readCase(const std::string& file, std::string text);
 std::vector<Request> withChanges(std::vector<Request> requests, const Changes& changes);
 

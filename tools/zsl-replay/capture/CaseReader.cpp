@@ -18,7 +18,7 @@ struct Budget {
     size_t frames = kMostFrames;
 
     void take(size_t count, const Value& where) {
-        if (count > frames) where.fail("at most " + std::to_string(kMostFrames) + " frames in a file", "more");
+        if (count > frames) where.fail(fmt::format("at most {} frames in a file", kMostFrames), "more");
         frames -= count;
     }
 };
@@ -129,9 +129,10 @@ void loseFrames(const Value& in, Budget& budget, Queue& queue) {
     for (const uint32_t frame : readFrames(in, budget)) {
         auto node = queue.held.extract(frame);
         if (node.empty()) {
-            const auto& [first, last] = std::pair(queue.held.begin(), queue.held.rbegin());
-            const std::string held = queue.held.empty() ? "none" : join({first->first}) + " to " + join({last->first});
-            in.fail("frames that the queue holds (" + held + ')', std::to_string(frame));
+            const auto& held = queue.held;
+            const std::string which =
+                held.empty() ? "none" : fmt::format("{} to {}", held.begin()->first, held.rbegin()->first);
+            in.fail(fmt::format("frames that the queue holds ({})", which), std::to_string(frame));
         }
         queue.lost.insert(std::move(node));
     }
@@ -236,8 +237,7 @@ Expectation readExpectation(const Value& in, const Request& request, Budget& bud
 int64_t newestShutterTime(const Request& request) {
     int64_t newest = 0;
     if (const Queue* const meta = request.metaQueue()) {
-        for (const auto& [frame, data] : meta->held) newest = std::max(newest, data.shutterTimeNs);
-        for (const auto& [frame, data] : meta->lost) newest = std::max(newest, data.shutterTimeNs);
+        for (const auto& [frame, data] : meta->everHeld()) newest = std::max(newest, data.shutterTimeNs);
     }
     return newest;
 }
@@ -257,7 +257,7 @@ Request readRequest(const Value& in, size_t position, const std::string& before,
     in.map({"name", "frame", "used", "master", "need", "metadata", "adapter", "select", "clock", "queues", "call",
             "check", "expect"});
     Request request;
-    request.name = "request " + std::to_string(position + 1);
+    request.name = fmt::format("request {}", position + 1);
     request.fwkFrame = static_cast<uint32_t>(position + 1);
     request.adapter = before;
     in.read("name", request.name);
@@ -321,6 +321,12 @@ FrameList Queue::deliveryOrder() const {
     FrameList order = consumer;
     order.insert(order.end(), producer.begin(), producer.end());
     return order;
+}
+
+std::map<uint32_t, FrameData> Queue::everHeld() const {
+    auto frames = held;
+    frames.insert(lost.begin(), lost.end());
+    return frames;
 }
 
 const Queue* Request::metaQueue() const {

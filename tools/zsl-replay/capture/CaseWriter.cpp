@@ -51,10 +51,8 @@ void print(std::ostream& out, const Value& value) {
 }
 
 Value valueOf(const Queue& queue) {
-    auto everHeld = queue.held;
-    everHeld.insert(queue.lost.begin(), queue.lost.end());
     Value::Map frames;
-    for (const auto& [frame, data] : everHeld) {
+    for (const auto& [frame, data] : queue.everHeld()) {
         const Value::Map both = {{"shutter", data.shutterTimeNs}, {"mode", data.sensorMode}};
         frames.emplace_back(frame, data.sensorMode != 0 ? Value(both) : Value(data.shutterTimeNs));
     }

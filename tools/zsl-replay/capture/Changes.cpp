@@ -1,5 +1,7 @@
 // Changes of requests from the command line.
 
+#include <fmt/format.h>
+
 #include "capture/CaseFile.h"
 
 namespace replay {
@@ -19,7 +21,7 @@ Value& element(Value& in, std::string_view step) {
     auto& list = std::get<Value::List>(in.data);
     size_t index = 0;
     if (!parseNumber(step.substr(1, step.size() - 2), index)) fail(kPath, step);
-    if (index > list.size()) fail("an index of a list of " + std::to_string(list.size()), step);
+    if (index > list.size()) fail(fmt::format("an index of a list of {}", list.size()), step);
     if (index == list.size()) list.emplace_back();
     return list[index];
 }
@@ -51,7 +53,7 @@ void applySetting(Value::List& requests, std::string_view setting) {
     size_t only = 0;
     const bool isNumbered = colon != std::string::npos && parseNumber(path.substr(0, colon), only);
     if (isNumbered && (only < 1 || only > requests.size())) {
-        fail("a request from 1 to " + std::to_string(requests.size()), path.substr(0, colon));
+        fail(fmt::format("a request from 1 to {}", requests.size()), path.substr(0, colon));
     }
     if (isNumbered) path.remove_prefix(colon + 1);
     if (path.empty()) fail(kPath, path);
@@ -78,7 +80,7 @@ void applyDrop(Value::List& values, const std::vector<Request>& requests, const 
             isHeld = true;
             FrameList lost = {frame};
             for (const auto& [number, data] : queues[q].lost) lost.push_back(number);
-            valueAt(values[i], "queues[" + std::to_string(q) + "].lost") = lost;
+            valueAt(values[i], fmt::format("queues[{}].lost", q)) = lost;
         }
     }
     if (!isHeld) fail(one ? "a frame that this queue holds" : "a frame that a queue holds", drop);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "capture/CaseFile.h"
 #include "capture/LogFormat.h"

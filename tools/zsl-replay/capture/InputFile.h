@@ -44,7 +44,7 @@ private:
     [[noreturn]] void refuse(const std::string& expected) const;
 
     std::string mName;
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> mFile;  // read in blocks of our own
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> mFile;  // read past its own buffer
     std::vector<char> mBlock;
     size_t mBegin = 0;
     size_t mEnd = 0;

@@ -62,7 +62,8 @@ public:
     // Null where there is no document.
     Value document() {
         if (mOpen.front().parts.empty()) add({}, {1, 1}, 0);
-        return std::move(mOpen.front().parts.front());
+        Value document = std::move(mOpen.front().parts.front());
+        return document;
     }
 
     void OnDocumentStart(const YAML::Mark& mark) override {
@@ -101,7 +102,7 @@ private:
 
     void open(const YAML::Mark& mark, YAML::anchor_t anchor) {
         mOpen.push_back({placeOf(mark), anchor, {}});
-        limit(placeOf(mark), 0);
+        limit(placeOf(mark));
     }
 
     void close(Value value) {
@@ -113,7 +114,7 @@ private:
     void add(Value value, const Place& place, YAML::anchor_t anchor) {
         value.place = place;
         ++mValues;
-        limit(place, 0);
+        limit(place);
         if (anchor != 0) mAnchors[anchor] = copyOf(value);
         mOpen.back().parts.push_back(std::move(value));
     }
@@ -124,7 +125,7 @@ private:
     }
 
     // Refuses what memory, or the stack where it is read, would not bear.
-    void limit(const Place& place, size_t depth) const {
+    void limit(const Place& place, size_t depth = 0) const {
         if (mValues > kMostValues) throw PlacedError(place, fmt::format("at most {} values", kMostValues), "more");
         if (mOpen.size() - 1 + depth > kDeepest) throw PlacedError(place, "lists and maps at most 200 deep", "more");
     }

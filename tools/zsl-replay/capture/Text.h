@@ -17,7 +17,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Parses a whole decimal or hexadecimal number; false when it is none or out of T's range.
+// Parses a whole number, decimal or, without a sign, hexadecimal; false when it is none or out of T's range.
 template <typename T>
 bool parseNumber(std::string_view text, T& value) {
     const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') && text[2] != '-';

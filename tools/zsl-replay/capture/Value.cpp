@@ -1,5 +1,7 @@
 #include "capture/Value.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <unordered_set>
 
@@ -34,7 +36,7 @@ const Value* Value::find(std::string_view key) const {
 
 const Value& Value::at(const char* key) const {
     const Value* const found = find(key);
-    if (found == nullptr) fail(std::string("the key \"") + key + '"', "none");
+    if (found == nullptr) fail(fmt::format("the key \"{}\"", key), "none");
     return *found;
 }
 
@@ -77,9 +79,7 @@ const std::string& Value::text(const char* expected) const {
 size_t Value::oneOf(const Words& words, const char* expected) const {
     const auto found = isText() ? std::find(words.begin(), words.end(), std::get<std::string>(data)) : words.end();
     if (found != words.end()) return static_cast<size_t>(found - words.begin());
-    std::string all;
-    for (const std::string& word : words) append(all, word);
-    fail(expected + all);
+    fail(fmt::format("{}{}", expected, fmt::join(words, ", ")));
 }
 
 bool Value::boolean() const { return oneOf({"true", "false"}, "one of ") == 0; }

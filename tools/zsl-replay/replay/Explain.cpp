@@ -145,7 +145,7 @@ private:
         for (int64_t off = 1; off <= most && goesOn(); ++off) {
             for (const int64_t count : {need + off, need - off}) {
                 if (count < 0) continue;
-                attempt(std::to_string(count) + (count == 1 ? " frame was" : " frames were") + " needed",
+                attempt(fmt::format("{} needed", count == 1 ? "1 frame was" : fmt::format("{} frames were", count)),
                         [count](Request& changed) { changed.need = static_cast<uint32_t>(count); });
             }
         }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "account/LogRequests.h"
 #include "capture/Text.h"
 
 namespace replay {
@@ -41,12 +42,8 @@ void workOutSearch(Finding& finding) {
 
 std::map<uint32_t, FrameData> framesOf(const Request& request) {
     std::map<uint32_t, FrameData> frames;
-    const auto note = [&frames](const Queue& queue) {
-        frames.insert(queue.held.begin(), queue.held.end());
-        frames.insert(queue.lost.begin(), queue.lost.end());
-    };
-    if (const Queue* meta = request.metaQueue()) note(*meta);
-    for (const Queue& queue : request.queues) note(queue);
+    if (const Queue* meta = request.metaQueue()) frames = meta->everHeld();
+    for (const Queue& queue : request.queues) frames.merge(queue.everHeld());
     return frames;
 }
 
@@ -85,6 +82,7 @@ std::vector<Warning> warningsOf(const Request& request, const Run& run, const Ac
 }
 
 void workOut(Finding& finding) {
+    finding.account = loggedRequest(finding.run.offlineLog).account;
     const int64_t target = comparedMoment(finding.request, finding.account);
     if (target != 0) finding.targetNs = target;
     finding.frames = framesOf(finding.request);

@@ -78,9 +78,9 @@ struct Finding {
     Request request;
     bool isPicked = true;  // else served all the same, since state lasts, and not reported
     Run run;
-    Account account;  // of the run's own lines
 
     // Worked out from these.
+    Account account;                  // of the run's own lines
     std::optional<int64_t> targetNs;  // absent where there is none (0 stands for none), or it was not worked out
     std::optional<uint32_t> anchor;   // only a frame met after the target
     std::optional<int64_t> anchorDistanceNs;  // from the target; absent without an anchor or a target
@@ -119,7 +119,7 @@ struct Finding {
     bool passes() const { return differences.empty() && !(against && !against->none()); }
 };
 
-// Fills in what is worked out from request, run and account; the warnings as certain.
+// Fills in what is worked out from request and run; the warnings as certain.
 void workOut(Finding& finding);
 
 }  // namespace replay

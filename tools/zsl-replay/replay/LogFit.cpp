@@ -89,7 +89,7 @@ std::string assumeLostFrames(Session& session, const Account& log, Request& requ
     std::set<uint32_t> lost;
     request.used.clear();
     for (int round = 0; round < kMostRounds; ++round) {
-        const Account replayed = accountOf(session.serve(request).offlineLog);
+        const Account replayed = loggedRequest(session.serve(request).offlineLog).account;
         const size_t before = lost.size();
         bool begun = replayed.groups.empty();
         for (const FrameMet& met : replayed.met) {
@@ -181,7 +181,8 @@ void survey(Session& session, Finding& finding) {
         request.used = used;
         const Run run = session.serve(request);
         for (const uint32_t frame : std::set<uint32_t>(run.chosen().begin(), run.chosen().end())) ++chosen[frame];
-        for (const Warning& each : warningsOf(request, run, accountOf(run.offlineLog))) ++warnings[each.kind];
+        const Account account = loggedRequest(run.offlineLog).account;
+        for (const Warning& each : warningsOf(request, run, account)) ++warnings[each.kind];
     }
     for (const auto& [frame, count] : chosen) {
         evidence.possible.push_back(frame);

@@ -1,5 +1,7 @@
 #include "replay/LogMatch.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace replay {
@@ -19,7 +21,7 @@ bool isSame(const LoggedLine& logged, const LoggedLine& replayed) {
 }
 
 std::string quoted(const LoggedLine& line) {
-    return std::string("\"") + line.level + ' ' + line.function + ": " + std::string(withoutAddress(line.text)) + '"';
+    return fmt::format("\"{} {}: {}\"", line.level, line.function, withoutAddress(line.text));
 }
 
 template <typename Words>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <set>
+#include <utility>
 
 #include "account/LogRequests.h"
 #include "capture/Text.h"
@@ -118,7 +119,6 @@ private:
 
     void findOut(Finding& finding) {
         Session& session = this->session(mOptions.plugin, finding.platform);
-        finding.account = accountOf(finding.run.offlineLog);
         workOut(finding);
         if (finding.log) survey(session, finding);
         if (finding.before) {

@@ -40,8 +40,8 @@ g {fill: #b8b8b8; stroke: #6e6e6e; stroke-width: 1.2}
 )";
 
 std::string escaped(const std::string& text) {
-    const std::unique_ptr<gchar, void (*)(gpointer)> xml(g_markup_escape_text(printable(text).c_str(), -1), g_free);
-    return xml.get();
+    g_autofree gchar* xml = g_markup_escape_text(printable(text).c_str(), -1);
+    return xml;
 }
 
 }  // namespace
@@ -73,14 +73,12 @@ std::string Canvas::png(double width, double height) const {
     const std::string text = svg(width, height);
     const std::unique_ptr<RsvgHandle, void (*)(gpointer)> page(
         rsvg_handle_new_from_data(reinterpret_cast<const guint8*>(text.data()), text.size(), nullptr), g_object_unref);
-    const std::unique_ptr<GdkPixbuf, void (*)(gpointer)> pixels(page ? rsvg_handle_get_pixbuf(page.get()) : nullptr,
-                                                                g_object_unref);
-    gchar* bytes = nullptr;
+    g_autoptr(GdkPixbuf) pixels = page ? rsvg_handle_get_pixbuf(page.get()) : nullptr;
+    g_autofree gchar* bytes = nullptr;
     gsize size = 0;
-    if (!pixels || !gdk_pixbuf_save_to_buffer(pixels.get(), &bytes, &size, "png", nullptr, nullptr)) {
+    if (pixels == nullptr || !gdk_pixbuf_save_to_buffer(pixels, &bytes, &size, "png", nullptr, nullptr)) {
         throw InputError("--picture: expected what a PNG file can show, found too much: --request and --frame pick");
     }
-    const std::unique_ptr<gchar, void (*)(gpointer)> owned(bytes, g_free);
     return {bytes, size};
 }
 

@@ -75,7 +75,8 @@ std::string jsonOf(const Finding& finding, LogChannel log, bool explains) {
     Json json = {{"file", finding.file}, {"request", finding.request.name}, {"number", finding.number}};
     addRequest(finding, json);
     addOutcome(finding, json);
-    const Evidence evidence = finding.log.value_or(Evidence());
+    const Evidence none;
+    const Evidence& evidence = finding.log ? *finding.log : none;
     if (finding.log) json.update({{"certain", evidence.certain}, {"possible", evidence.possible}});
     if (!evidence.open.empty()) json["open"] = evidence.open;
     if (finding.log) json.update({{"lines", evidence.lines}, {"reproduced", evidence.reproduced}});

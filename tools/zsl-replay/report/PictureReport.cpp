@@ -54,10 +54,12 @@ Finding servedAs(const Request& request, const Run& run) {
     Finding finding;
     finding.request = request;
     finding.run = run;
-    finding.account = accountOf(run.offlineLog);
     workOut(finding);
     return finding;
 }
+
+// Of frames: whether each is other than chosen, for the chosen come first; where it stands; its number and signs.
+using Numbers = std::set<std::tuple<bool, double, std::string>>;
 
 // Where moments stand on the page, those of all servings that a panel compares.
 struct TimeAxis {
@@ -119,9 +121,20 @@ void drawAxis(Canvas& canvas, const TimeAxis& axis, double y) {
     canvas.text(kLeft - kMargin, y + 35, axis.name);
 }
 
+// As there is room.
+void drawNumbers(Canvas& canvas, const Numbers& numbers, double y) {
+    std::vector<double> taken;
+    for (const auto& [isOther, x, number] : numbers) {
+        const double room = kDigit * static_cast<double>(number.size() + 1);
+        const auto isNear = [here = x, room](double other) { return std::abs(other - here) < room; };
+        if (std::any_of(taken.begin(), taken.end(), isNear)) continue;
+        taken.push_back(x);
+        canvas.text(x, y, number, isOther ? "number" : "number bold");
+    }
+}
+
 // A frame as it stands in the first list that has it, where its time is known.
-void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, const Queue& queue, double y,
-               std::set<uint32_t>& untimed) {
+void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, const Queue& queue, double y) {
     canvas.line(kLeft - kMargin, y, axis.end(), y, "row");
     canvas.text(kEdge, y - 2, queue.name, "name");
     canvas.text(kEdge, y + 13, fmt::format("queue {}", queue.id));
@@ -131,11 +144,10 @@ void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, con
     const std::pair<const char*, const FrameList&> lists[] = {
         {"consumer", queue.consumer}, {"producer", queue.producer}, {"all", queue.all}};
     std::set<uint32_t> marked;
-    std::set<std::tuple<bool, double, std::string>> numbers;  // those of the chosen first
+    Numbers numbers;
     for (const auto& [name, list] : lists) {
         for (const uint32_t frame : list) {
             const auto known = finding.frames.find(frame);
-            if (known == finding.frames.end()) untimed.insert(frame);
             if (known == finding.frames.end() || !marked.insert(frame).second) continue;
             const int64_t ns = known->second.shutterTimeNs;
             const bool isChosen = chosen.count(frame) > 0;
@@ -146,24 +158,20 @@ void drawQueue(Canvas& canvas, const TimeAxis& axis, const Serving& serving, con
             if (isChosen != wasChosen) words += isChosen ? " gained" : " lost";
             canvas.mark(axis.x(ns), y, std::clamp(axis.pitch / 29, 0.3, 1.0), words,
                         fmt::format("{}, {}, {}", frame, milliseconds(ns, axis.originNs), words));
-            numbers.emplace(!isChosen, axis.x(ns),
-                            fmt::format("{}{}{}", frame, finding.anchor == frame ? "*" : "",
-                                        isChosen && finding.isOpen(frame) ? "?" : ""));
+            const char* star = finding.anchor == frame ? "*" : "";
+            const char* doubt = isChosen && finding.isOpen(frame) ? "?" : "";
+            numbers.emplace(!isChosen, axis.x(ns), fmt::format("{}{}{}", frame, star, doubt));
         }
     }
-    // As there is room.
-    std::vector<double> taken;
-    for (const auto& [isOther, x, number] : numbers) {
-        const double room = kDigit * static_cast<double>(number.size() + 1);
-        const auto isNear = [here = x, room](double other) { return std::abs(other - here) < room; };
-        if (std::any_of(taken.begin(), taken.end(), isNear)) continue;
-        taken.push_back(x);
-        canvas.text(x, y + 25, number, isOther ? "number" : "number bold");
-    }
+    drawNumbers(canvas, numbers, y + 25);
 }
 
 void draw(Canvas& canvas, const TimeAxis& axis, const Serving& serving, double top) {
+    const Finding& finding = serving.finding;
+    const std::string choice =
+        finding.isAsked() ? fmt::format("{} chosen", finding.run.chosen().size()) : "selection was not asked for";
     double y = top + kLine;
+    canvas.text(kEdge, y, fmt::format("{}{} needed, {}", serving.name, finding.request.need, choice), "name");
     for (const auto& [name, ns] : serving.momentsNs()) {
         y += kLine;
         if (axis.shows(ns)) {
@@ -173,18 +181,11 @@ void draw(Canvas& canvas, const TimeAxis& axis, const Serving& serving, double t
             canvas.text(kLeft, y, name + " at " + milliseconds(ns, axis.originNs));
         }
     }
-    const Finding& finding = serving.finding;
-    std::set<uint32_t> untimed;
     y = top + kHead;
     for (const Queue& queue : finding.request.queues) {
-        drawQueue(canvas, axis, serving, queue, y, untimed);
+        drawQueue(canvas, axis, serving, queue, y);
         y += kRow;
     }
-    std::string caption = fmt::format("{}{} needed, ", serving.name, finding.request.need);
-    caption +=
-        finding.isAsked() ? fmt::format("{} chosen", finding.run.chosen().size()) : "selection was not asked for";
-    if (!untimed.empty()) caption += "; no shutter time: " + join({untimed.begin(), untimed.end()});
-    canvas.text(kEdge, top + kLine, caption, "name");
 }
 
 void drawLegend(Canvas& canvas, double y) {

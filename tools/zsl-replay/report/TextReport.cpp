@@ -130,11 +130,10 @@ private:
         } else if (account.targetNs) {
             line("target", "none: zsdTs is 0");
         }
-        const std::string strategies = fmt::format("{}", fmt::join(account.strategies, ", then "));
-        if (!strategies.empty()) line("strategy", strategies);
+        if (!account.strategies.empty()) line("strategy", fmt::format("{}", fmt::join(account.strategies, ", then ")));
         const auto& distance = mFinding.anchorDistanceNs;
         const std::string away = distance ? fmt::format(", {} from the target", milliseconds(*distance, 0)) : "";
-        if (mFinding.anchor) line("anchor", std::to_string(*mFinding.anchor) + away);
+        if (mFinding.anchor) line("anchor", fmt::format("{}{}", *mFinding.anchor, away));
     }
 
     // What the library met on its way.
