@@ -11,7 +11,6 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
-#include <utility>
 
 #include "capture/Text.h"
 
@@ -22,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kClearLine[] = "\r\033[K";
-bool gShowsProgress = false;
+volatile std::sig_atomic_t gShowsProgress = 0;
 
 // As the rest here does, says in errno why it could not.
 bool writeAll(std::FILE* file, std::string_view text) {
@@ -38,6 +37,12 @@ bool writeAndClose(std::FILE* file, std::string_view text) {
 [[noreturn]] void fail(const std::string& goal) {
     constexpr char kWhat[] = "{}: expected a file that can be written, found: {}";
     throw std::runtime_error(fmt::format(kWhat, printable(goal), std::strerror(errno)));
+}
+
+void onInterrupt(int signal) {
+    if (gShowsProgress != 0 && write(STDERR_FILENO, kClearLine, std::strlen(kClearLine)) < 0) _exit(2);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
 }
 
 // Where a chain of symbolic links leads, whether there is something or not.
@@ -113,11 +118,13 @@ void Progress::update(uint64_t bytes, size_t requests) {
     const uint64_t percent = mFileSize > 0 ? std::min<uint64_t>(100, bytes * 100 / mFileSize) : 0;
     const std::string share = mFileSize > 0 ? fmt::format("{} % of it, ", percent) : "";
     writeAll(stderr, fmt::format("{}file {} of {}, {}{} requests", kClearLine, mFile, mFiles, share, requests));
-    gShowsProgress = true;
+    gShowsProgress = 1;
+    std::signal(SIGINT, onInterrupt);
 }
 
 void Progress::clear() {
-    if (std::exchange(gShowsProgress, false)) writeAll(stderr, kClearLine);
+    if (gShowsProgress != 0) writeAll(stderr, kClearLine);
+    gShowsProgress = 0;
 }
 
 }  // namespace replay
