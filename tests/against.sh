@@ -27,6 +27,8 @@ row() { # STATUS EXPECTED ARGUMENT...
 differing() { "$replay" --json "$@" --against "$faulty" | sed -En '/"against":/s/.*"request":"([^"]*)","number":([0-9]+).*/\2 \1/p'; }
 
 row 0 'differ     none' "$cases"/*.yaml --against "$own"
+echo 'requests: [{adapter: empty}, {adapter: 0x700}]' > "$work/state.yaml"
+row 0 'builds +differ in 0' "$work/state.yaml" --against "$own"
 row 1 'gained     1' "$work/case.yaml" --against "$faulty"
 row 1 'gained     1' "$work/log" --against "$faulty"
 row 1 'before +call \[1\] getFrame\(3\)' "$work/log" --against "$faulty"

@@ -54,7 +54,7 @@ public:
         refuseInputAt(kStandardOutput, options.files);
         std::vector<std::string> inputs = options.files;
         inputs.insert(inputs.end(), {options.replay.plugin, options.replay.against});
-        if (!options.picture.empty()) mPicture.emplace(options.picture, inputs);
+        if (!options.picture.empty()) mPicture.emplace(options.picture, inputs, options.hasSeveralFiles());
         if (!options.saveCase.empty()) {
             const Changes& changes = options.replay.changes;
             mSaved.emplace(options.saveCase, inputs,

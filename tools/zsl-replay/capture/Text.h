@@ -17,13 +17,16 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Parses a whole number, decimal or, without a sign, hexadecimal; false when it is none or out of T's range.
+// Parses a whole decimal or hexadecimal number; false when it is none or out of T's range.
 template <typename T>
 bool parseNumber(std::string_view text, T& value) {
-    const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') && text[2] != '-';
-    if (isHex) text.remove_prefix(2);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, isHex ? 16 : 10);
-    return error == std::errc() && end == text.data() + text.size();
+    std::string digits(text);
+    const size_t begin = digits[0] == '-' ? 1 : 0;
+    const bool isHex = digits.compare(begin, 2, "0x") == 0 || digits.compare(begin, 2, "0X") == 0;
+    if (isHex) digits.erase(begin, 2);
+    if (isHex && digits[begin] == '-') return false;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, isHex ? 16 : 10);
+    return error == std::errc() && end == digits.data() + digits.size();
 }
 
 // What is no UTF-8 in it replaced by U+FFFD.

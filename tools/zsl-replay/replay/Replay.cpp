@@ -95,6 +95,7 @@ private:
             if (finding.isPicked) findOut(finding);
         });
         if (!mOptions.against.empty()) {
+            mSession.reset();  // the second may be the same file
             serveWith(mOptions.against, [](Finding& finding, Run&& run) {
                 finding.other = std::move(run);
                 finding.against = differenceOf(finding.run, *finding.other);

@@ -40,6 +40,15 @@ struct Serving {
     FrameList chosenBefore;
 
     double height() const { return kHead + kRow * static_cast<double>(finding.request.queues.size()); }
+    std::set<uint32_t> listed() const {
+        std::set<uint32_t> frames;
+        for (const Queue& queue : finding.request.queues) {
+            for (const FrameList* list : {&queue.consumer, &queue.producer, &queue.all}) {
+                frames.insert(list->begin(), list->end());
+            }
+        }
+        return frames;
+    }
     std::vector<std::pair<std::string, int64_t>> momentsNs() const {
         std::vector<std::pair<std::string, int64_t>> moments;
         const int64_t anchorNs = finding.account.driver ? finding.account.driver->anchorTimestampNs : 0;
@@ -83,7 +92,10 @@ TimeAxis::TimeAxis(const std::vector<Serving>& servings)
       name(originNs != 0 ? "ms from the target moment" : "ms from the first frame") {
     std::set<int64_t> timesNs;
     for (const Serving& serving : servings) {
-        for (const auto& [frame, data] : serving.finding.frames) timesNs.insert(data.shutterTimeNs);
+        for (const uint32_t frame : serving.listed()) {
+            const auto known = serving.finding.frames.find(frame);
+            if (known != serving.finding.frames.end()) timesNs.insert(known->second.shutterTimeNs);
+        }
     }
     if (timesNs.empty()) timesNs.insert(originNs);
     const int64_t firstFrameNs = *timesNs.begin();
@@ -170,8 +182,13 @@ void draw(Canvas& canvas, const TimeAxis& axis, const Serving& serving, double t
     const Finding& finding = serving.finding;
     const std::string choice =
         finding.isAsked() ? fmt::format("{} chosen", finding.run.chosen().size()) : "selection was not asked for";
+    std::string untimed;
+    for (const uint32_t frame : serving.listed()) {
+        if (finding.frames.count(frame) == 0) append(untimed, std::to_string(frame), " ");
+    }
+    if (!untimed.empty()) untimed = "; no shutter time: " + untimed;
     double y = top + kLine;
-    canvas.text(kEdge, y, fmt::format("{}{} needed, {}", serving.name, finding.request.need, choice), "name");
+    canvas.text(kEdge, y, fmt::format("{}{} needed, {}{}", serving.name, finding.request.need, choice, untimed), "name");
     for (const auto& [name, ns] : serving.momentsNs()) {
         y += kLine;
         if (axis.shows(ns)) {
@@ -201,8 +218,8 @@ void drawLegend(Canvas& canvas, double y) {
 
 }  // namespace
 
-PictureReport::PictureReport(const std::string& file, const std::vector<std::string>& inputs)
-    : mOut(file, inputs), mEnding(std::filesystem::path(file).extension()) {
+PictureReport::PictureReport(const std::string& file, const std::vector<std::string>& inputs, bool namesFile)
+    : mOut(file, inputs), mEnding(std::filesystem::path(file).extension()), mNamesFile(namesFile) {
     if (mEnding == ".svg" || mEnding == ".png") return;
     throw InputError("--picture: expected a name ending in .svg or .png, found " + file);
 }
@@ -220,7 +237,7 @@ void PictureReport::add(const Finding& finding) {
     const TimeAxis axis(servings);
 
     double y = mHeight + 22;
-    mCanvas.text(kEdge, y, titleOf(finding, true), "title");
+    mCanvas.text(kEdge, y, titleOf(finding, mNamesFile), "title");
     for (const Warning& warning : finding.warnings) mCanvas.text(kEdge, y += kLine, "warning: " + textOf(warning));
     y += 4;
     for (const Serving& serving : servings) {

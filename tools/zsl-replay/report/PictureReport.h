@@ -16,13 +16,14 @@ namespace replay {
 class PictureReport {
 public:
     // Throws InputError for a name that ends in neither .svg nor .png.
-    PictureReport(const std::string& file, const std::vector<std::string>& inputs);
+    PictureReport(const std::string& file, const std::vector<std::string>& inputs, bool namesFile);
     void add(const Finding& finding);
     void finish();
 
 private:
     OutputFile mOut;
     std::string mEnding;
+    bool mNamesFile;
     Canvas mCanvas;
     double mWidth = 1040;  // the legend's
     double mHeight = 0;
