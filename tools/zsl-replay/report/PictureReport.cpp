@@ -187,8 +187,9 @@ void draw(Canvas& canvas, const TimeAxis& axis, const Serving& serving, double t
         if (finding.frames.count(frame) == 0) append(untimed, std::to_string(frame), " ");
     }
     if (!untimed.empty()) untimed = "; no shutter time: " + untimed;
+    const std::string caption = fmt::format("{}{} needed, {}{}", serving.name, finding.request.need, choice, untimed);
     double y = top + kLine;
-    canvas.text(kEdge, y, fmt::format("{}{} needed, {}{}", serving.name, finding.request.need, choice, untimed), "name");
+    canvas.text(kEdge, y, caption, "name");
     for (const auto& [name, ns] : serving.momentsNs()) {
         y += kLine;
         if (axis.shows(ns)) {
