@@ -36,6 +36,8 @@ row 1 'stays in memory' "$work/case.yaml" --against "$lasting"
 row 2 'lacks its entry' "$work/log" --against "$entryless"
 head -c 1000 "$own" > "$work/cut.so"
 row 2 'cut.so: the file is cut off' "$work/log" --against "$work/cut.so"
+{ head -c 4 "$own"; printf '\1'; tail -c +6 "$work/cut.so"; } > "$work/small.so"
+row 2 'cannot load the plug-in.*wrong ELF class' "$work/log" --against "$work/small.so"
 row 2 'cannot load the plug-in' "$work/log" --against "$work/log"
 row 2 'expected standard output for itself' "$work/log" --json --save-case -
 row 2 'expected something' "$work/log" --save-case ''

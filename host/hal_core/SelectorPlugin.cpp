@@ -33,7 +33,9 @@ bool isCutOff(const std::string& path) {
     ElfW(Ehdr) head{};
     file.seekg(0);
     file.read(reinterpret_cast<char*>(&head), sizeof(head));
-    if (!file || std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0) return false;  // the loader says what is wrong
+    // Of what is no library of this kind of process the loader says what is wrong.
+    constexpr unsigned char kClass = sizeof(ElfW(Addr)) == 8 ? ELFCLASS64 : ELFCLASS32;
+    if (!file || std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0 || head.e_ident[EI_CLASS] != kClass) return false;
     file.seekg(static_cast<std::streamoff>(head.e_phoff));
     for (int i = 0; i < head.e_phnum; ++i) {
         ElfW(Phdr) part{};
